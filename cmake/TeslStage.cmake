@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# `install` lays out the product under /opt; `stage` does the same below TESL_ROOT for development and tests.
+set(TESL_PRODUCT_DIR "opt/tolvander/tesl")
+if(TESL_ROOT)
+    set(CMAKE_INSTALL_PREFIX "${TESL_ROOT}" CACHE PATH "" FORCE)
+else()
+    set(CMAKE_INSTALL_PREFIX "/" CACHE PATH "" FORCE)
+endif()
+
+# Called once, after all folders have registered their modules and programs.
+function(tesl_install_registered)
+    get_property(modules GLOBAL PROPERTY TESL_MODULES)
+    get_property(libexec GLOBAL PROPERTY TESL_PROGRAMS_libexec)
+    get_property(bin GLOBAL PROPERTY TESL_PROGRAMS_bin)
+    if(modules)
+        install(TARGETS ${modules} LIBRARY DESTINATION ${TESL_PRODUCT_DIR}/libarm64)
+    endif()
+    if(libexec)
+        install(TARGETS ${libexec} RUNTIME DESTINATION ${TESL_PRODUCT_DIR}/libexec)
+    endif()
+    if(bin)
+        install(TARGETS ${bin} RUNTIME DESTINATION ${TESL_PRODUCT_DIR}/bin)
+    endif()
+endfunction()
+cmake_language(DEFER CALL tesl_install_registered)

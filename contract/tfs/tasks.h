@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Task records and the interfaces that read and drive tasks.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <contract/tfs/value_tables.h>
+#include <contract/tfs/variant.h>
+#include <foundation/object.h>
+#include <foundation/string16.h>
+
+namespace tfs {
+
+/// Identifiers of the tasks that always exist; they travel as decimal text.
+enum class FixedTaskId : std::uint64_t {
+    FileMonitoring = 1,
+    FullScan = 2,
+    CustomScan = 3,
+    BootScan = 4,
+    MemoryScan = 5,
+    Update = 6,
+    Rollback = 7,
+};
+/// Temporary tasks are numbered from here.
+inline constexpr std::uint64_t FirstTemporaryTaskId = 100;
+
+namespace task_name {
+inline constexpr char16_t FileMonitoring[] = u"File_Monitoring";
+inline constexpr char16_t FullScan[] = u"Scan_My_Computer";
+inline constexpr char16_t CustomScan[] = u"Scan_File";
+inline constexpr char16_t BootScan[] = u"Boot_Scan";
+inline constexpr char16_t MemoryScan[] = u"Memory_Scan";
+inline constexpr char16_t Update[] = u"Update";
+inline constexpr char16_t Rollback[] = u"Rollback";
+} // namespace task_name
+
+namespace task_type {
+inline constexpr char16_t AntiCryptor[] = u"AntiCryptor";
+inline constexpr char16_t Backup[] = u"Backup";
+inline constexpr char16_t BootScan[] = u"BootScan";
+inline constexpr char16_t Firewall[] = u"Firewall";
+inline constexpr char16_t License[] = u"License";
+inline constexpr char16_t MemoryScan[] = u"MemoryScan";
+inline constexpr char16_t OAFIM[] = u"OAFIM";
+inline constexpr char16_t OAS[] = u"OAS";
+inline constexpr char16_t ODFIM[] = u"ODFIM";
+inline constexpr char16_t ODS[] = u"ODS";
+inline constexpr char16_t Retranslate[] = u"Retranslate";
+inline constexpr char16_t Rollback[] = u"Rollback";
+inline constexpr char16_t Update[] = u"Update";
+} // namespace task_type
+
+/// Settings of a scan task.
+struct ScanSettings {
+    static constexpr std::uint32_t TypeNumber = 0x6009A201u;
+    /// Absolute paths, files or folders, as bytes of the file system.
+    ulk::types::vector_t<std::string> areas;
+    friend bool operator==(const ScanSettings&, const ScanSettings&) = default;
+};
+
+/// Counters of one or more runs.
+struct ScanStatistic {
+    std::uint64_t scannedObjects = 0;
+    std::uint64_t threatsFound = 0;
+    std::uint64_t infectedObjects = 0;
+    std::uint64_t suspiciousObjects = 0;
+    std::uint64_t curedObjects = 0;
+    std::uint64_t backedUpObjects = 0;
+    std::uint64_t deletedObjects = 0;
+    std::uint64_t notCuredObjects = 0;
+    std::uint64_t scanErrors = 0;
+    std::uint64_t passwordProtectedObjects = 0;
+    std::uint64_t skippedObjects = 0;
+    friend bool operator==(const ScanStatistic&, const ScanStatistic&) = default;
+};
+
+/// Statistics of one task's last or current run; they outlive a temporary task.
+struct OxsStatistic {
+    std::uint64_t taskId = 0;
+    ulk::types::string16_t taskName;
+    ulk::types::string16_t taskType;
+    bool isTemporary = false;
+    std::int64_t startTime = 0;  ///< seconds since the Unix epoch; 0 when never run
+    std::int64_t finishTime = 0; ///< 0 while running
+    std::uint64_t scannedBytes = 0;
+    ScanStatistic scan;
+    friend bool operator==(const OxsStatistic&, const OxsStatistic&) = default;
+};
+
+struct TaskOwner {
+    std::uint32_t uid = 0;
+    ulk::types::string16_t userName;
+    friend bool operator==(const TaskOwner&, const TaskOwner&) = default;
+};
+
+struct TaskSchedule {
+    std::uint32_t mode = 0; ///< 0: started by hand
+    ulk::types::string16_t text;
+    std::int64_t firstValue = 0;
+    std::int64_t secondValue = 0;
+    std::uint8_t flag = 0;
+    friend bool operator==(const TaskSchedule&, const TaskSchedule&) = default;
+};
+
+namespace core {
+
+/// The service's record of a task.
+struct TaskInfo {
+    std::uint64_t taskId = 0;
+    ulk::types::string16_t taskName;
+    ulk::types::string16_t taskType;
+    types::TaskState::Type state = types::TaskState::Stopped;
+    ulk::types::any_struct_t settings;
+    bool isTemporary = false;
+    std::int64_t startTime = 0; ///< seconds since the Unix epoch
+    std::int64_t stopTime = 0;
+    std::optional<TaskOwner> owner;
+    std::uint32_t isCentralKit = 0; ///< not 0: managed from the central console
+    ulk::types::string16_t displayName;
+    std::optional<bool> cannotBeDeleted;
+};
+
+} // namespace core
+
+/// Ids and names are told by one text: a decimal id or a task name. Results beside transport failures: eNotFound
+/// (no such task), eInvalidState (the state doesn't allow it), eAccessDenied (this user may not), eNotSupported.
+class ITfsTaskManager : public ulk::IObject {
+public:
+    static constexpr ulk::iid_t Iid = 0x887632C7u;
+
+    virtual result_t GetTaskList(ulk::types::vector_t<core::TaskInfo>& tasks) = 0;
+    virtual result_t GetStatistics(ulk::types::vector_t<OxsStatistic>& statistics) = 0;
+    virtual result_t GetStatistic(const ulk::types::string16_t& taskName, OxsStatistic& statistics) = 0;
+    /// Sum over all on-demand scans.
+    virtual result_t GetOdsStatistics(ScanStatistic& statistic) = 0;
+    /// Answers when the command is taken; the rest is told by TaskStateChanged.
+    virtual result_t StartTask(const ulk::types::string16_t& idOrName) = 0;
+    virtual result_t StopTask(const ulk::types::string16_t& idOrName) = 0;
+    virtual result_t PauseTask(const ulk::types::string16_t& idOrName) = 0;
+    virtual result_t ResumeTask(const ulk::types::string16_t& idOrName) = 0;
+    virtual result_t DeleteTask(const ulk::types::string16_t& taskName) = 0;
+    virtual result_t DeleteStatistic(const OxsStatistic& statistics) = 0;
+    virtual result_t GetSchedule(const ulk::types::string16_t& taskName, TaskSchedule& schedule) = 0;
+    virtual result_t GetTaskInfo(const ulk::types::string16_t& idOrName, core::TaskInfo& task) = 0;
+    /// Makes a temporary custom scan owned by the caller; it is started by StartTask and goes when it has run.
+    virtual result_t CreateScanTask(const ScanSettings& settings, core::TaskInfo& task) = 0;
+
+protected:
+    ~ITfsTaskManager() = default;
+};
+
+} // namespace tfs

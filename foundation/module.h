@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Run-time modules: shared libraries that are entered through one export.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <foundation/object.h>
+#include <foundation/string16.h>
+
+#define ULK_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace ulk {
+
+/// The one export of a module. The program passes a null first argument.
+using GetObjectFactoryFunction = result_t (*)(void* moduleInternal, std::uint32_t classId, IObjectFactory** factory);
+inline constexpr char kObjectFactoryExport[] = "ulkGetObjectFactory";
+
+/// Path of a module: folder, "lib", name and ".so". A name that already has a folder in it stays as it is. Throws
+/// std::bad_cast where the folder doesn't convert to UTF-8, std::bad_alloc where memory is short.
+std::string ModulePath(const types::string16_t& folder, std::string_view name);
+
+/// A loaded shared library, closed by its destructor. Movable.
+class Module {
+public:
+    Module() noexcept = default;
+    Module(Module&& other) noexcept;
+    Module& operator=(Module&& other) noexcept;
+    ~Module();
+
+    /// dlopen with RTLD_NOW. On failure returns the code and keeps the text of dlerror, or "dlerror returned
+    /// nullptr".
+    result_t Load(const std::string& path);
+    /// dlsym, with the same treatment of failure.
+    result_t Find(const char* symbol, void** out);
+    /// Enters through ulkGetObjectFactory, makes an object of the class and yields its interface.
+    result_t CreateObject(std::uint32_t classId, IServiceLocator* locator, iid_t iid, void** out);
+    const std::string& ErrorText() const noexcept { return m_errorText; }
+    void Close() noexcept;
+
+private:
+    void* m_handle = nullptr;
+    std::string m_errorText;
+};
+
+} // namespace ulk

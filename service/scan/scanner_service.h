@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The service's side of the scanner: starts tesl-scanner, keeps it alive, hands it descriptors.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <foundation/object.h>
+#include <foundation/trace.h>
+
+namespace tfs::service::scan {
+
+struct ScannerConfig {
+    std::string program;         ///< path of tesl-scanner
+    std::string basesFolder;     ///< signatures
+    std::string temporaryFolder; ///< on tmpfs; empty: the scanner chooses
+    std::uint32_t maxWorkers = 0; ///< 0: as many as processors
+    std::uint64_t workerMemoryLimit = 0; ///< bytes beyond the loaded signatures; 0: default
+    std::uint32_t fileTimeLimitMs = 0;   ///< 0: default (120 s)
+    std::uint32_t filesPerWorker = 0;    ///< recycled after so many; 0: default
+};
+
+struct ScannerState {
+    bool loaded = false;            ///< signatures are loaded and workers answer
+    std::uint64_t signatures = 0;
+    std::int64_t basesDate = 0;     ///< seconds since the Unix epoch
+    std::string engineVersion;
+    std::uint32_t workers = 0;
+    std::string error;              ///< why it isn't loaded
+};
+
+/// Owned by the service's application object; outlives every scan run. All operations may be called from any thread.
+class ScannerService {
+public:
+    ScannerService(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer);
+    ~ScannerService();
+    ScannerService(const ScannerService&) = delete;
+    ScannerService& operator=(const ScannerService&) = delete;
+
+    /// Starts the scanner; returns when signatures are loaded or have failed to (see State).
+    result_t Start();
+    /// Ends the scanner; requests under way answer Cancelled.
+    void Stop() noexcept;
+    ScannerState State() const;
+    /// Called on an inner thread whenever State has changed.
+    void SetStateChanged(std::function<void()> changed);
+
+    class Impl;
+    Impl& Inner() noexcept { return *m_impl; }
+
+private:
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace tfs::service::scan
