@@ -2,11 +2,11 @@
 // Checks of results: reported to the trace, or thrown.
 #pragma once
 
-#include <string_view>
-
 #include <foundation/exceptions.h>
 #include <foundation/result.h>
 #include <foundation/trace.h>
+
+#include <string_view>
 
 namespace ulk::check {
 
@@ -42,6 +42,6 @@ void ReportFalse(ITracer* tracer, const char* file, int line, const char* expres
 /// Evaluates `expression` once; a failing code throws CheckResultFailedException with `message`.
 #define ULK_CHECK_THROW(expression, message)                                                                           \
     do {                                                                                                               \
-        if (const result_t ulkResult = (expression); !ULK_SUCCEEDED(ulkResult))                                        \
-            ::ulk::check::Throw(__FILE__, __LINE__, ulkResult, (message));                                             \
+        if (const result_t ulkThrown = (expression); !ULK_SUCCEEDED(ulkThrown))                                        \
+            ::ulk::check::Throw(__FILE__, __LINE__, ulkThrown, (message));                                             \
     } while (false)

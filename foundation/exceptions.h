@@ -2,13 +2,13 @@
 // The exceptions of the framework. Each carries the place of the failure and a UTF-16 message.
 #pragma once
 
-#include <cstdint>
-#include <exception>
-#include <memory>
-
 #include <foundation/object.h>
 #include <foundation/result.h>
 #include <foundation/string16.h>
+
+#include <cstdint>
+#include <exception>
+#include <memory>
 
 namespace ulk {
 

@@ -2,11 +2,11 @@
 // Run-time modules: shared libraries that are entered through one export.
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include <foundation/object.h>
 #include <foundation/string16.h>
+
+#include <string>
+#include <string_view>
 
 #define ULK_MODULE_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -15,6 +15,16 @@ namespace ulk {
 /// The one export of a module. The program passes a null first argument.
 using GetObjectFactoryFunction = result_t (*)(void* moduleInternal, std::uint32_t classId, IObjectFactory** factory);
 inline constexpr char kObjectFactoryExport[] = "ulkGetObjectFactory";
+
+/// Export that a module may have beside its entry: its number of live objects. One without it is never unloaded by the
+/// application loader.
+using GetLiveObjectCountFunction = std::uint32_t (*)();
+inline constexpr char kLiveObjectsExport[] = "ulkGetLiveObjectCount";
+
+namespace detail {
+/// Text of a failure of the dynamic linker; dlerror may have none to give.
+std::string LinkerErrorText(const char* text);
+} // namespace detail
 
 /// Path of a module: folder, "lib", name and ".so". A name that already has a folder in it stays as it is. Throws
 /// std::bad_cast where the folder doesn't convert to UTF-8, std::bad_alloc where memory is short.
@@ -37,6 +47,8 @@ public:
     result_t CreateObject(std::uint32_t classId, IServiceLocator* locator, iid_t iid, void** out);
     const std::string& ErrorText() const noexcept { return m_errorText; }
     void Close() noexcept;
+    /// Gives the library up without closing it: it stays loaded until the process ends.
+    void KeepLoaded() noexcept { m_handle = nullptr; }
 
 private:
     void* m_handle = nullptr;

@@ -2,13 +2,13 @@
 // What a client of the object model uses: typed lookups, objects made through the framework.
 #pragma once
 
-#include <new>
-#include <utility>
-
 #include <foundation/exceptions.h>
 #include <foundation/object.h>
 #include <foundation/result.h>
 #include <foundation/trace.h>
+
+#include <new>
+#include <utility>
 
 namespace ulk {
 
@@ -31,7 +31,20 @@ inline constexpr ThrowOnFailure throwOnFailure{};
 
 namespace detail {
 [[noreturn]] void ThrowGetInterface(result_t result, iid_t iid);
-}
+
+/// Where an object made through the framework lives: in memory of the locator's allocator, or of malloc where the
+/// locator is null or has none.
+class ObjectMemory {
+public:
+    /// Null when memory is short.
+    void* Allocate(IServiceLocator* locator, std::size_t size) noexcept;
+    void Free(void* memory) noexcept;
+
+private:
+    Ptr<IAllocator> m_allocator;
+};
+
+} // namespace detail
 
 template <class Interface>
 void GetInterface(IServiceLocator* locator, Interface** out, ThrowOnFailure) {
@@ -70,6 +83,29 @@ private:
 template <class... Interfaces>
 struct InterfaceList {};
 
+namespace detail {
+template <class First, class... Rest>
+constexpr iid_t FirstIid(InterfaceList<First, Rest...>) noexcept {
+    return First::Iid;
+}
+} // namespace detail
+
+/// Base of a class that is made through the framework and has several interfaces: counting and lookup are reached
+/// through the class itself, so that a handle may hold it.
+template <class... Implemented>
+class LocatorObjectOf : public LocatorObject, public Implemented... {
+public:
+    using Interfaces = InterfaceList<Implemented...>;
+    using LocatorObject::LocatorObject;
+
+    std::uint32_t AddRef() noexcept override = 0;
+    std::uint32_t Release() noexcept override = 0;
+    result_t QueryInterface(iid_t iid, void** out) noexcept override = 0;
+
+protected:
+    ~LocatorObjectOf() = default;
+};
+
 template <class T, class Factory>
 class Object;
 
@@ -80,32 +116,42 @@ public:
     /// A failing code of FinalConstruct destroys the object without FinalRelease.
     static result_t Create(IServiceLocator* locator, T** out) noexcept {
         *out = nullptr;
+        detail::ObjectMemory memory;
+        void* place = memory.Allocate(locator, sizeof(Object));
+        if (place == nullptr)
+            return eOutOfMemory;
+        Object* object = nullptr;
+        result_t result = eUnspecified;
         try {
-            auto* object = new Object(locator);
-            const result_t result = object->FinalConstruct();
-            if (!ULK_SUCCEEDED(result)) {
-                delete object;
+            object = new (place) Object(locator);
+            result = object->FinalConstruct();
+            if (ULK_SUCCEEDED(result)) {
+                object->m_memory = std::move(memory);
+                *out = object;
                 return result;
             }
-            object->m_constructed = true;
-            *out = object;
-            return sOk;
         } catch (const ResultCodeException& e) {
-            return e.Code();
+            result = ULK_SUCCEEDED(e.Code()) ? eUnspecified : e.Code();
         } catch (const std::bad_alloc&) {
-            return eOutOfMemory;
+            result = eOutOfMemory;
         } catch (...) {
-            return eUnspecified;
+            result = eUnspecified;
         }
+        if (object != nullptr)
+            object->~Object();
+        memory.Free(place);
+        return result;
     }
 
     std::uint32_t AddRef() noexcept override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
     std::uint32_t Release() noexcept override {
         const std::uint32_t left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
         if (left == 0) {
-            if (m_constructed)
-                this->FinalRelease();
-            delete this;
+            this->FinalRelease();
+            // The allocator outlives the object that holds it.
+            detail::ObjectMemory memory = std::move(m_memory);
+            this->~Object();
+            memory.Free(this);
         }
         return left;
     }
@@ -123,7 +169,7 @@ private:
     }
 
     std::atomic<std::uint32_t> m_references{1};
-    bool m_constructed = false;
+    detail::ObjectMemory m_memory;
     ObjectModuleAutoLockTyped m_moduleLock;
 };
 
@@ -136,7 +182,7 @@ result_t CreateInstance(IServiceLocator* locator, T** out) noexcept {
 template <class T>
 void CreateInstance(IServiceLocator* locator, T** out, ThrowOnFailure) {
     if (const result_t result = CreateInstance(locator, out); !ULK_SUCCEEDED(result))
-        detail::ThrowGetInterface(result, T::Iid);
+        detail::ThrowGetInterface(result, detail::FirstIid(typename T::Interfaces{}));
 }
 
 } // namespace ulk

@@ -2,11 +2,11 @@
 // The object model: reference-counted interfaces that are found by 32-bit identifiers.
 #pragma once
 
+#include <foundation/result.h>
+
 #include <atomic>
 #include <cstdint>
 #include <utility>
-
-#include <foundation/result.h>
 
 namespace ulk {
 

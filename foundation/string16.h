@@ -2,14 +2,14 @@
 // The framework's string: zero-terminated, with an inline buffer for short texts.
 #pragma once
 
+#include <foundation/object.h>
+
 #include <compare>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <string>
 #include <string_view>
-
-#include <foundation/object.h>
 
 namespace ulk::types {
 
@@ -59,8 +59,8 @@ public:
 
     /// Room for `extra` more characters. Throws std::length_error "ulk::basic_string_t::reserve_extra()".
     void reserve_extra(std::size_t extra);
-    /// Makes the string `size` long from `index` on, filling with `fill`. Throws std::length_error
-    /// "ulk::basic_string_t::resize_extra_at".
+    /// Makes the string `index` + `size` long; everything from `index` on becomes `fill`, as does the gap where
+    /// `index` lies behind the end. Throws std::length_error "ulk::basic_string_t::resize_extra_at".
     void resize_extra_at(std::size_t index, std::size_t size, Char fill);
     void resize(std::size_t size, Char fill = Char());
     void clear() noexcept;
@@ -86,6 +86,12 @@ public:
 
 private:
     void Reset() noexcept;
+    bool IsInline() const noexcept { return m_data == m_inline; }
+    std::size_t GrownCapacity(std::size_t needed) const noexcept;
+    Char* Allocate(std::size_t capacity) const;
+    void Free() noexcept;
+    void Adopt(Char* data, std::size_t capacity) noexcept;
+    void TakeFrom(basic_string_t& other) noexcept;
 
     Char* m_data;
     std::size_t m_size;
@@ -126,7 +132,18 @@ types::string16_t Cast<types::string16_t>(std::string_view from);
 template <>
 std::u16string Cast<std::u16string>(std::string_view from);
 
-/// The same without an exception, for display: what doesn't decode becomes '?'.
+/// Between UTF-16 and the multi-byte form of the process's locale, character by character. A character that the
+/// other side can't express at all throws std::bad_cast; a character above 0xFFFF is left out.
+types::string16_t FromLocale(std::string_view from);
+std::string ToLocale(std::u16string_view from);
+
+/// The converters behind Cast: eInvalidArgument where the text is broken, eOutOfMemory where memory is short. `to` is
+/// only changed on success.
+result_t Convert(std::u16string_view from, std::string& to) noexcept;
+result_t Convert(std::string_view from, std::u16string& to) noexcept;
+result_t Convert(std::string_view from, types::string16_t& to) noexcept;
+
+/// The same without an exception, for display: each byte or unit that doesn't decode becomes '?'.
 std::string ToUtf8Lossy(std::u16string_view from);
 types::string16_t ToUtf16Lossy(std::string_view from);
 

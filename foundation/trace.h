@@ -2,13 +2,13 @@
 // The tracer's interface and the stream through which one line is built.
 #pragma once
 
+#include <foundation/object.h>
+#include <foundation/string16.h>
+
 #include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
-
-#include <foundation/object.h>
-#include <foundation/string16.h>
 
 namespace ulk {
 
