@@ -2,11 +2,11 @@
 // The way to a service in another process: factory, connection, remote locator.
 #pragma once
 
+#include <foundation/object.h>
+
 #include <memory>
 #include <string>
 #include <utility>
-
-#include <foundation/object.h>
 
 namespace utils {
 

@@ -2,12 +2,12 @@
 // What the service says about itself, and the policy that binds its users.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include <contract/tfs/value_tables.h>
 #include <contract/tfs/variant.h>
 #include <foundation/object.h>
+
+#include <cstdint>
+#include <string>
 
 namespace tfs {
 

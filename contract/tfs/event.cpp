@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/tfs/event.h>
+#include <foundation/datetime.h>
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
 
 namespace tfs {
 
@@ -18,8 +21,18 @@ result_t Event::GetAdditionalData(types::AdditionalName::Type name, ulk::types::
     ulk::types::variant_t value;
     if (const result_t result = GetAdditionalData(name, value); !ULK_SUCCEEDED(result))
         return result;
-    out = ulk::text::ToUtf16Lossy(ulk::types::VariantToString(value));
-    return ulk::sOk;
+    try {
+        out = ulk::text::ToUtf16Lossy(ulk::types::VariantToString(value));
+        return ulk::sOk;
+    } catch (const ulk::datetime::TimeSystemError& e) {
+        return e.Code();
+    } catch (const std::invalid_argument&) {
+        return ulk::eInvalidType;
+    }
+}
+
+void Event::Add(types::AdditionalName::Type name, ulk::types::variant_t value, bool isHidden) {
+    additional.push_back({name, std::move(value), static_cast<std::uint8_t>(isHidden ? 1 : 0)});
 }
 
 bool EventFilter::Passes(const Event& event) const {

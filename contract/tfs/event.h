@@ -2,13 +2,13 @@
 // The event record, the subscription filter and the interfaces by which events travel.
 #pragma once
 
-#include <cstdint>
-#include <ctime>
-#include <optional>
-
 #include <contract/tfs/value_tables.h>
 #include <contract/tfs/variant.h>
 #include <foundation/object.h>
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
 
 namespace tfs {
 
@@ -40,11 +40,11 @@ struct Event {
 
     /// Value of the first pair of that name; eUnspecified where there is none (then `out` is untouched).
     result_t GetAdditionalData(types::AdditionalName::Type name, ulk::types::variant_t& out) const;
-    /// The same as text, through VariantToString.
+    /// The same as text, through VariantToString. A value without a text form is eInvalidType, a date that can't be
+    /// told eInvalidArgument; `out` is untouched then too.
     result_t GetAdditionalData(types::AdditionalName::Type name, ulk::types::string16_t& out) const;
-    void Add(types::AdditionalName::Type name, ulk::types::variant_t value, bool isHidden = false) {
-        additional.push_back({name, std::move(value), static_cast<std::uint8_t>(isHidden ? 1 : 0)});
-    }
+    /// Appends a pair.
+    void Add(types::AdditionalName::Type name, ulk::types::variant_t value, bool isHidden = false);
     friend bool operator==(const Event&, const Event&) = default;
 };
 

@@ -2,14 +2,14 @@
 // Task records and the interfaces that read and drive tasks.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-
 #include <contract/tfs/value_tables.h>
 #include <contract/tfs/variant.h>
 #include <foundation/object.h>
 #include <foundation/string16.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace tfs {
 

@@ -214,12 +214,7 @@ constexpr ValueRow YesNoFlagRows[] = {
 };
 
 constexpr ValueRow EventSeverityRows[] = {
-    {0, "Critical"},
-    {1, "High"},
-    {2, "Medium"},
-    {3, "Low"},
-    {4, "Informational"},
-    {5, "Error"},
+    {0, "Critical"}, {1, "High"}, {2, "Medium"}, {3, "Low"}, {4, "Informational"}, {5, "Error"},
 };
 
 constexpr ValueRow DetectCertaintyRows[] = {
@@ -246,47 +241,22 @@ constexpr ValueRow DetectTypeRows[] = {
 };
 
 constexpr ValueRow TaskStateRows[] = {
-    {0, "Starting"},
-    {1, "Started"},
-    {2, "Pausing"},
-    {3, "Suspended"},
-    {4, "Resuming"},
-    {5, "Stopping"},
-    {6, "Stopped"},
-    {7, "Unknown"},
+    {0, "Starting"}, {1, "Started"},  {2, "Pausing"}, {3, "Suspended"},
+    {4, "Resuming"}, {5, "Stopping"}, {6, "Stopped"}, {7, "Unknown"},
 };
 
 constexpr ValueRow ObjectStatusRows[] = {
-    {0, "Quarantine"},
-    {1, "Backup"},
-    {2, "UserAdded"},
-    {3, "Untreated"},
-    {4, "Unknown"},
+    {0, "Quarantine"}, {1, "Backup"}, {2, "UserAdded"}, {3, "Untreated"}, {4, "Unknown"},
 };
 
 constexpr ValueRow ObjectNameRows[] = {
-    {0, "File"},
-    {1, "LogicalDrive"},
-    {2, "PhysicalDisk"},
-    {3, "SystemMemory"},
-    {4, "MemoryProcess"},
-    {5, "MemoryModule"},
-    {6, "MailMsgRef"},
-    {7, "MailMsgMime"},
-    {8, "MailMsgBody"},
-    {9, "MailMsgAttach"},
-    {10, "StartUp"},
-    {11, "Folder"},
-    {12, "Script"},
-    {13, "URL"},
+    {0, "File"},         {1, "LogicalDrive"}, {2, "PhysicalDisk"}, {3, "SystemMemory"}, {4, "MemoryProcess"},
+    {5, "MemoryModule"}, {6, "MailMsgRef"},   {7, "MailMsgMime"},  {8, "MailMsgBody"},  {9, "MailMsgAttach"},
+    {10, "StartUp"},     {11, "Folder"},      {12, "Script"},      {13, "URL"},
 };
 
 constexpr ValueRow ThreatActionRows[] = {
-    {0, "Cure"},
-    {1, "Remove"},
-    {2, "Recommended"},
-    {3, "Skip"},
-    {4, "Block"},
+    {0, "Cure"}, {1, "Remove"}, {2, "Recommended"}, {3, "Skip"}, {4, "Block"},
 };
 
 constexpr ValueRow ScanLevelRows[] = {
@@ -372,14 +342,8 @@ constexpr ValueRow ObjectNotDisinfectedReasonRows[] = {
 };
 
 constexpr ValueRow ScanScopeRows[] = {
-    {0, "Local"},
-    {1, "Mounted"},
-    {2, "Shared"},
-    {3, "AllRemoteMounted"},
-    {4, "AllShared"},
-    {5, "BootSectors"},
-    {6, "Memory"},
-    {7, "Invalid"},
+    {0, "Local"},     {1, "Mounted"},     {2, "Shared"}, {3, "AllRemoteMounted"},
+    {4, "AllShared"}, {5, "BootSectors"}, {6, "Memory"}, {7, "Invalid"},
 };
 
 constexpr ValueRow ShareProtocolRows[] = {
@@ -443,32 +407,17 @@ constexpr ValueRow PacketActionRows[] = {
 };
 
 constexpr ValueRow TrafficDirectionRows[] = {
-    {0, "IncomingOutgoing"},
-    {1, "Incoming"},
-    {2, "Outgoing"},
-    {3, "IncomingOutgoingPacket"},
-    {4, "IncomingPacket"},
-    {5, "OutgoingPacket"},
+    {0, "IncomingOutgoing"},       {1, "Incoming"},       {2, "Outgoing"},
+    {3, "IncomingOutgoingPacket"}, {4, "IncomingPacket"}, {5, "OutgoingPacket"},
 };
 
 constexpr ValueRow IpProtocolRows[] = {
-    {0, "Any"},
-    {1, "ICMP"},
-    {2, "IGMP"},
-    {3, "TCP"},
-    {4, "UDP"},
-    {5, "ICMPv6"},
-    {6, "GRE"},
+    {0, "Any"}, {1, "ICMP"}, {2, "IGMP"}, {3, "TCP"}, {4, "UDP"}, {5, "ICMPv6"}, {6, "GRE"},
 };
 
 constexpr ValueRow FileObjectTypeRows[] = {
-    {0, "File"},
-    {1, "Directory"},
-    {2, "CharacterDevice"},
-    {3, "BlockDevice"},
-    {4, "NamedPipe"},
-    {5, "SymbolicLink"},
-    {6, "Socket"},
+    {0, "File"},      {1, "Directory"},    {2, "CharacterDevice"}, {3, "BlockDevice"},
+    {4, "NamedPipe"}, {5, "SymbolicLink"}, {6, "Socket"},
 };
 
 constexpr ValueRow PatchPolicyRows[] = {
@@ -489,25 +438,13 @@ constexpr ValueRow PatchStateRows[] = {
 };
 
 constexpr ValueRow ApplicationModuleStateRows[] = {
-    {0, "NotInstalled"},
-    {1, "Installed"},
-    {2, "Uninstall"},
-    {3, "Upgrade"},
-    {4, "Start"},
-    {5, "UpgradeFailed"},
-    {6, "StartFailed"},
-    {7, "RollingBack"},
-    {8, "RolledBack"},
+    {0, "NotInstalled"},  {1, "Installed"},   {2, "Uninstall"},   {3, "Upgrade"},    {4, "Start"},
+    {5, "UpgradeFailed"}, {6, "StartFailed"}, {7, "RollingBack"}, {8, "RolledBack"},
 };
 
 constexpr ValueRow PatchEventResultRows[] = {
-    {0, "Unknown"},
-    {1, "NoUpdatesAvailable"},
-    {2, "UpdateDownloaded"},
-    {3, "UpdateInstalled"},
-    {4, "UpdateFailed"},
-    {5, "ModuleUpdateInstalled"},
-    {6, "PatchFilesCorrupted"},
+    {0, "Unknown"},      {1, "NoUpdatesAvailable"},    {2, "UpdateDownloaded"},    {3, "UpdateInstalled"},
+    {4, "UpdateFailed"}, {5, "ModuleUpdateInstalled"}, {6, "PatchFilesCorrupted"},
 };
 
 constexpr ValueRow TsnModeRows[] = {

@@ -2,13 +2,14 @@
 // Tagged values, as events carry them, and typed structures behind one handle.
 #pragma once
 
+#include <foundation/string16.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
-
-#include <foundation/string16.h>
 
 namespace ulk::types {
 
@@ -56,6 +57,11 @@ public:
     const T* As() const noexcept {
         return std::get_if<T>(&m_value);
     }
+    /// Calls `visitor` with the value that is held; std::monostate where it is empty.
+    template <class Visitor>
+    decltype(auto) Visit(Visitor&& visitor) const {
+        return std::visit(std::forward<Visitor>(visitor), m_value);
+    }
     friend bool operator==(const variant_t&, const variant_t&) = default;
 
 private:
@@ -65,7 +71,8 @@ private:
 };
 
 /// Text form of a scalar: "yes"/"no", decimal numbers, local time as "%Y-%m-%d %H:%M:%S", texts as UTF-8 with '?' for
-/// what doesn't decode. An empty value and a vector throw ulk::CheckResultFailedException with eInvalidType.
+/// what doesn't decode. An empty value and a vector throw std::invalid_argument "Unknown type in VariantToString", a
+/// date before 1970 or one that local time can't express ulk::datetime::TimeSystemError.
 std::string VariantToString(const variant_t& value);
 /// Any integer tag widened; false for every other tag and for a value that doesn't fit.
 bool VariantToInteger(const variant_t& value, std::int64_t& out) noexcept;
