@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The proxies, one for each interface that the service offers.
+#pragma once
+
+#include <contract/tfs/app_info.h>
+#include <contract/tfs/event.h>
+#include <contract/tfs/tasks.h>
+#include <platform/remoting/proxy.h>
+
+namespace ulk::remoting {
+
+class AppInfoProviderProxy final : public Proxy<tfs::IAppInfoProvider, tfs::wire::schema::AppInfoProvider> {
+public:
+    using Proxy::Proxy;
+    result_t GetAppInfo(tfs::AppInfo& appInfo) override;
+};
+
+class AppSettingsHandlerProxy final : public Proxy<tfs::IAppSettingsHandler, tfs::wire::schema::AppSettingsHandler> {
+public:
+    using Proxy::Proxy;
+    result_t GetAppSettings(types::any_struct_t& holder) override;
+};
+
+class PolicyProviderProxy final : public Proxy<tfs::IPolicyProvider, tfs::wire::schema::PolicyProvider> {
+public:
+    using Proxy::Proxy;
+    result_t CanBeStarted(const types::string16_t& taskName, bool& allowed) override;
+    result_t IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) override;
+    result_t CanBeStopped(const types::string16_t& taskName, bool& allowed) override;
+};
+
+class PolicyManagerProxy final : public Proxy<tfs::IPolicyManager, tfs::wire::schema::PolicyManager> {
+public:
+    using Proxy::Proxy;
+    result_t GetPolicy(tfs::PolicyState& state) override;
+};
+
+class TaskManagerProxy final : public Proxy<tfs::ITfsTaskManager, tfs::wire::schema::TaskManager> {
+public:
+    using Proxy::Proxy;
+    result_t GetTaskList(types::vector_t<tfs::core::TaskInfo>& tasks) override;
+    result_t GetStatistics(types::vector_t<tfs::OxsStatistic>& statistics) override;
+    result_t GetStatistic(const types::string16_t& taskName, tfs::OxsStatistic& statistics) override;
+    result_t GetOdsStatistics(tfs::ScanStatistic& statistic) override;
+    result_t StartTask(const types::string16_t& idOrName) override;
+    result_t StopTask(const types::string16_t& idOrName) override;
+    result_t PauseTask(const types::string16_t& idOrName) override;
+    result_t ResumeTask(const types::string16_t& idOrName) override;
+    result_t DeleteTask(const types::string16_t& taskName) override;
+    result_t DeleteStatistic(const tfs::OxsStatistic& statistics) override;
+    result_t GetSchedule(const types::string16_t& taskName, tfs::TaskSchedule& schedule) override;
+    result_t GetTaskInfo(const types::string16_t& idOrName, tfs::core::TaskInfo& task) override;
+    result_t CreateScanTask(const tfs::ScanSettings& settings, tfs::core::TaskInfo& task) override;
+};
+
+/// Subscriptions belong to the connection and not to the proxy: any of a connection's proxies may end one.
+class EventSubscriberProxy final : public Proxy<tfs::IEventSubscriber, tfs::wire::schema::EventSubscriber> {
+public:
+    using Proxy::Proxy;
+    /// eAlreadyDone where the receiver has a subscription.
+    result_t Subscribe(tfs::IRemoteEventsReceiver* receiver, const tfs::EventFilter& filter) override;
+    /// Returns when no OnEvent is running or will run. eNotReady where the connection is gone, with the same promise.
+    result_t Unsubscribe(tfs::IRemoteEventsReceiver* receiver) override;
+};
+
+} // namespace ulk::remoting

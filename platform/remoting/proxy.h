@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Base of the proxies: an interface of contract/ whose calls go to the service.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include <foundation/object.h>
+#include <platform/remoting/connection_core.h>
+
+namespace ulk::remoting {
+
+/// Holds the connection's core, not the connection: a proxy never keeps a loop running, and its last Release may come
+/// from any thread. `Contract` is the interface, `Schema` its counterpart on the wire.
+template <class Contract, class Schema>
+class Proxy : public SimpleObjectBase<NoServiceStrategy, Contract> {
+public:
+    explicit Proxy(std::shared_ptr<ConnectionCore> core) : m_core(std::move(core)) {}
+
+protected:
+    /// `build(client)` makes the request on the loop's thread from what it has copied.
+    template <class Build>
+    result_t Call(Build build) noexcept {
+        Nothing nothing;
+        return Call(nothing, std::move(build), [](auto&, Nothing&) {});
+    }
+    /// `out` is filled for a good code only.
+    template <class Record, class Build, class Read>
+    result_t Call(Record& out, Build build, Read read) noexcept {
+        return m_core->Call(
+            out,
+            [build = std::move(build)](Session& session) {
+                auto client = session.Get<Schema>(Contract::Iid);
+                return build(client);
+            },
+            std::move(read));
+    }
+    const std::shared_ptr<ConnectionCore>& Core() const noexcept { return m_core; }
+
+private:
+    const std::shared_ptr<ConnectionCore> m_core;
+};
+
+} // namespace ulk::remoting

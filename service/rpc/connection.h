@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// One client's connection on the service's side.
+#pragma once
+
+#include <algorithm>
+
+#include <capnp/rpc-twoparty.h>
+#include <foundation/trace.h>
+#include <kj/async-io.h>
+#include <kj/io.h>
+#include <service/rpc/connection_context.h>
+#include <service/rpc/rpc_server.h>
+#include <wire/guarded_stream.h>
+
+namespace tfs::service::rpc {
+
+/// On the loop's thread. Whatever its client does costs this connection alone.
+class Connection final : public ConnectionContext {
+public:
+    Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, const RpcServerOptions& options,
+               IServiceApi& serviceApi, EventHub& eventHub, ulk::ITracer* tracer);
+    ~Connection() noexcept(false) override;
+
+    /// Resolves when the connection has ended or is to be ended; the owner destroys it then.
+    kj::Promise<void> OnEnd();
+
+    std::size_t QueuedBytes() { return m_network.getCurrentQueueSize(); }
+    std::size_t PeakQueuedBytes() const noexcept { return m_peak; }
+
+    bool IsCongested() override;
+    kj::Promise<void> OnWritten() override { return m_stream.OnWritten(); }
+    void Greeted() override { m_greeted = true; }
+
+private:
+    void Kick(const char* reason);
+
+    const RpcServerOptions& m_options;
+    ulk::ITracer* const m_tracer;
+    kj::Own<kj::AsyncIoStream> m_socket;
+    wire::GuardedStream m_stream;
+    capnp::TwoPartyVatNetwork m_network;
+    kj::Own<kj::PromiseFulfiller<void>> m_kick;
+    kj::Promise<void> m_kicked = nullptr;
+    kj::Promise<void> m_greetingDeadline = nullptr;
+    bool m_greeted = false;
+    std::size_t m_peak = 0;
+    kj::Maybe<capnp::RpcSystem<capnp::rpc::twoparty::VatId>> m_rpc;
+};
+
+} // namespace tfs::service::rpc

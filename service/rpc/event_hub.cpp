@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/rpc/event_hub.h>
+
+#include <memory>
+#include <utility>
+
+#include <service/rpc/event_subscription.h>
+#include <wire/results.h>
+
+namespace tfs::service::rpc {
+
+EventHub::EventHub(store::IEventFeed& feed, wire::LoopQueue& queue, Worker& storeWorker, kj::Timer& timer,
+                   ulk::ITracer* tracer)
+    : m_feed(feed), m_queue(queue), m_storeWorker(storeWorker), m_timer(timer), m_tracer(tracer) {
+    m_feed.SetWakeup([this] { OnPublished(); });
+}
+
+EventHub::~EventHub() { m_feed.SetWakeup(nullptr); }
+
+void EventHub::OnPublished() noexcept {
+    // One wake-up is enough for however many publications until the loop has looked.
+    if (m_wakePending.exchange(true))
+        return;
+    try {
+        m_queue.PostFunction([this] { WakeAll(); });
+    } catch (...) {
+        m_wakePending.store(false); // short of memory: the next publication tries again
+    }
+}
+
+void EventHub::WakeAll() {
+    m_wakePending.store(false);
+    for (EventSubscription* subscription : m_subscriptions)
+        subscription->Wake();
+}
+
+kj::Promise<StoredPage> EventHub::ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit) {
+    auto pair = kj::newPromiseAndFulfiller<StoredPage>();
+    const std::uint64_t id = m_nextRead++;
+    m_reads.emplace(id, kj::mv(pair.fulfiller));
+    const bool posted = m_storeWorker.Post([this, id, afterId, upToId, limit] {
+        auto page = std::make_shared<StoredPage>();
+        try {
+            page->result = m_feed.ReadStored(afterId, upToId, limit, page->events);
+        } catch (...) {
+            page->result = wire::ResultFromCurrentException();
+        }
+        m_queue.PostFunction([this, id, page] {
+            auto node = m_reads.extract(id);
+            node.mapped()->fulfill(std::move(*page));
+        });
+    });
+    if (!posted) {
+        m_reads.erase(id);
+        return StoredPage{ulk::eNotReady, {}};
+    }
+    return kj::mv(pair.promise);
+}
+
+} // namespace tfs::service::rpc

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/rpc/event_subscription.h>
+
+#include <utility>
+
+#include <service/rpc/event_hub.h>
+#include <service/rpc/objects.h>
+#include <wire/event_records.h>
+
+namespace tfs::service::rpc {
+namespace {
+
+constexpr std::size_t ReadLimit = 128;        // items of the ring in one turn of the loop
+constexpr std::size_t PageLimit = 256;        // stored events read at a time
+constexpr std::size_t BatchBytes = 32 * 1024; // a batch is closed when it has got this large
+constexpr unsigned FailedReadsLimit = 5;
+constexpr std::size_t FilterEntriesLimit = 1024;
+
+} // namespace
+
+EventSubscription::EventSubscription(ConnectionContext& context, EventFilter filter,
+                                     wire::schema::EventReceiver::Client receiver)
+    : m_context(context), m_filter(std::move(filter)), m_receiver(kj::mv(receiver)) {
+    const store::FeedPosition end = m_context.hub.Feed().End();
+    m_sequence = end.nextSequence;
+    m_lastId = end.lastStoredId;
+    m_context.hub.Add(*this);
+    ++m_context.subscriptions;
+    m_run = kj::evalLater([this] { return Step(); }).eagerlyEvaluate([this](kj::Exception&& e) {
+        // The receiver is gone or broken. What is left goes with its connection.
+        ULK_TRACE(m_context.hub.Tracer(), ulk::level::Notable)
+            << "rpc: a subscription ended: " << e.getDescription().cStr();
+    });
+}
+
+EventSubscription::~EventSubscription() {
+    m_context.hub.Remove(*this);
+    --m_context.subscriptions;
+}
+
+void EventSubscription::Wake() {
+    m_published = true;
+    KJ_IF_MAYBE (waiting, m_waiting) {
+        auto fulfiller = kj::mv(*waiting);
+        m_waiting = nullptr;
+        fulfiller->fulfill();
+    }
+}
+
+kj::Promise<void> EventSubscription::WaitForEvents() {
+    if (m_published)
+        return kj::READY_NOW;
+    auto pair = kj::newPromiseAndFulfiller<void>();
+    m_waiting = kj::mv(pair.fulfiller);
+    return kj::mv(pair.promise);
+}
+
+bool EventSubscription::Take(const Event& event) {
+    if (event.id > 0) {
+        if (event.id <= m_lastId)
+            return false; // seen in the store already
+        m_lastId = event.id;
+    }
+    return m_filter.Passes(event);
+}
+
+kj::Promise<void> EventSubscription::Step() {
+    if (m_context.IsCongested())
+        return m_context.OnWritten().then([this] { return Step(); });
+    m_published = false;
+    m_items.clear();
+    if (!m_context.hub.Feed().Read(m_sequence, ReadLimit, m_items))
+        return CatchUp().then([this] { return Step(); });
+    if (m_items.empty())
+        return WaitForEvents().then([this] { return Step(); });
+    std::size_t bytes = 0;
+    for (const store::FeedItem& item : m_items) {
+        if (bytes >= BatchBytes)
+            break;
+        m_sequence = item.sequence + 1;
+        if (Take(*item.event)) {
+            m_batch.push_back(item.event.get());
+            bytes += wire::EstimateSize(*item.event);
+        }
+    }
+    return SendBatch(bytes).then([this] { return Step(); });
+}
+
+kj::Promise<void> EventSubscription::SendBatch(std::size_t bytes) {
+    if (m_batch.empty())
+        return kj::evalLater([] {}); // others get their turn
+    auto request = m_receiver.onEventsRequest(capnp::MessageSize{bytes / sizeof(capnp::word) * 2 + 64, 0});
+    auto list = request.initEvents(static_cast<capnp::uint>(m_batch.size()));
+    for (std::size_t i = 0; i < m_batch.size(); ++i)
+        wire::Write(*m_batch[i], list[static_cast<capnp::uint>(i)]);
+    m_batch.clear();
+    m_items.clear();
+    return request.send();
+}
+
+kj::Promise<void> EventSubscription::CatchUp() {
+    const store::FeedPosition end = m_context.hub.Feed().End();
+    return CatchUpTo(end.lastStoredId).then([this, end] { m_sequence = end.nextSequence; });
+}
+
+kj::Promise<void> EventSubscription::CatchUpTo(Event::IdType lastId) {
+    if (m_lastId >= lastId)
+        return kj::READY_NOW;
+    return m_context.hub.ReadStored(m_lastId, lastId, PageLimit)
+        .then([this, lastId](StoredPage page) -> kj::Promise<void> {
+            if (!ULK_SUCCEEDED(page.result) && ++m_failedReads < FailedReadsLimit)
+                return m_context.hub.Timer().afterDelay(1 * kj::SECONDS).then([this, lastId] {
+                    return CatchUpTo(lastId);
+                });
+            if (!ULK_SUCCEEDED(page.result) || page.events.empty()) {
+                if (!ULK_SUCCEEDED(page.result)) {
+                    ULK_TRACE(m_context.hub.Tracer(), ulk::level::Failure)
+                        << "rpc: events are lost to a subscriber, the store can't be read: "
+                        << ulk::ResultText(page.result);
+                }
+                m_failedReads = 0;
+                m_lastId = lastId;
+                return kj::READY_NOW;
+            }
+            m_failedReads = 0;
+            return SendPage(std::make_shared<const std::vector<Event>>(std::move(page.events)), 0)
+                .then([this, lastId] { return CatchUpTo(lastId); });
+        });
+}
+
+kj::Promise<void> EventSubscription::SendPage(std::shared_ptr<const std::vector<Event>> page, std::size_t from) {
+    if (m_context.IsCongested())
+        return m_context.OnWritten().then([this, page, from] { return SendPage(page, from); });
+    std::size_t bytes = 0;
+    while (from < page->size() && bytes < BatchBytes) {
+        const Event& event = (*page)[from++];
+        if (Take(event)) {
+            m_batch.push_back(&event);
+            bytes += wire::EstimateSize(event);
+        }
+    }
+    auto sent = SendBatch(bytes);
+    if (from == page->size())
+        return sent;
+    return sent.then([this, page, from] { return SendPage(page, from); });
+}
+
+SubscriptionObject::SubscriptionObject(ConnectionContext& context, EventFilter filter,
+                                       wire::schema::EventReceiver::Client receiver)
+    : ServiceObject(Methods(), context.caller),
+      m_subscription(std::make_unique<EventSubscription>(context, std::move(filter), kj::mv(receiver))) {}
+
+std::span<const Method> SubscriptionObject::Methods() noexcept {
+    static constexpr Method Table[] = {
+        Method::Of<Schema, &SubscriptionObject::Cancel>(0, "cancel", Privilege::Anyone),
+    };
+    return Table;
+}
+
+result_t SubscriptionObject::Cancel(Schema::CancelParams::Reader, Schema::CancelResults::Builder) {
+    m_subscription.reset();
+    return ulk::sOk;
+}
+
+std::span<const Method> EventSubscriberObject::Methods() noexcept {
+    static constexpr Method Table[] = {
+        Method::Of<Schema, &EventSubscriberObject::Subscribe>(0, "subscribe", Privilege::Anyone),
+    };
+    return Table;
+}
+
+result_t EventSubscriberObject::Subscribe(Schema::SubscribeParams::Reader params,
+                                          Schema::SubscribeResults::Builder results) {
+    if (m_context.subscriptions >= m_context.subscriptionsLimit)
+        return ulk::eInsufficientResources;
+    const auto given = params.getFilter();
+    if (!params.hasReceiver() || given.getEventTypes().size() > FilterEntriesLimit ||
+        given.getExcludedEventTypes().size() > FilterEntriesLimit || given.getTaskTypes().size() > FilterEntriesLimit)
+        return ulk::eInvalidArgument;
+    EventFilter filter;
+    wire::Read(given, filter);
+    results.setSubscription(
+        capnp::Capability::Client(kj::heap<SubscriptionObject>(m_context, std::move(filter), params.getReceiver()))
+            .castAs<wire::schema::EventSubscription>());
+    return ulk::sOk;
+}
+
+} // namespace tfs::service::rpc

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// One subscription: a cursor into the feed and the capability that its events go to.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <kj/async.h>
+#include <service/rpc/connection_context.h>
+#include <service/rpc/method.h>
+#include <service/store/event_feed.h>
+#include <wire/tesl.capnp.h>
+
+namespace tfs::service::rpc {
+
+/// Pulls from the feed, filters, sends in batches by streaming calls, and waits for the window or the connection's
+/// write queue before it pulls again: a slow subscriber costs a window, not the events that it hasn't taken. One that
+/// has fallen out of the ring is served from the store up to the feed's end and goes on from there. On the loop's
+/// thread; destroying it ends the subscription.
+class EventSubscription {
+public:
+    EventSubscription(ConnectionContext& context, EventFilter filter, wire::schema::EventReceiver::Client receiver);
+    ~EventSubscription();
+    EventSubscription(const EventSubscription&) = delete;
+    EventSubscription& operator=(const EventSubscription&) = delete;
+
+    /// Something has been published.
+    void Wake();
+
+private:
+    kj::Promise<void> Step();
+    kj::Promise<void> WaitForEvents();
+    kj::Promise<void> CatchUp();
+    kj::Promise<void> CatchUpTo(Event::IdType lastId);
+    kj::Promise<void> SendPage(std::shared_ptr<const std::vector<Event>> page, std::size_t from);
+    /// Notes that the event has been dealt with, and tells whether it is to be sent.
+    bool Take(const Event& event);
+    kj::Promise<void> SendBatch(std::size_t bytes);
+
+    ConnectionContext& m_context;
+    const EventFilter m_filter;
+    wire::schema::EventReceiver::Client m_receiver;
+    std::uint64_t m_sequence = 0;   ///< next to be read from the ring
+    Event::IdType m_lastId = 0;     ///< newest stored event that was dealt with
+    unsigned m_failedReads = 0;     ///< of the store, in a row
+    std::vector<store::FeedItem> m_items;
+    std::vector<const Event*> m_batch; ///< point into m_items or into the page being sent
+    bool m_published = false;
+    kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_waiting;
+    kj::Promise<void> m_run = nullptr;
+};
+
+/// The handle that the client holds.
+class SubscriptionObject final : public ServiceObject {
+public:
+    SubscriptionObject(ConnectionContext& context, EventFilter filter, wire::schema::EventReceiver::Client receiver);
+    static std::span<const Method> Methods() noexcept;
+
+private:
+    using Schema = wire::schema::EventSubscription;
+    result_t Cancel(Schema::CancelParams::Reader params, Schema::CancelResults::Builder results);
+
+    std::unique_ptr<EventSubscription> m_subscription;
+};
+
+} // namespace tfs::service::rpc

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/rpc/locator_server.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include <service/rpc/event_hub.h>
+#include <service/rpc/event_subscription.h>
+#include <service/rpc/objects.h>
+
+namespace tfs::service::rpc {
+namespace {
+
+template <class Object>
+capnp::Capability::Client Make(ConnectionContext& context) {
+    return kj::heap<Object>(context);
+}
+
+struct ObjectEntry {
+    std::uint32_t iid;
+    capnp::Capability::Client (*make)(ConnectionContext&);
+};
+
+constexpr ObjectEntry Objects[] = {
+    {IAppInfoProvider::Iid, &Make<AppInfoObject>},
+    {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
+    {IPolicyProvider::Iid, &Make<PolicyProviderObject>},
+    {IPolicyManager::Iid, &Make<PolicyManagerObject>},
+    {ITfsTaskManager::Iid, &Make<TaskManagerObject>},
+    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
+};
+
+} // namespace
+
+std::span<const Method> LocatorObject::Methods() noexcept {
+    static constexpr Method Table[] = {
+        Method::Of<Schema, &LocatorObject::Hello>(0, "hello", Privilege::Anyone),
+        Method::Of<Schema, &LocatorObject::Ping>(1, "ping", Privilege::Anyone),
+        Method::Of<Schema, &LocatorObject::GetInterface>(2, "getInterface", Privilege::Anyone),
+    };
+    return Table;
+}
+
+result_t LocatorObject::Hello(Schema::HelloParams::Reader params, Schema::HelloResults::Builder results) {
+    results.setVersion(wire::ProtocolVersion);
+    if (params.getVersion() != wire::ProtocolVersion)
+        return ulk::eInvalidVersion;
+    m_greeted = true;
+    m_context.Greeted();
+    return ulk::sOk;
+}
+
+result_t LocatorObject::Ping(Schema::PingParams::Reader, Schema::PingResults::Builder) {
+    return m_greeted ? ulk::sOk : ulk::eInvalidState;
+}
+
+result_t LocatorObject::GetInterface(Schema::GetInterfaceParams::Reader params,
+                                     Schema::GetInterfaceResults::Builder results) {
+    if (!m_greeted)
+        return ulk::eInvalidState;
+    const std::uint32_t iid = params.getId();
+    auto known = m_objects.find(iid);
+    if (known == m_objects.end()) {
+        const auto entry = std::find_if(std::begin(Objects), std::end(Objects),
+                                        [iid](const ObjectEntry& candidate) { return candidate.iid == iid; });
+        if (entry == std::end(Objects))
+            return ulk::eNoInterface;
+        known = m_objects.emplace(iid, entry->make(m_context)).first;
+    }
+    results.setObject(known->second);
+    return ulk::sOk;
+}
+
+std::span<const std::span<const Method>> AllMethodTables() noexcept {
+    static const std::span<const Method> Tables[] = {
+        LocatorObject::Methods(),        AppInfoObject::Methods(),     AppSettingsObject::Methods(),
+        PolicyProviderObject::Methods(), PolicyManagerObject::Methods(), TaskManagerObject::Methods(),
+        EventSubscriberObject::Methods(), SubscriptionObject::Methods(),
+    };
+    return Tables;
+}
+
+} // namespace tfs::service::rpc

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The bootstrap object of a connection.
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include <service/rpc/connection_context.h>
+#include <service/rpc/method.h>
+#include <wire/tesl.capnp.h>
+
+namespace tfs::service::rpc {
+
+/// Hands out the service's objects, each of them once for a connection: however often a client asks, it holds one
+/// capability of each. On the loop's thread.
+class LocatorObject final : public ServiceObject {
+public:
+    explicit LocatorObject(ConnectionContext& context) : ServiceObject(Methods(), context.caller), m_context(context) {}
+    static std::span<const Method> Methods() noexcept;
+
+private:
+    using Schema = wire::schema::Locator;
+    result_t Hello(Schema::HelloParams::Reader params, Schema::HelloResults::Builder results);
+    result_t Ping(Schema::PingParams::Reader params, Schema::PingResults::Builder results);
+    result_t GetInterface(Schema::GetInterfaceParams::Reader params, Schema::GetInterfaceResults::Builder results);
+
+    ConnectionContext& m_context;
+    bool m_greeted = false;
+    std::map<std::uint32_t, capnp::Capability::Client> m_objects;
+};
+
+} // namespace tfs::service::rpc

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Tasks: reads and the making of a custom scan for everybody, commands for those whom the task allows them.
+#include <service/rpc/objects.h>
+
+#include <linux/limits.h>
+
+#include <algorithm>
+
+#include <wire/task_records.h>
+#include <wire/text.h>
+
+namespace tfs::service::rpc {
+namespace {
+
+constexpr std::size_t AreasLimit = 4096;
+
+/// A path that the service can look at without guessing what it is relative to.
+bool IsPlainPath(const std::string& path) {
+    return !path.empty() && path.front() == '/' && path.size() < PATH_MAX && path.find('\0') == std::string::npos;
+}
+
+} // namespace
+
+std::span<const Method> TaskManagerObject::Methods() noexcept {
+    using Object = TaskManagerObject;
+    static constexpr Method Table[] = {
+        Method::Of<Schema, &Object::GetTaskList>(0, "getTaskList", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetStatistics>(1, "getStatistics", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetStatistic>(2, "getStatistic", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetOdsStatistics>(3, "getOdsStatistics", Privilege::Anyone),
+        Method::Of<Schema, &Object::StartTask>(4, "startTask", Privilege::Owner),
+        Method::Of<Schema, &Object::StopTask>(5, "stopTask", Privilege::Owner),
+        Method::Of<Schema, &Object::PauseTask>(6, "pauseTask", Privilege::Owner),
+        Method::Of<Schema, &Object::ResumeTask>(7, "resumeTask", Privilege::Owner),
+        Method::Of<Schema, &Object::DeleteTask>(8, "deleteTask", Privilege::Owner),
+        Method::Of<Schema, &Object::DeleteStatistic>(9, "deleteStatistic", Privilege::Owner),
+        Method::Of<Schema, &Object::GetSchedule>(10, "getSchedule", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetTaskInfo>(11, "getTaskInfo", Privilege::Anyone),
+        Method::Of<Schema, &Object::CreateScanTask>(12, "createScanTask", Privilege::Anyone),
+    };
+    return Table;
+}
+
+result_t TaskManagerObject::GetTaskList(Schema::GetTaskListParams::Reader,
+                                        Schema::GetTaskListResults::Builder results) {
+    std::vector<core::TaskInfo> tasks;
+    const result_t result = m_api.GetTaskList(tasks);
+    if (ULK_SUCCEEDED(result))
+        wire::WriteList(tasks, results.initTasks(static_cast<capnp::uint>(tasks.size())));
+    return result;
+}
+
+result_t TaskManagerObject::GetStatistics(Schema::GetStatisticsParams::Reader,
+                                          Schema::GetStatisticsResults::Builder results) {
+    std::vector<OxsStatistic> statistics;
+    const result_t result = m_api.GetStatistics(statistics);
+    if (ULK_SUCCEEDED(result))
+        wire::WriteList(statistics, results.initStatistics(static_cast<capnp::uint>(statistics.size())));
+    return result;
+}
+
+result_t TaskManagerObject::GetStatistic(Schema::GetStatisticParams::Reader params,
+                                         Schema::GetStatisticResults::Builder results) {
+    OxsStatistic statistic;
+    const result_t result = m_api.GetStatistic(wire::ReadText(params.getTaskName()), statistic);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(statistic, results.initStatistic());
+    return result;
+}
+
+result_t TaskManagerObject::GetOdsStatistics(Schema::GetOdsStatisticsParams::Reader,
+                                             Schema::GetOdsStatisticsResults::Builder results) {
+    ScanStatistic statistic;
+    const result_t result = m_api.GetOdsStatistics(statistic);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(statistic, results.initStatistic());
+    return result;
+}
+
+result_t TaskManagerObject::StartTask(Schema::StartTaskParams::Reader params, Schema::StartTaskResults::Builder) {
+    return m_api.StartTask(GetCaller(), wire::ReadText(params.getTask()));
+}
+
+result_t TaskManagerObject::StopTask(Schema::StopTaskParams::Reader params, Schema::StopTaskResults::Builder) {
+    return m_api.StopTask(GetCaller(), wire::ReadText(params.getTask()));
+}
+
+result_t TaskManagerObject::PauseTask(Schema::PauseTaskParams::Reader params, Schema::PauseTaskResults::Builder) {
+    return m_api.PauseTask(GetCaller(), wire::ReadText(params.getTask()));
+}
+
+result_t TaskManagerObject::ResumeTask(Schema::ResumeTaskParams::Reader params, Schema::ResumeTaskResults::Builder) {
+    return m_api.ResumeTask(GetCaller(), wire::ReadText(params.getTask()));
+}
+
+result_t TaskManagerObject::DeleteTask(Schema::DeleteTaskParams::Reader params, Schema::DeleteTaskResults::Builder) {
+    return m_api.DeleteTask(GetCaller(), wire::ReadText(params.getTask()));
+}
+
+result_t TaskManagerObject::DeleteStatistic(Schema::DeleteStatisticParams::Reader params,
+                                            Schema::DeleteStatisticResults::Builder) {
+    OxsStatistic statistic;
+    wire::Read(params.getStatistic(), statistic);
+    return m_api.DeleteStatistic(GetCaller(), statistic);
+}
+
+result_t TaskManagerObject::GetSchedule(Schema::GetScheduleParams::Reader params,
+                                        Schema::GetScheduleResults::Builder results) {
+    TaskSchedule schedule;
+    const result_t result = m_api.GetSchedule(wire::ReadText(params.getTaskName()), schedule);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(schedule, results.initSchedule());
+    return result;
+}
+
+result_t TaskManagerObject::GetTaskInfo(Schema::GetTaskInfoParams::Reader params,
+                                        Schema::GetTaskInfoResults::Builder results) {
+    core::TaskInfo task;
+    const result_t result = m_api.GetTaskInfo(wire::ReadText(params.getTask()), task);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(task, results.initInfo());
+    return result;
+}
+
+result_t TaskManagerObject::CreateScanTask(Schema::CreateScanTaskParams::Reader params,
+                                           Schema::CreateScanTaskResults::Builder results) {
+    ScanSettings settings;
+    wire::Read(params.getSettings(), settings);
+    if (settings.areas.empty() || settings.areas.size() > AreasLimit ||
+        !std::all_of(settings.areas.begin(), settings.areas.end(), IsPlainPath))
+        return ulk::eInvalidArgument;
+    core::TaskInfo task;
+    const result_t result = m_api.CreateScanTask(GetCaller(), settings, task);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(task, results.initInfo());
+    return result;
+}
+
+} // namespace tfs::service::rpc

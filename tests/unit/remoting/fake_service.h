@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The service's areas as the transport sees them: answers with what the test has put in, and notes what was asked.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <service/rpc/service_api.h>
+
+namespace tfs::test {
+
+class FakeService final : public service::rpc::IServiceApi {
+public:
+    // Answers. Set before the server starts.
+    AppInfo appInfo;
+    settings::AppSettings appSettings;
+    PolicyState policy;
+    bool localTasks = true;
+    bool groupTasks = false;
+    std::vector<core::TaskInfo> tasks;
+    std::vector<OxsStatistic> statistics;
+    ScanStatistic scanStatistic;
+    TaskSchedule schedule;
+    std::atomic<result_t> code{ulk::sOk};
+    /// Called inside each call, on the loop's thread.
+    std::function<void()> during;
+
+    struct Seen {
+        std::string method;
+        std::u16string text;
+        service::rpc::Caller caller;
+        ScanSettings settings;
+        OxsStatistic statistic;
+    };
+    Seen Last() const;
+    int Calls() const noexcept { return m_calls.load(); }
+
+    result_t GetAppInfo(AppInfo& out) noexcept override;
+    result_t GetAppSettings(settings::AppSettings& out) noexcept override;
+    result_t GetPolicy(PolicyState& out) noexcept override;
+    result_t IsUserManageTasksAllowed(bool& local, bool& group) noexcept override;
+    result_t CanBeStarted(const service::rpc::Caller& caller, const std::u16string& name,
+                          bool& allowed) noexcept override;
+    result_t CanBeStopped(const service::rpc::Caller& caller, const std::u16string& name,
+                          bool& allowed) noexcept override;
+    result_t GetTaskList(std::vector<core::TaskInfo>& out) noexcept override;
+    result_t GetTaskInfo(const std::u16string& name, core::TaskInfo& out) noexcept override;
+    result_t GetStatistics(std::vector<OxsStatistic>& out) noexcept override;
+    result_t GetStatistic(const std::u16string& name, OxsStatistic& out) noexcept override;
+    result_t GetOdsStatistics(ScanStatistic& out) noexcept override;
+    result_t GetSchedule(const std::u16string& name, TaskSchedule& out) noexcept override;
+    result_t StartTask(const service::rpc::Caller& caller, const std::u16string& name) noexcept override;
+    result_t StopTask(const service::rpc::Caller& caller, const std::u16string& name) noexcept override;
+    result_t PauseTask(const service::rpc::Caller& caller, const std::u16string& name) noexcept override;
+    result_t ResumeTask(const service::rpc::Caller& caller, const std::u16string& name) noexcept override;
+    result_t DeleteTask(const service::rpc::Caller& caller, const std::u16string& name) noexcept override;
+    result_t DeleteStatistic(const service::rpc::Caller& caller, const OxsStatistic& statistic) noexcept override;
+    result_t CreateScanTask(const service::rpc::Caller& caller, const ScanSettings& settings,
+                            core::TaskInfo& out) noexcept override;
+
+private:
+    result_t Note(Seen seen) noexcept;
+
+    mutable std::mutex m_mutex;
+    Seen m_last;
+    std::atomic<int> m_calls{0};
+};
+
+/// Records with every field away from its default.
+core::TaskInfo FullTaskInfo();
+OxsStatistic FullStatistic();
+ScanStatistic FullScanStatistic();
+AppInfo FullAppInfo();
+Event FullEvent();
+
+} // namespace tfs::test

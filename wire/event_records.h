@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Events and filters to and from the message. On the thread that owns the message.
+#pragma once
+
+#include <cstddef>
+
+#include <contract/tfs/event.h>
+#include <wire/tesl.capnp.h>
+
+namespace tfs::wire {
+
+/// A value nested deeper than this throws ulk::InvalidArgumentException in both directions.
+inline constexpr int VariantDepthLimit = 16;
+
+void Write(const ulk::types::variant_t& value, schema::Variant::Builder out);
+void Read(schema::Variant::Reader in, ulk::types::variant_t& value);
+
+void Write(const Event& event, schema::Event::Builder out);
+/// Numbers without a row in the value tables are kept as they are. Broken text throws
+/// ulk::InvalidArgumentException, a broken message kj::Exception; `event` is then half filled.
+void Read(schema::Event::Reader in, Event& event);
+
+void Write(const EventFilter& filter, schema::EventFilter::Builder out);
+void Read(schema::EventFilter::Reader in, EventFilter& filter);
+
+/// Bytes that the event takes in a message, roughly; for keeping batches small.
+std::size_t EstimateSize(const Event& event) noexcept;
+
+} // namespace tfs::wire

@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <wire/task_records.h>
+
+#include <wire/text.h>
+
+namespace tfs::wire {
+
+void WriteAccount(std::uint32_t uid, const ulk::types::string16_t& userName, schema::Account::Builder out) {
+    out.setUid(uid);
+    out.setUserName(AsData(userName));
+}
+
+void Write(const AppInfo& appInfo, schema::AppInfo::Builder out) {
+    out.setAvBasesLoaded(appInfo.avBasesLoaded);
+    out.setAvBasesDate(appInfo.avBasesDate);
+    out.setLastUpdateTime(appInfo.lastUpdateTime);
+    out.setLastMyCompScanTime(appInfo.lastMyCompScanTime);
+    out.setApplicationUpdateState(static_cast<std::uint32_t>(appInfo.applicationUpdateState));
+    out.setIsOASEnabled(appInfo.isOASEnabled);
+    out.setCanRunProtection(appInfo.canRunProtection);
+    out.setIsRollbackAvailable(appInfo.isRollbackAvailable);
+    out.setAvRecordsCount(appInfo.avRecordsCount);
+    out.setApplicationVersion(AsData(appInfo.applicationVersion));
+    out.setEngineVersion(AsData(appInfo.engineVersion));
+    out.setScannerWorkers(appInfo.scannerWorkers);
+}
+
+void Read(schema::AppInfo::Reader in, AppInfo& appInfo) {
+    appInfo.avBasesLoaded = in.getAvBasesLoaded();
+    appInfo.avBasesDate = in.getAvBasesDate();
+    appInfo.lastUpdateTime = in.getLastUpdateTime();
+    appInfo.lastMyCompScanTime = in.getLastMyCompScanTime();
+    appInfo.applicationUpdateState = static_cast<ApplicationUpdateState>(in.getApplicationUpdateState());
+    appInfo.isOASEnabled = in.getIsOASEnabled();
+    appInfo.canRunProtection = in.getCanRunProtection();
+    appInfo.isRollbackAvailable = in.getIsRollbackAvailable();
+    appInfo.avRecordsCount = in.getAvRecordsCount();
+    ReadText(in.getApplicationVersion(), appInfo.applicationVersion);
+    ReadText(in.getEngineVersion(), appInfo.engineVersion);
+    appInfo.scannerWorkers = in.getScannerWorkers();
+}
+
+void Write(const settings::AppSettings& settings, schema::AppSettings::Builder out) {
+    out.setUseTsn(settings.useTsn);
+    out.setReportsForPrivilegedOnly(settings.reportsForPrivilegedOnly);
+}
+
+void Read(schema::AppSettings::Reader in, settings::AppSettings& settings) {
+    settings.useTsn = static_cast<types::TsnMode::Type>(in.getUseTsn());
+    settings.reportsForPrivilegedOnly = in.getReportsForPrivilegedOnly();
+}
+
+void Write(const ScanSettings& settings, schema::ScanSettings::Builder out) {
+    auto areas = out.initAreas(static_cast<capnp::uint>(settings.areas.size()));
+    for (std::size_t i = 0; i < settings.areas.size(); ++i)
+        areas.set(static_cast<capnp::uint>(i), AsData(settings.areas[i]));
+}
+
+void Read(schema::ScanSettings::Reader in, ScanSettings& settings) {
+    settings.areas.clear();
+    const auto areas = in.getAreas();
+    settings.areas.reserve(areas.size());
+    for (const auto& area : areas)
+        settings.areas.push_back(ReadBytes(area));
+}
+
+void Write(const ulk::types::any_struct_t& holder, schema::TypedStruct::Builder out) {
+    if (const auto* scan = holder.Get<ScanSettings>())
+        Write(*scan, out.initScanSettings());
+    else if (const auto* app = holder.Get<settings::AppSettings>())
+        Write(*app, out.initAppSettings());
+}
+
+void Read(schema::TypedStruct::Reader in, ulk::types::any_struct_t& holder) {
+    holder = {};
+    if (in.isScanSettings()) {
+        ScanSettings scan;
+        Read(in.getScanSettings(), scan);
+        holder.Set(std::move(scan));
+    } else if (in.isAppSettings()) {
+        settings::AppSettings app;
+        Read(in.getAppSettings(), app);
+        holder.Set(app);
+    }
+}
+
+void Write(const ScanStatistic& statistic, schema::ScanStatistic::Builder out) {
+    out.setScannedObjects(statistic.scannedObjects);
+    out.setThreatsFound(statistic.threatsFound);
+    out.setInfectedObjects(statistic.infectedObjects);
+    out.setSuspiciousObjects(statistic.suspiciousObjects);
+    out.setCuredObjects(statistic.curedObjects);
+    out.setBackedUpObjects(statistic.backedUpObjects);
+    out.setDeletedObjects(statistic.deletedObjects);
+    out.setNotCuredObjects(statistic.notCuredObjects);
+    out.setScanErrors(statistic.scanErrors);
+    out.setPasswordProtectedObjects(statistic.passwordProtectedObjects);
+    out.setSkippedObjects(statistic.skippedObjects);
+}
+
+void Read(schema::ScanStatistic::Reader in, ScanStatistic& statistic) {
+    statistic.scannedObjects = in.getScannedObjects();
+    statistic.threatsFound = in.getThreatsFound();
+    statistic.infectedObjects = in.getInfectedObjects();
+    statistic.suspiciousObjects = in.getSuspiciousObjects();
+    statistic.curedObjects = in.getCuredObjects();
+    statistic.backedUpObjects = in.getBackedUpObjects();
+    statistic.deletedObjects = in.getDeletedObjects();
+    statistic.notCuredObjects = in.getNotCuredObjects();
+    statistic.scanErrors = in.getScanErrors();
+    statistic.passwordProtectedObjects = in.getPasswordProtectedObjects();
+    statistic.skippedObjects = in.getSkippedObjects();
+}
+
+void Write(const OxsStatistic& statistic, schema::OxsStatistic::Builder out) {
+    out.setTaskId(statistic.taskId);
+    out.setTaskName(AsData(statistic.taskName));
+    out.setTaskType(AsData(statistic.taskType));
+    out.setIsTemporary(statistic.isTemporary);
+    out.setStartTime(statistic.startTime);
+    out.setFinishTime(statistic.finishTime);
+    out.setScannedBytes(statistic.scannedBytes);
+    Write(statistic.scan, out.initScan());
+}
+
+void Read(schema::OxsStatistic::Reader in, OxsStatistic& statistic) {
+    statistic.taskId = in.getTaskId();
+    ReadText(in.getTaskName(), statistic.taskName);
+    ReadText(in.getTaskType(), statistic.taskType);
+    statistic.isTemporary = in.getIsTemporary();
+    statistic.startTime = in.getStartTime();
+    statistic.finishTime = in.getFinishTime();
+    statistic.scannedBytes = in.getScannedBytes();
+    Read(in.getScan(), statistic.scan);
+}
+
+void Write(const TaskSchedule& schedule, schema::TaskSchedule::Builder out) {
+    out.setMode(schedule.mode);
+    out.setText(AsData(schedule.text));
+    out.setFirstValue(schedule.firstValue);
+    out.setSecondValue(schedule.secondValue);
+    out.setFlag(schedule.flag);
+}
+
+void Read(schema::TaskSchedule::Reader in, TaskSchedule& schedule) {
+    schedule.mode = in.getMode();
+    ReadText(in.getText(), schedule.text);
+    schedule.firstValue = in.getFirstValue();
+    schedule.secondValue = in.getSecondValue();
+    schedule.flag = in.getFlag();
+}
+
+void Write(const core::TaskInfo& task, schema::TaskInfo::Builder out) {
+    out.setTaskId(task.taskId);
+    out.setTaskName(AsData(task.taskName));
+    out.setTaskType(AsData(task.taskType));
+    out.setState(task.state);
+    if (!task.settings.empty())
+        Write(task.settings, out.initSettings());
+    out.setIsTemporary(task.isTemporary);
+    out.setStartTime(task.startTime);
+    out.setStopTime(task.stopTime);
+    if (task.owner)
+        WriteAccount(task.owner->uid, task.owner->userName, out.initOwner().initPresent());
+    out.setIsCentralKit(task.isCentralKit);
+    out.setDisplayName(AsData(task.displayName));
+    if (task.cannotBeDeleted)
+        out.getCannotBeDeleted().setKnown(*task.cannotBeDeleted);
+}
+
+void Read(schema::TaskInfo::Reader in, core::TaskInfo& task) {
+    task.taskId = in.getTaskId();
+    ReadText(in.getTaskName(), task.taskName);
+    ReadText(in.getTaskType(), task.taskType);
+    task.state = static_cast<types::TaskState::Type>(in.getState());
+    Read(in.getSettings(), task.settings);
+    task.isTemporary = in.getIsTemporary();
+    task.startTime = in.getStartTime();
+    task.stopTime = in.getStopTime();
+    task.owner.reset();
+    if (const auto owner = in.getOwner(); owner.isPresent()) {
+        const auto account = owner.getPresent();
+        task.owner.emplace();
+        task.owner->uid = account.getUid();
+        ReadText(account.getUserName(), task.owner->userName);
+    }
+    task.isCentralKit = in.getIsCentralKit();
+    ReadText(in.getDisplayName(), task.displayName);
+    task.cannotBeDeleted.reset();
+    if (const auto known = in.getCannotBeDeleted(); known.isKnown())
+        task.cannotBeDeleted = known.getKnown();
+}
+
+} // namespace tfs::wire

@@ -1,0 +1,214 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+@0xee5eb02d60b7a585;
+# What passes between the service and its clients. One interface for each C++ interface of contract/, one struct for
+# each record, in the same order of fields.
+#
+# Every method answers with `result`, the code of the call, beside its payload; the payload counts only where the code
+# is not negative. Text is UTF-16 in little-endian code units (`Text16`), because names of files and users need not be
+# valid Unicode; paths and narrow texts are bytes. Numbers of the value tables travel as they are.
+
+using Cxx = import "/capnp/c++.capnp";
+$Cxx.namespace("tfs::wire::schema");
+
+using Text16 = Data;
+using Code = Int32;
+
+# ---- Records
+
+struct Variant {
+  union {
+    empty @0 :Void;
+    boolean @1 :Bool;
+    int32 @2 :Int32;
+    int64 @3 :Int64;
+    uint32 @4 :UInt32;
+    uint64 @5 :UInt64;
+    dateTime @6 :Int64;      # 100 ns units since 1601-01-01 UTC
+    text @7 :Data;
+    text16 @8 :Text16;
+    vector @9 :List(Variant);
+  }
+}
+
+struct Account {
+  uid @0 :UInt32;
+  userName @1 :Text16;
+}
+
+struct OptionalAccount {
+  union {
+    absent @0 :Void;
+    present @1 :Account;
+  }
+}
+
+struct Event {
+  id @0 :Int64;
+  type @1 :Int32;
+  severity @2 :Int32;
+  initiator @3 :Int32;
+  initiatorUser @4 :OptionalAccount;
+  time @5 :Int64;            # seconds since 1970-01-01 UTC
+  additional @6 :List(Additional);
+
+  struct Additional {
+    name @0 :Int32;
+    value @1 :Variant;
+    hidden @2 :UInt8;
+  }
+}
+
+struct EventFilter {
+  eventTypes @0 :List(UInt32);
+  excludedEventTypes @1 :List(UInt32);
+  taskTypes @2 :List(Text16);
+}
+
+struct AppInfo {
+  avBasesLoaded @0 :Bool;
+  avBasesDate @1 :Int64;
+  lastUpdateTime @2 :Int64;
+  lastMyCompScanTime @3 :Int64;
+  applicationUpdateState @4 :UInt32;
+  isOASEnabled @5 :Bool;
+  canRunProtection @6 :Bool;
+  isRollbackAvailable @7 :Bool;
+  avRecordsCount @8 :UInt64;
+  applicationVersion @9 :Text16;
+  engineVersion @10 :Text16;
+  scannerWorkers @11 :UInt32;
+}
+
+struct AppSettings {
+  useTsn @0 :Int32;
+  reportsForPrivilegedOnly @1 :Bool;
+}
+
+struct ScanSettings {
+  areas @0 :List(Data);
+}
+
+struct TypedStruct {
+  union {
+    absent @0 :Void;
+    scanSettings @1 :ScanSettings;
+    appSettings @2 :AppSettings;
+  }
+}
+
+struct ScanStatistic {
+  scannedObjects @0 :UInt64;
+  threatsFound @1 :UInt64;
+  infectedObjects @2 :UInt64;
+  suspiciousObjects @3 :UInt64;
+  curedObjects @4 :UInt64;
+  backedUpObjects @5 :UInt64;
+  deletedObjects @6 :UInt64;
+  notCuredObjects @7 :UInt64;
+  scanErrors @8 :UInt64;
+  passwordProtectedObjects @9 :UInt64;
+  skippedObjects @10 :UInt64;
+}
+
+struct OxsStatistic {
+  taskId @0 :UInt64;
+  taskName @1 :Text16;
+  taskType @2 :Text16;
+  isTemporary @3 :Bool;
+  startTime @4 :Int64;
+  finishTime @5 :Int64;
+  scannedBytes @6 :UInt64;
+  scan @7 :ScanStatistic;
+}
+
+struct TaskSchedule {
+  mode @0 :UInt32;
+  text @1 :Text16;
+  firstValue @2 :Int64;
+  secondValue @3 :Int64;
+  flag @4 :UInt8;
+}
+
+struct TaskInfo {
+  taskId @0 :UInt64;
+  taskName @1 :Text16;
+  taskType @2 :Text16;
+  state @3 :Int32;
+  settings @4 :TypedStruct;
+  isTemporary @5 :Bool;
+  startTime @6 :Int64;
+  stopTime @7 :Int64;
+  owner @8 :OptionalAccount;
+  isCentralKit @9 :UInt32;
+  displayName @10 :Text16;
+  cannotBeDeleted :union {
+    unknown @11 :Void;
+    known @12 :Bool;
+  }
+}
+
+# ---- Interfaces
+
+interface Locator {
+  # The bootstrap capability. It belongs to one connection and knows that connection's user.
+
+  hello @0 (version :UInt32, program :Data) -> (result :Code, version :UInt32);
+  # The first call. Both sides refuse a version that is not their own.
+
+  ping @1 () -> (result :Code);
+
+  getInterface @2 (id :UInt32) -> (result :Code, object :Capability);
+  # The interface of that identifier; answers with its number only after a good `hello`.
+}
+
+interface AppInfoProvider {
+  getAppInfo @0 () -> (result :Code, appInfo :AppInfo);
+}
+
+interface AppSettingsHandler {
+  getAppSettings @0 () -> (result :Code, settings :AppSettings);
+}
+
+interface PolicyProvider {
+  canBeStarted @0 (taskName :Text16) -> (result :Code, allowed :Bool);
+  canBeStopped @1 (taskName :Text16) -> (result :Code, allowed :Bool);
+  isUserManageTasksAllowed @2 () -> (result :Code, localTasks :Bool, groupTasks :Bool);
+}
+
+interface PolicyManager {
+  getPolicy @0 () -> (result :Code, name :Text16);
+}
+
+interface TaskManager {
+  getTaskList @0 () -> (result :Code, tasks :List(TaskInfo));
+  getStatistics @1 () -> (result :Code, statistics :List(OxsStatistic));
+  getStatistic @2 (taskName :Text16) -> (result :Code, statistic :OxsStatistic);
+  getOdsStatistics @3 () -> (result :Code, statistic :ScanStatistic);
+  startTask @4 (task :Text16) -> (result :Code);
+  stopTask @5 (task :Text16) -> (result :Code);
+  pauseTask @6 (task :Text16) -> (result :Code);
+  resumeTask @7 (task :Text16) -> (result :Code);
+  deleteTask @8 (task :Text16) -> (result :Code);
+  deleteStatistic @9 (statistic :OxsStatistic) -> (result :Code);
+  getSchedule @10 (taskName :Text16) -> (result :Code, schedule :TaskSchedule);
+  getTaskInfo @11 (task :Text16) -> (result :Code, info :TaskInfo);
+  createScanTask @12 (settings :ScanSettings) -> (result :Code, info :TaskInfo);
+}
+
+interface EventReceiver {
+  # Passed by the client.
+
+  onEvents @0 (events :List(Event)) -> stream;
+  # In order, each once. The service has one window of these under way and waits for the rest.
+}
+
+interface EventSubscription {
+  # Dropping it ends the subscription as well.
+
+  cancel @0 () -> (result :Code);
+}
+
+interface EventSubscriber {
+  subscribe @0 (receiver :EventReceiver, filter :EventFilter, name :Text16)
+      -> (result :Code, subscription :EventSubscription);
+}
