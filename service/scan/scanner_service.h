@@ -20,6 +20,10 @@ struct ScannerConfig {
     std::uint64_t workerMemoryLimit = 0; ///< bytes beyond the loaded signatures; 0: default
     std::uint32_t fileTimeLimitMs = 0;   ///< 0: default (120 s)
     std::uint32_t filesPerWorker = 0;    ///< recycled after so many; 0: default
+    std::uint64_t maxFileSize = 0;   ///< bytes; larger files are "not processed"; 0: default (1 GiB)
+    std::uint64_t maxScanSize = 0;   ///< bytes of a file with all its parts; 0: default (2 GiB)
+    std::uint32_t maxFiles = 0;      ///< parts of one file; 0: default (100000)
+    std::uint64_t temporarySize = 0; ///< bytes of the scanner's tmpfs; 0: default (2 GiB or a quarter of memory)
 };
 
 struct ScannerState {
@@ -29,6 +33,7 @@ struct ScannerState {
     std::string engineVersion;
     std::uint32_t workers = 0;
     std::string error;              ///< why it isn't loaded
+    std::string sandbox;            ///< what the scanner is shut in by, for the trace
 };
 
 /// Owned by the service's application object; outlives every scan run. All operations may be called from any thread.

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Access to files limited to one folder, by the kernel's Landlock; needs no rights.
+#pragma once
+
+#include <string>
+
+namespace tfs::scanner {
+
+/// From now on this process reaches no file outside `folder` by name. False where the kernel can't.
+bool LimitFilesTo(const std::string& folder) noexcept;
+
+} // namespace tfs::scanner

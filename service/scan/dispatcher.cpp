@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Start, stop, the thread's loop, clients and the handing out of work.
+#include <algorithm>
+#include <cerrno>
+
+#include <service/scan/dispatcher.h>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace tfs::service::scan {
+namespace {
+
+constexpr std::uint64_t WakeSource = 0;
+constexpr int PollEvents = 64;
+constexpr std::uint32_t DefaultTimeLimitMs = 120000;
+/// How often deadlines are looked at while there is work.
+constexpr int TickMs = 100;
+constexpr int EndPatienceMs = 1000;
+
+std::uint32_t TargetWorkers(const ScannerConfig& config) {
+    const std::uint32_t processors = std::max(1u, std::thread::hardware_concurrency());
+    const std::uint32_t wanted = config.maxWorkers == 0 ? processors : std::min(config.maxWorkers, processors);
+    return std::min(wanted, scanner::MaxWorkers / 2);
+}
+
+} // namespace
+
+ScannerService::Impl::Impl(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer)
+    : m_config(std::move(config)), m_targetWorkers(TargetWorkers(m_config)),
+      m_fileTimeLimit(m_config.fileTimeLimitMs == 0 ? DefaultTimeLimitMs : m_config.fileTimeLimitMs),
+      m_tracer(std::move(tracer)) {}
+
+ScannerService::Impl::~Impl() { Stop(); }
+
+result_t ScannerService::Impl::Start() {
+    ulk::LockGuard threadLock(m_threadLock);
+    {
+        ulk::LockGuard lock(m_lock);
+        if (m_phase == Phase::Running)
+            return ulk::sOk;
+    }
+    if (!m_thread.joinable()) {
+        m_poll.Reset(::epoll_create1(EPOLL_CLOEXEC));
+        m_wake.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        if (!m_poll || !m_wake)
+            return ulk::ResultFromErrno(errno);
+        epoll_event event{EPOLLIN, {.u64 = WakeSource}};
+        ::epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, m_wake.Get(), &event);
+        {
+            ulk::LockGuard lock(m_lock);
+            m_stopping = false;
+            m_losses = 0;
+            StartParent();
+        }
+        m_thread = std::thread([this] { Loop(); });
+    } else {
+        ulk::LockGuard lock(m_lock);
+        if (m_phase == Phase::Failed) {
+            m_losses = 0;
+            StartParent();
+        }
+        Wake();
+    }
+    ulk::LockGuard lock(m_lock);
+    while (!m_state.loaded && m_phase != Phase::Failed && !m_stopping)
+        m_changed.wait(lock);
+    return m_state.loaded ? ulk::sOk : ulk::eNotReady;
+}
+
+void ScannerService::Impl::Stop() noexcept {
+    {
+        ulk::LockGuard lock(m_lock);
+        m_stopping = true;
+        m_changed.notify_all();
+    }
+    ulk::LockGuard threadLock(m_threadLock);
+    if (!m_thread.joinable())
+        return;
+    Wake();
+    m_thread.join();
+    m_poll.Reset();
+    m_wake.Reset();
+}
+
+ScannerState ScannerService::Impl::State() const {
+    ulk::LockGuard lock(m_lock);
+    return m_state;
+}
+
+void ScannerService::Impl::SetStateChanged(std::function<void()> changed) {
+    ulk::LockGuard lock(m_lock);
+    m_stateChanged = std::move(changed);
+}
+
+std::uint64_t ScannerService::Impl::BasesVersion() const {
+    ulk::LockGuard lock(m_lock);
+    return m_basesVersion;
+}
+
+pid_t ScannerService::Impl::ParentProcess() const {
+    ulk::LockGuard lock(m_lock);
+    return m_process.Pid();
+}
+
+std::vector<pid_t> ScannerService::Impl::WorkerProcesses() const {
+    ulk::LockGuard lock(m_lock);
+    std::vector<pid_t> processes;
+    for (const auto& [id, worker] : m_workers)
+        processes.push_back(worker.Pid());
+    return processes;
+}
+
+void ScannerService::Impl::Wake() noexcept {
+    const std::uint64_t one = 1;
+    while (::write(m_wake.Get(), &one, sizeof one) < 0 && errno == EINTR) {
+    }
+}
+
+int ScannerService::Impl::Timeout() const {
+    if (m_phase == Phase::Starting || m_phase == Phase::Waiting || m_spawning != 0 || !m_clients.empty())
+        return TickMs;
+    const bool quiet = std::all_of(m_workers.begin(), m_workers.end(), [](const auto& each) {
+        return each.second.ready && each.second.inFlight.empty() && !each.second.killed;
+    });
+    return quiet && m_workers.size() >= m_targetWorkers ? -1 : m_phase == Phase::Running ? TickMs : -1;
+}
+
+void ScannerService::Impl::Loop() {
+    epoll_event events[PollEvents];
+    ulk::LockGuard lock(m_lock);
+    while (!m_stopping) {
+        CheckDeadlines();
+        KeepWorkers();
+        RetireIdle();
+        Dispatch();
+        const int timeout = m_callbacks.empty() && !m_stateDirty ? Timeout() : 0;
+        MakeCallbacks(lock);
+        if (m_stopping)
+            break;
+        lock.unlock();
+        const int count = ::epoll_wait(m_poll.Get(), events, PollEvents, timeout);
+        lock.lock();
+        for (int i = 0; i < count && !m_stopping; ++i) {
+            const std::uint64_t source = events[i].data.u64;
+            if (source == WakeSource) {
+                std::uint64_t ignored = 0;
+                [[maybe_unused]] const ssize_t size = ::read(m_wake.Get(), &ignored, sizeof ignored);
+            } else if ((source & 1) != 0) {
+                OnParent();
+            } else {
+                OnWorker(source >> 1);
+            }
+        }
+    }
+    for (auto& [id, worker] : m_workers)
+        for (Request& request : worker.inFlight)
+            Answer(request, {VerdictCode::Cancelled, {}, {}, {}});
+    m_workers.clear();
+    EndParent(EndPatienceMs);
+    m_phase = Phase::Stopped;
+    Unavailable("stopped");
+    MakeCallbacks(lock);
+}
+
+void ScannerService::Impl::MakeCallbacks(ulk::LockGuard& lock) {
+    std::vector<Callback> callbacks;
+    callbacks.swap(m_callbacks);
+    std::function<void()> stateChanged;
+    if (m_stateDirty) {
+        m_stateDirty = false;
+        stateChanged = m_stateChanged;
+        m_changed.notify_all();
+    }
+    if (callbacks.empty() && !stateChanged)
+        return;
+    lock.unlock();
+    for (Callback& each : callbacks) {
+        if (each.isVerdict)
+            each.client->OnVerdict(each.token, std::move(each.verdict));
+        else
+            each.client->OnBytes(each.token, each.bytes);
+    }
+    if (stateChanged)
+        stateChanged();
+    lock.lock();
+}
+
+void ScannerService::Impl::Answer(Request& request, FileVerdict verdict) {
+    if (request.client)
+        m_callbacks.push_back({request.client->client, request.job.token, 0, true, std::move(verdict)});
+    request.client.reset();
+    request.job.file.Reset();
+}
+
+/// Everybody who waits is told; nobody waits for what doesn't come.
+void ScannerService::Impl::Unavailable(const std::string& error) {
+    m_state.loaded = false;
+    m_state.workers = 0;
+    m_state.error = error;
+    m_stateDirty = true;
+    const VerdictCode code = m_phase == Phase::Stopped ? VerdictCode::Cancelled : VerdictCode::EngineFailed;
+    for (auto& client : m_clients) {
+        for (Request& request : client->queue)
+            Answer(request, {code, {}, {}, error});
+        client->queue.clear();
+    }
+}
+
+std::shared_ptr<ClientState> ScannerService::Impl::Attach(std::shared_ptr<IScanClient> client) {
+    ulk::LockGuard lock(m_lock);
+    if (m_phase == Phase::Stopped || m_phase == Phase::Failed || m_stopping)
+        return nullptr;
+    auto state = std::make_shared<ClientState>();
+    state->client = std::move(client);
+    m_clients.push_back(state);
+    Wake();
+    return state;
+}
+
+void ScannerService::Impl::Detach(const std::shared_ptr<ClientState>& client) {
+    std::deque<Request> dropped; // descriptors are closed without the lock
+    ulk::LockGuard lock(m_lock);
+    std::erase(m_clients, client);
+    dropped.swap(client->queue);
+    const auto now = Clock::now();
+    for (auto& [id, worker] : m_workers) {
+        for (Request& request : worker.inFlight) {
+            if (request.client != client)
+                continue;
+            request.client.reset();
+            request.cancelledAt = now;
+            worker.Cancel(request);
+            if (worker.held && &request == worker.Head())
+                worker.Kill();
+        }
+    }
+    Wake();
+}
+
+void ScannerService::Impl::SetPaused(const std::shared_ptr<ClientState>& client, bool paused) {
+    ulk::LockGuard lock(m_lock);
+    if (client->paused == paused)
+        return;
+    client->paused = paused;
+    const auto now = Clock::now();
+    client->pausedAt = now;
+    if (!paused)
+        for (auto& [id, worker] : m_workers)
+            if (worker.held && worker.Head() != nullptr && worker.Head()->client == client)
+                worker.GoOn(now);
+    Wake();
+}
+
+bool ScannerService::Impl::Submit(const std::shared_ptr<ClientState>& client, FileJob&& job) {
+    ulk::LockGuard lock(m_lock);
+    if (m_phase == Phase::Stopped || m_phase == Phase::Failed || m_stopping)
+        return false;
+    Request request;
+    request.id = m_nextRequest++;
+    request.job = std::move(job);
+    request.client = client;
+    client->queue.push_back(std::move(request));
+    Dispatch();
+    return true;
+}
+
+WorkerSlot* ScannerService::Impl::FreeWorker() {
+    WorkerSlot* best = nullptr;
+    for (auto& [id, worker] : m_workers)
+        if (worker.TakesWork() && (best == nullptr || worker.inFlight.size() < best->inFlight.size()))
+            best = &worker;
+    return best;
+}
+
+void ScannerService::Impl::Dispatch() {
+    if (m_phase != Phase::Running || m_clients.empty())
+        return;
+    const auto now = Clock::now();
+    std::size_t idle = 0; // clients in a row that had nothing to give
+    while (idle < m_clients.size()) {
+        WorkerSlot* worker = FreeWorker();
+        if (worker == nullptr)
+            return;
+        ClientState& client = *m_clients[m_nextClient++ % m_clients.size()];
+        if (client.paused || client.queue.empty()) {
+            ++idle;
+            continue;
+        }
+        idle = 0;
+        if (!worker->Give(client.queue.front(), now))
+            return; // its end is noticed by the loop
+        client.queue.pop_front();
+        const std::uint32_t limit = m_config.filesPerWorker == 0 ? 10000 : m_config.filesPerWorker;
+        if (++worker->files >= limit)
+            worker->retiring = true;
+    }
+}
+
+} // namespace tfs::service::scan

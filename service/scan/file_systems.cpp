@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <service/scan/file_systems.h>
+
+#include <linux/magic.h>
+#include <sys/sysmacros.h>
+#include <sys/vfs.h>
+
+namespace tfs::service::scan {
+namespace {
+
+constexpr unsigned long VirtualTypes[] = {
+    PROC_SUPER_MAGIC,
+    SYSFS_MAGIC,
+    CGROUP_SUPER_MAGIC,
+    CGROUP2_SUPER_MAGIC,
+    DEBUGFS_MAGIC,
+    TRACEFS_MAGIC,
+    SECURITYFS_MAGIC,
+    SELINUX_MAGIC,
+    SMACK_MAGIC,
+    PSTOREFS_MAGIC,
+    BPF_FS_MAGIC,
+    DEVPTS_SUPER_MAGIC,
+    EFIVARFS_MAGIC,
+    AUTOFS_SUPER_MAGIC,
+    BINFMTFS_MAGIC,
+    NSFS_MAGIC,
+    PIPEFS_MAGIC,
+    SOCKFS_MAGIC,
+    RDTGROUP_SUPER_MAGIC,
+    0x19800202, // message queues
+    0x62656570, // configfs
+    0x65735543, // control files of user-space file systems
+    0x67596969, // RPC pipes
+    0x5A3C69F0, // apparmorfs
+};
+
+constexpr unsigned long ForeignTypes[] = {
+    NFS_SUPER_MAGIC, SMB_SUPER_MAGIC, CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC,   FUSE_SUPER_MAGIC,
+    V9FS_MAGIC,      CODA_SUPER_MAGIC, AFS_SUPER_MAGIC, CEPH_SUPER_MAGIC,   NCP_SUPER_MAGIC,
+};
+
+template <std::size_t N>
+bool Contains(const unsigned long (&types)[N], unsigned long type) {
+    return std::find(std::begin(types), std::end(types), type) != std::end(types);
+}
+
+} // namespace
+
+FileSystems::FileSystems() {
+    std::ifstream table("/proc/self/mountinfo");
+    for (std::string line; std::getline(table, line);) {
+        unsigned major = 0;
+        unsigned minor = 0;
+        const std::size_t mark = line.find(" - ");
+        if (mark != std::string::npos && line.compare(mark + 3, 9, "devtmpfs ") == 0 &&
+            std::sscanf(line.c_str(), "%*d %*d %u:%u", &major, &minor) == 2)
+            m_deviceFolders.insert(makedev(major, minor));
+    }
+}
+
+FileSystemKind FileSystems::KindOf(dev_t device, int descriptor) {
+    if (const auto found = m_known.find(device); found != m_known.end())
+        return found->second;
+    FileSystemKind kind = FileSystemKind::Disk;
+    struct statfs status {};
+    if (m_deviceFolders.contains(device)) {
+        kind = FileSystemKind::Virtual;
+    } else if (::fstatfs(descriptor, &status) != 0) {
+        return FileSystemKind::Foreign; // scanned but not trusted, and asked again
+    } else {
+        const auto type = static_cast<unsigned long>(status.f_type) & 0xFFFFFFFFul;
+        if (Contains(VirtualTypes, type))
+            kind = FileSystemKind::Virtual;
+        else if (Contains(ForeignTypes, type))
+            kind = FileSystemKind::Foreign;
+    }
+    m_known.emplace(device, kind);
+    return kind;
+}
+
+} // namespace tfs::service::scan

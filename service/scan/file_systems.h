@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Which file systems hold files worth scanning. Used on one thread.
+#pragma once
+
+#include <unordered_map>
+#include <unordered_set>
+
+#include <sys/types.h>
+
+namespace tfs::service::scan {
+
+enum class FileSystemKind {
+    Disk,    ///< files on a local medium, memory included
+    Foreign, ///< files whose times somebody else sets (network, user space): scanned, never cached
+    Virtual, ///< the kernel's own: never scanned
+};
+
+class FileSystems {
+public:
+    /// Reads the mount table.
+    FileSystems();
+    /// Kind of the file system that `descriptor` lies on; `device` is its st_dev.
+    FileSystemKind KindOf(dev_t device, int descriptor);
+
+private:
+    std::unordered_set<dev_t> m_deviceFolders; ///< devtmpfs, which statfs can't tell from tmpfs
+    std::unordered_map<dev_t, FileSystemKind> m_known;
+};
+
+} // namespace tfs::service::scan

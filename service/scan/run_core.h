@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What the threads of one scan run share: the walker opens files and submits them, the scanner's thread brings
+// verdicts, the caller of Run() passes on what is worth telling. Lives as long as the last of them.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <thread>
+#include <unordered_map>
+#include <variant>
+
+#include <foundation/sync.h>
+#include <service/scan/dispatcher.h>
+#include <service/scan/file_walker.h>
+#include <service/scan/link_ledger.h>
+#include <service/scan/scan_run.h>
+#include <service/scan/scan_tally.h>
+
+namespace tfs::service::scan {
+
+class RunCore final : public IScanClient, public IWalkVisitor, public std::enable_shared_from_this<RunCore> {
+public:
+    RunCore(ScannerService::Impl& scanner, ScanOptions options);
+
+    /// The whole run, on the calling thread.
+    ScanResult Run(IScanObserver& observer) ULK_EXCLUDES(m_lock);
+    void Stop() noexcept ULK_EXCLUDES(m_lock);
+    void SetPaused(bool paused) noexcept ULK_EXCLUDES(m_lock);
+
+    void OnVerdict(std::uint64_t token, FileVerdict verdict) override ULK_EXCLUDES(m_lock);
+    void OnBytes(std::uint64_t token, std::uint64_t bytes) override ULK_EXCLUDES(m_lock);
+
+    void OnFile(const FoundFile& file) override ULK_EXCLUDES(m_lock);
+    void OnSkipped(const std::string& path) override;
+    void OnUnreadable(const std::string& path, const std::string& reason) override ULK_EXCLUDES(m_lock);
+    bool GoOn() override ULK_EXCLUDES(m_lock);
+
+private:
+    using Notable = std::variant<ThreatFound, NotProcessed>;
+    /// A file in the scanner's hands.
+    struct FileInWork {
+        std::string path;
+        struct stat status;
+        timespec takenAt;
+        std::uint64_t bytes = 0;
+        bool cacheable = false;
+    };
+    enum class Opened { Yes, Gone, Special, Failed };
+
+    void Walk() ULK_EXCLUDES(m_lock);
+    void Count() ULK_EXCLUDES(m_lock);
+    void Watch(IScanObserver& observer) ULK_EXCLUDES(m_lock);
+    void WaitForThreads(std::thread& walker, std::thread& counter) ULK_EXCLUDES(m_lock);
+    bool WaitForRoom() ULK_EXCLUDES(m_lock);
+    bool SettledByOtherName(const FoundFile& file) ULK_EXCLUDES(m_lock);
+    void NotOpened(const FoundFile& file, Opened why, int error) ULK_EXCLUDES(m_lock);
+    Opened Open(const FoundFile& file, FileInWork& work, scanner::Descriptor& descriptor, int& error);
+    void Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read)
+        ULK_EXCLUDES(m_lock);
+    /// Settle for the file and for its other names that waited.
+    void SettleAll(const std::string& path, const struct stat& status, const FileVerdict& verdict)
+        ULK_EXCLUDES(m_lock);
+    void Tell(Notable notable) ULK_EXCLUDES(m_lock);
+    void Fail(const std::string& error) ULK_EXCLUDES(m_lock);
+    bool PassOn(IScanObserver& observer) ULK_EXCLUDES(m_lock);
+
+    ScannerService::Impl& m_scanner;
+    const ScanOptions m_options;
+    const std::uint64_t m_basesVersion;
+    ScanTally m_tally;
+    std::atomic<bool> m_stop{false};
+
+    ulk::Mutex m_lock;
+    std::condition_variable_any m_room;  ///< the walker waits here
+    std::condition_variable_any m_event; ///< Run() waits here
+    std::shared_ptr<ClientState> m_client ULK_GUARDED_BY(m_lock);
+    std::unordered_map<std::uint64_t, FileInWork> m_inWork ULK_GUARDED_BY(m_lock);
+    std::uint64_t m_nextToken ULK_GUARDED_BY(m_lock) = 1;
+    LinkLedger m_links ULK_GUARDED_BY(m_lock);
+    std::deque<Notable> m_notables ULK_GUARDED_BY(m_lock);
+    std::string m_error ULK_GUARDED_BY(m_lock);
+    bool m_paused ULK_GUARDED_BY(m_lock) = false;
+    bool m_walked ULK_GUARDED_BY(m_lock) = false;
+    bool m_counted ULK_GUARDED_BY(m_lock) = false;
+};
+
+} // namespace tfs::service::scan

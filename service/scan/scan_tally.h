@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The counters of a run and how far it is. Any thread.
+#pragma once
+
+#include <cstdint>
+
+#include <foundation/sync.h>
+#include <service/scan/scan_run.h>
+
+namespace tfs::service::scan {
+
+/// Work is measured in bytes, with a constant for each file on top, because a small file costs more than its bytes.
+constexpr std::uint64_t FileWeight = 48 * 1024;
+
+class ScanTally {
+public:
+    /// What the counting walk has found so far, and whether that is all.
+    void SetTotal(std::uint64_t weight, bool complete) ULK_EXCLUDES(m_lock);
+    /// A file of `size` bytes has its verdict; `read` says whether its bytes count (once for each inode).
+    void Scanned(std::uint64_t size, bool read, bool threat) ULK_EXCLUDES(m_lock);
+    void NotProcessed(std::uint64_t size, bool encrypted) ULK_EXCLUDES(m_lock);
+    /// A folder or name that couldn't be opened; no part of the total.
+    void Unreadable() ULK_EXCLUDES(m_lock);
+    void Skipped() ULK_EXCLUDES(m_lock);
+    /// Bytes of files in work: grows and shrinks with them.
+    void InWork(std::int64_t change) ULK_EXCLUDES(m_lock);
+    /// `completed` makes it 100 percent.
+    ScanProgress Take(bool completed) ULK_EXCLUDES(m_lock);
+
+private:
+    ulk::Mutex m_lock;
+    ScanProgress m_counters ULK_GUARDED_BY(m_lock);
+    std::uint64_t m_total ULK_GUARDED_BY(m_lock) = 0;
+    std::uint64_t m_done ULK_GUARDED_BY(m_lock) = 0;
+    std::int64_t m_inWork ULK_GUARDED_BY(m_lock) = 0;
+    bool m_totalKnown ULK_GUARDED_BY(m_lock) = false;
+};
+
+} // namespace tfs::service::scan

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <service/scan/scanner_process.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+namespace tfs::service::scan {
+namespace {
+
+constexpr char DefaultTemporaryFolder[] = "/dev/shm";
+
+/// Made and removed in pairs, so that no way out forgets one.
+struct SpawnSettings {
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    SpawnSettings() {
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawnattr_init(&attributes);
+    }
+    ~SpawnSettings() {
+        ::posix_spawn_file_actions_destroy(&actions);
+        ::posix_spawnattr_destroy(&attributes);
+    }
+};
+
+std::string UniqueFolder(const ScannerConfig& config) {
+    static std::atomic<unsigned> s_counter{0};
+    const std::string base = config.temporaryFolder.empty() ? DefaultTemporaryFolder : config.temporaryFolder;
+    return base + "/tesl-scanner-" + std::to_string(::getpid()) + "-" + std::to_string(s_counter.fetch_add(1));
+}
+
+std::vector<std::string> Arguments(const ScannerConfig& config, const std::string& temporary) {
+    std::vector<std::string> arguments{config.program, "--bases", config.basesFolder, "--temporary", temporary};
+    const auto add = [&](const char* name, const std::string& value) {
+        arguments.emplace_back(name);
+        arguments.push_back(value);
+    };
+    if (!config.temporaryFolder.empty())
+        add("--mount-point", config.temporaryFolder);
+    const std::pair<const char*, std::uint64_t> numbers[] = {
+        {"--memory", config.workerMemoryLimit}, {"--time-limit", config.fileTimeLimitMs},
+        {"--max-file", config.maxFileSize},     {"--max-scan", config.maxScanSize},
+        {"--max-files", config.maxFiles},       {"--temporary-size", config.temporarySize},
+    };
+    for (const auto& [name, value] : numbers)
+        if (value != 0)
+            add(name, std::to_string(value));
+    return arguments;
+}
+
+/// What the scanner gets of our environment: nothing, but for the options of a build with sanitizers.
+std::vector<std::string> Environment() {
+    std::vector<std::string> environment{"LC_ALL=C"};
+    for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"})
+        if (const char* value = std::getenv(name))
+            environment.push_back(std::string(name) + "=" + value);
+    return environment;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+} // namespace
+
+ScannerProcess::~ScannerProcess() { End(0); }
+
+std::string ScannerProcess::Start(const ScannerConfig& config) {
+    int ends[2] = {-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        return std::string("socketpair: ") + std::strerror(errno);
+    scanner::Descriptor ours(ends[0]);
+    const scanner::Descriptor theirs(ends[1]);
+    m_temporaryFolder = UniqueFolder(config);
+    SpawnSettings settings;
+    ::posix_spawn_file_actions_addopen(&settings.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&settings.actions, theirs.Get(), scanner::ControlDescriptor);
+    // A session of its own: what is typed at a development run's terminal is for the service alone.
+    ::posix_spawnattr_setflags(&settings.attributes,
+                               POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
+    sigset_t signals;
+    sigemptyset(&signals);
+    ::posix_spawnattr_setsigmask(&settings.attributes, &signals);
+    sigfillset(&signals);
+    ::posix_spawnattr_setsigdefault(&settings.attributes, &signals);
+    std::vector<std::string> arguments = Arguments(config, m_temporaryFolder);
+    std::vector<std::string> environment = Environment();
+    const int error = ::posix_spawn(&m_pid, config.program.c_str(), &settings.actions, &settings.attributes,
+                                    Pointers(arguments).data(), Pointers(environment).data());
+    if (error != 0) {
+        m_pid = -1;
+        return "the scanner can't be started: " + std::string(std::strerror(error));
+    }
+    m_control = std::move(ours);
+    return {};
+}
+
+void ScannerProcess::End(int patienceMs) noexcept {
+    m_control.Reset();
+    if (m_pid < 0)
+        return;
+    const scanner::Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0u)));
+    pollfd ended{handle.Get(), POLLIN, 0};
+    if (!handle || patienceMs <= 0 || ::poll(&ended, 1, patienceMs) <= 0)
+        ::kill(m_pid, SIGKILL);
+    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    m_pid = -1;
+    std::error_code ignored;
+    std::filesystem::remove_all(m_temporaryFolder, ignored);
+}
+
+} // namespace tfs::service::scan

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/scan/dispatcher.h>
+#include <service/scan/scanner_service.h>
+
+namespace tfs::service::scan {
+
+ScannerService::ScannerService(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer)
+    : m_impl(std::make_unique<Impl>(std::move(config), std::move(tracer))) {}
+
+ScannerService::~ScannerService() = default;
+
+result_t ScannerService::Start() { return m_impl->Start(); }
+void ScannerService::Stop() noexcept { m_impl->Stop(); }
+ScannerState ScannerService::State() const { return m_impl->State(); }
+void ScannerService::SetStateChanged(std::function<void()> changed) { m_impl->SetStateChanged(std::move(changed)); }
+
+} // namespace tfs::service::scan

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What the dispatcher knows of one worker and of the requests that it has in hand. Guarded by the dispatcher's lock.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+
+#include <service/scan/scan_client.h>
+
+#include <sys/types.h>
+
+namespace tfs::service::scan {
+
+using Clock = std::chrono::steady_clock;
+
+struct ClientState;
+
+/// One file on its way.
+struct Request {
+    std::uint64_t id = 0;
+    FileJob job;
+    std::shared_ptr<ClientState> client; ///< null once nobody wants the answer
+    unsigned attempts = 0;               ///< workers that were lost or killed over it
+    unsigned parentLosses = 0;           ///< times that the whole scanner went away under it
+    bool held = false;                   ///< was stopped by a pause while in work
+    Clock::time_point cancelledAt;       ///< with a null client: since when
+};
+
+/// A client of the dispatcher and what it waits for.
+struct ClientState {
+    std::shared_ptr<IScanClient> client;
+    std::deque<Request> queue;
+    bool paused = false;
+    Clock::time_point pausedAt;
+};
+
+class WorkerSlot {
+public:
+    WorkerSlot(std::uint64_t id, pid_t pid, scanner::Descriptor channel, scanner::Descriptor handle);
+
+    std::uint64_t Id() const noexcept { return m_id; }
+    pid_t Pid() const noexcept { return m_pid; }
+    int Channel() const noexcept { return m_channel.Get(); }
+    bool TakesWork() const noexcept;
+
+    /// Sends a request to the worker and remembers it. False when its socket is full or closed; `request` is kept then.
+    bool Give(Request& request, Clock::time_point now);
+    /// The request that the worker is at, or null.
+    Request* Head() noexcept { return inFlight.empty() ? nullptr : &inFlight.front(); }
+    /// Takes an answered request out. False when the worker has none with this id.
+    bool Remove(std::uint64_t id, Request& removed, Clock::time_point now);
+    void Cancel(const Request& request) noexcept;
+    void Hold(Clock::time_point now) noexcept;
+    void GoOn(Clock::time_point now) noexcept;
+    void Kill() noexcept;
+
+    std::deque<Request> inFlight;
+    bool ready = false;
+    bool retiring = false;  ///< gets no more work and is let go when it has none
+    bool held = false;
+    bool overTime = false;  ///< killed because a file took too long
+    bool killed = false;
+    Clock::time_point killedAt;
+    std::uint64_t files = 0;
+    Clock::time_point startedAt;
+    Clock::time_point headSince; ///< when the worker began with its head; moved on by the time that it was held
+
+private:
+    void Signal(int number) noexcept;
+
+    std::uint64_t m_id;
+    pid_t m_pid;
+    scanner::Descriptor m_channel;
+    scanner::Descriptor m_handle;
+    Clock::time_point m_heldAt;
+};
+
+} // namespace tfs::service::scan
