@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/exceptions.h>
+#include <service/app/api_facade.h>
+
+#include <new>
+
+namespace tfs::service::app {
+namespace {
+
+/// The one place where exceptions of the areas become codes.
+template <class Body>
+result_t Guarded(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return ulk::eOutOfMemory;
+    } catch (const ulk::ResultCodeException& e) {
+        return e.Code();
+    } catch (...) {
+        return ulk::eUnspecified;
+    }
+}
+
+} // namespace
+
+result_t ApiFacade::GetAppInfo(AppInfo& appInfo) noexcept {
+    return Guarded([&] {
+        const scan::ScannerState state = m_scanner.State();
+        appInfo = AppInfo();
+        appInfo.avBasesLoaded = state.loaded;
+        appInfo.avBasesDate = FileTimeTicks(state.basesDate);
+        appInfo.lastMyCompScanTime = m_tasks.LastFullScan();
+        appInfo.avRecordsCount = state.signatures;
+        appInfo.applicationVersion = ulk::text::ToUtf16Lossy(TESL_VERSION);
+        appInfo.engineVersion = ulk::text::ToUtf16Lossy(state.engineVersion);
+        appInfo.scannerWorkers = state.workers;
+        return ulk::sOk;
+    });
+}
+
+result_t ApiFacade::GetAppSettings(tfs::settings::AppSettings& appSettings) noexcept {
+    appSettings = tfs::settings::AppSettings();
+    appSettings.reportsForPrivilegedOnly = m_settings.reportsForPrivilegedOnly;
+    return ulk::sOk;
+}
+
+result_t ApiFacade::GetPolicy(PolicyState& state) noexcept {
+    state = PolicyState();
+    return ulk::sFalse;
+}
+
+result_t ApiFacade::IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) noexcept {
+    localTasks = m_settings.allowUserManageLocalTasks;
+    groupTasks = m_settings.allowUserManageGroupTasks;
+    return ulk::sOk;
+}
+
+result_t ApiFacade::CanBeStarted(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
+    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, allowed); });
+}
+
+result_t ApiFacade::CanBeStopped(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
+    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, allowed); });
+}
+
+result_t ApiFacade::GetTaskList(std::vector<core::TaskInfo>& list) noexcept {
+    return Guarded([&] {
+        list = m_tasks.GetTaskList();
+        return ulk::sOk;
+    });
+}
+
+result_t ApiFacade::GetTaskInfo(const std::u16string& idOrName, core::TaskInfo& task) noexcept {
+    return Guarded([&] { return m_tasks.GetTaskInfo(idOrName, task); });
+}
+
+result_t ApiFacade::GetStatistics(std::vector<OxsStatistic>& statistics) noexcept {
+    return Guarded([&] {
+        statistics = m_tasks.GetStatistics();
+        return ulk::sOk;
+    });
+}
+
+result_t ApiFacade::GetStatistic(const std::u16string& taskName, OxsStatistic& statistic) noexcept {
+    return Guarded([&] { return m_tasks.GetStatistic(taskName, statistic); });
+}
+
+result_t ApiFacade::GetOdsStatistics(ScanStatistic& statistic) noexcept {
+    return Guarded([&] {
+        statistic = m_tasks.GetOdsStatistics();
+        return ulk::sOk;
+    });
+}
+
+result_t ApiFacade::GetSchedule(const std::u16string& taskName, TaskSchedule& schedule) noexcept {
+    return Guarded([&] { return m_tasks.GetSchedule(taskName, schedule); });
+}
+
+result_t ApiFacade::StartTask(const rpc::Caller& caller, const std::u16string& idOrName) noexcept {
+    return Guarded([&] { return m_tasks.Command(caller, idOrName, tasks::TaskCommand::Start); });
+}
+
+result_t ApiFacade::StopTask(const rpc::Caller& caller, const std::u16string& idOrName) noexcept {
+    return Guarded([&] { return m_tasks.Command(caller, idOrName, tasks::TaskCommand::Stop); });
+}
+
+result_t ApiFacade::PauseTask(const rpc::Caller& caller, const std::u16string& idOrName) noexcept {
+    return Guarded([&] { return m_tasks.Command(caller, idOrName, tasks::TaskCommand::Pause); });
+}
+
+result_t ApiFacade::ResumeTask(const rpc::Caller& caller, const std::u16string& idOrName) noexcept {
+    return Guarded([&] { return m_tasks.Command(caller, idOrName, tasks::TaskCommand::Resume); });
+}
+
+result_t ApiFacade::DeleteTask(const rpc::Caller& caller, const std::u16string& taskName) noexcept {
+    return Guarded([&] { return m_tasks.DeleteTask(caller, taskName); });
+}
+
+result_t ApiFacade::DeleteStatistic(const rpc::Caller& caller, const OxsStatistic& statistic) noexcept {
+    return Guarded([&] { return m_tasks.DeleteStatistic(caller, statistic); });
+}
+
+result_t ApiFacade::CreateScanTask(const rpc::Caller& caller, const ScanSettings& scanSettings,
+                                   core::TaskInfo& task) noexcept {
+    return Guarded([&] { return m_tasks.CreateScanTask(caller, scanSettings, task); });
+}
+
+} // namespace tfs::service::app

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The service's settings: typed, validated as a whole, read at start and written atomically.
+#pragma once
+
+#include <foundation/result.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tfs::service::settings {
+
+/// A plain record; a default one holds the product's defaults.
+struct ServiceSettings {
+    std::vector<std::string> scanScope{"/"};  ///< of the full scan; absolute paths, at least one
+    std::vector<std::string> scanExclusions;  ///< absolute paths, whole subtrees
+    std::uint32_t scannerWorkers = 0;         ///< 0: as many as processors; at most 64
+    std::uint32_t fileTimeLimitSeconds = 120; ///< for one file; 1 to 3600
+    bool reportsForPrivilegedOnly = false;
+    bool allowUserManageLocalTasks = true;
+    bool allowUserManageGroupTasks = true;
+    std::int32_t traceLevel = 300; ///< 0: no trace; 1 to 1000
+
+    friend bool operator==(const ServiceSettings&, const ServiceSettings&) = default;
+};
+
+inline constexpr std::uint32_t MaxScannerWorkers = 64;
+inline constexpr std::uint32_t MaxFileTimeLimitSeconds = 3600;
+inline constexpr std::int32_t MaxTraceLevel = 1000;
+inline constexpr std::size_t MaxPathsInList = 1024;
+
+/// Where the settings in hand came from.
+enum class SettingsOrigin {
+    File,
+    Missing,    ///< no file: defaults
+    Unreadable, ///< the file can't be read: defaults
+    Damaged,    ///< not parsable: defaults, the file was set aside
+    Invalid,    ///< a value of the wrong type or out of range: defaults for all, the file stays
+};
+
+struct LoadedSettings {
+    ServiceSettings settings;
+    SettingsOrigin origin = SettingsOrigin::Missing;
+    std::string problem; ///< one line for the trace and the event; empty with File and Missing
+};
+
+/// Reads the settings; never fails: what can't be used leaves the defaults, all of them.
+LoadedSettings LoadSettings(const std::string& path);
+
+/// Empty where the settings hold together, else what is wrong.
+std::string ValidateSettings(const ServiceSettings& settings);
+
+/// Validates, then replaces the file atomically. eInvalidArgument where the settings don't hold together.
+result_t SaveSettings(const std::string& path, const ServiceSettings& settings) noexcept;
+
+} // namespace tfs::service::settings

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What tasks need of the scanner.
+#pragma once
+
+#include <service/scan/scan_run.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tfs::service::tasks {
+
+/// Implemented by the service's application object; outlives the task registry. Called on tasks' workers.
+class IScanEngine {
+public:
+    virtual ~IScanEngine() = default;
+    /// Waits until signatures are loaded, or have failed to be (eNotReady; `why` says why), or `cancelled` is true
+    /// (eCancelled; looked at several times a second).
+    virtual result_t WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) = 0;
+    virtual std::unique_ptr<scan::IScanRun> MakeRun(scan::ScanOptions options, scan::IScanObserver& observer) = 0;
+};
+
+} // namespace tfs::service::tasks

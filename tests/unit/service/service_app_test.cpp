@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/app/bases_seeder.h>
+#include <service/app/folders.h>
+#include <service/app/instance_lock.h>
+#include <service/app/service_app.h>
+#include <tests/unit/service/temp_folder.h>
+#include <tests/unit/service/waiting.h>
+
+#include <algorithm>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tfs::service::app {
+namespace {
+
+using tests::Content;
+using tests::Eventually;
+using tests::TempFolder;
+using types::EventName;
+
+mode_t ModeOf(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+TEST(Folders, AreMadeWithTheirModesWhateverTheUmask) {
+    const TempFolder folder;
+    const mode_t before = ::umask(077);
+    EXPECT_EQ(MakeFolder(folder.File("a/b/c/"), 0750), ulk::sOk);
+    EXPECT_EQ(MakeFolder(folder.File("a/b/c"), 0700), ulk::sOk); // stays as it is
+    ::umask(before);
+    EXPECT_EQ(ModeOf(folder.File("a/b/c")), 0750u);
+    EXPECT_EQ(ModeOf(folder.File("a")), 0755u);
+    folder.Write("file", "");
+    EXPECT_EQ(MakeFolder(folder.File("file"), 0700), ulk::eInvalidType);
+    EXPECT_TRUE(ULK_FAILED(MakeFolder(folder.File("file/below"), 0700)));
+}
+
+struct SeedFixture : testing::Test {
+    SeedFixture() {
+        ::mkdir(seeds.c_str(), 0700);
+        ::mkdir(bases.c_str(), 0700);
+    }
+    result_t Seed() { return SeedBases(seeds, bases, copied); }
+    TempFolder folder;
+    std::string seeds = folder.File("seeds");
+    std::string bases = folder.File("bases");
+    std::size_t copied = 0;
+};
+
+using SeedBasesTest = SeedFixture;
+
+TEST_F(SeedBasesTest, AnEmptyFolderIsFilledOnceAndReadableByTheScanner) {
+    folder.Write("seeds/tesl.hdb", "one");
+    folder.Write("seeds/tesl.ndb", "two");
+    folder.Write("seeds/.hidden", "no");
+    ASSERT_EQ(::symlink("/etc/passwd", (seeds + "/link.ndb").c_str()), 0);
+    ASSERT_EQ(Seed(), ulk::sOk);
+    EXPECT_EQ(copied, 2u);
+    EXPECT_EQ(Content(bases + "/tesl.ndb"), "two");
+    EXPECT_EQ(ModeOf(bases + "/tesl.ndb"), 0644u);
+    EXPECT_FALSE(std::filesystem::exists(bases + "/link.ndb"));
+    folder.Write("seeds/tesl.ndb", "newer");
+    ASSERT_EQ(Seed(), ulk::sOk);
+    EXPECT_EQ(copied, 0u);
+    EXPECT_EQ(Content(bases + "/tesl.ndb"), "two");
+}
+
+TEST_F(SeedBasesTest, AnOfficialSetIsLeftAlone) {
+    folder.Write("seeds/tesl.hdb", "one");
+    folder.Write("bases/daily.cvd", "official");
+    ASSERT_EQ(Seed(), ulk::sOk);
+    EXPECT_EQ(copied, 0u);
+    EXPECT_FALSE(std::filesystem::exists(bases + "/tesl.hdb"));
+}
+
+TEST_F(SeedBasesTest, ASeedingThatWasCutShortIsBegunAnew) {
+    folder.Write("seeds/a.hdb", "one");
+    folder.Write("seeds/b.ndb", "two");
+    folder.Write("bases/a.hdb", "one");
+    folder.Write("bases/b.ndb.seeding", "tw");
+    ASSERT_EQ(Seed(), ulk::sOk);
+    EXPECT_EQ(copied, 2u);
+    EXPECT_EQ(Content(bases + "/b.ndb"), "two");
+    EXPECT_FALSE(std::filesystem::exists(bases + "/b.ndb.seeding"));
+}
+
+TEST_F(SeedBasesTest, MissingSeedsAreAFailureThatIsTold) {
+    ASSERT_EQ(::rmdir(seeds.c_str()), 0);
+    EXPECT_TRUE(ULK_FAILED(Seed()));
+}
+
+TEST(InstanceLock, IsHeldAgainstAnotherHolderAndGoesWithItsProcess) {
+    const TempFolder folder;
+    const std::string path = folder.File("lock");
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        InstanceLock lock;
+        const char ok = lock.Acquire(path) == ulk::sOk ? 'y' : 'n';
+        if (::write(ends[1], &ok, 1) != 1)
+            ::_exit(1);
+        ::pause();
+    }
+    char answer = 0;
+    ASSERT_EQ(::read(ends[0], &answer, 1), 1);
+    EXPECT_EQ(answer, 'y');
+    InstanceLock lock;
+    EXPECT_EQ(lock.Acquire(path), ulk::eLocked);
+    EXPECT_EQ(Content(path), std::to_string(child) + "\n");
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_EQ(lock.Acquire(path), ulk::sOk);
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+TEST(InstanceLock, ALinkIsNotFollowed) {
+    const TempFolder folder;
+    const std::string victim = folder.Write("victim", "mine");
+    ASSERT_EQ(::symlink(victim.c_str(), folder.File("lock").c_str()), 0);
+    InstanceLock lock;
+    EXPECT_TRUE(ULK_FAILED(lock.Acquire(folder.File("lock"))));
+    EXPECT_EQ(Content(victim), "mine");
+}
+
+ServicePaths PathsIn(const TempFolder& folder) {
+    ServicePaths paths;
+    paths.libraryFolder = folder.File("lib/");
+    paths.scannerProgram = folder.File("no-scanner");
+    paths.seedBasesFolder = folder.File("seeds/");
+    paths.basesFolder = folder.File("var/bases/");
+    paths.privateFolder = folder.File("var/private/");
+    paths.logFolder = folder.File("log/");
+    paths.configuration = folder.File("var/service.json");
+    paths.eventDatabase = folder.File("var/private/storage/events.db");
+    paths.taskStateFile = folder.File("var/private/storage/tasks.json");
+    paths.socket = folder.File("run/socket");
+    paths.lock = folder.File("run/lock");
+    return paths;
+}
+
+std::vector<EventName::Type> TypesOf(store::EventBus& events) {
+    std::vector<Event> stored;
+    EXPECT_EQ(events.ReadStored(0, events.End().lastStoredId, 1000, stored), ulk::sOk);
+    std::vector<EventName::Type> list;
+    for (const Event& event : stored)
+        list.push_back(event.type);
+    return list;
+}
+
+std::size_t CountOf(store::EventBus& events, EventName::Type type) {
+    const auto list = TypesOf(events);
+    return static_cast<std::size_t>(std::count(list.begin(), list.end(), type));
+}
+
+bool Answers(const std::string& socketPath) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool connected = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(fd);
+    return connected;
+}
+
+TEST(ServiceApp, AnswersAtOnceAndSaysWhatItCanNotDo) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    ServiceApp service(paths, {});
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    EXPECT_FALSE(problem.empty()); // there is no tracer module
+    EXPECT_TRUE(Answers(paths.socket));
+    EXPECT_EQ(ModeOf(folder.File("var/private")), 0700u);
+    ASSERT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::AVBasesIntegrityCheckFailed) == 1; }));
+    AppInfo info;
+    ASSERT_EQ(service.Api().GetAppInfo(info), ulk::sOk);
+    EXPECT_FALSE(info.avBasesLoaded);
+    EXPECT_FALSE(info.canRunProtection);
+    EXPECT_EQ(info.avBasesDate, 0);
+    EXPECT_EQ(info.lastMyCompScanTime, 0);
+    EXPECT_FALSE(info.applicationVersion.empty());
+    PolicyState policy;
+    EXPECT_EQ(service.Api().GetPolicy(policy), ulk::sFalse);
+    bool local = false;
+    bool group = false;
+    ASSERT_EQ(service.Api().IsUserManageTasksAllowed(local, group), ulk::sOk);
+    EXPECT_TRUE(local && group);
+    // Without a scanner a scan isn't pretended.
+    ASSERT_EQ(service.Api().StartTask({::geteuid(), true, 0}, u"2"), ulk::sOk);
+    EXPECT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::TaskNotStarted) == 1; }));
+
+    ServiceApp second(paths, {});
+    EXPECT_EQ(second.Start(problem), ulk::eLocked);
+    EXPECT_NE(problem.find("already running"), std::string::npos);
+    EXPECT_TRUE(Answers(paths.socket)); // the first one's is untouched
+
+    service.Stop();
+    service.Stop();
+    EXPECT_FALSE(std::filesystem::exists(paths.socket));
+    ASSERT_EQ(second.Start(problem), ulk::sOk);
+    EXPECT_EQ(CountOf(second.Events(), EventName::ApplicationStarted), 2u);
+    EXPECT_EQ(CountOf(second.Events(), EventName::ApplicationStopped), 1u);
+}
+
+TEST(ServiceApp, SettingsReachTheAreas) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    ASSERT_EQ(MakeFolder(folder.File("var"), 0755), ulk::sOk);
+    folder.Write("var/service.json", R"({"scanScope": ["/staged"], "reportsForPrivilegedOnly": true,
+                                         "allowUserManageLocalTasks": false})");
+    ServiceApp service(paths, {});
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    core::TaskInfo task;
+    ASSERT_EQ(service.Api().GetTaskInfo(u"Scan_My_Computer", task), ulk::sOk);
+    EXPECT_EQ(task.settings.Get<ScanSettings>()->areas, std::vector<std::string>{"/staged"});
+    tfs::settings::AppSettings settings;
+    ASSERT_EQ(service.Api().GetAppSettings(settings), ulk::sOk);
+    EXPECT_TRUE(settings.reportsForPrivilegedOnly);
+    EXPECT_EQ(service.Api().StartTask({12345, false, 0}, u"2"), ulk::eAccessDenied);
+    EXPECT_EQ(CountOf(service.Events(), EventName::IntegrityCheckFailed), 0u);
+}
+
+TEST(ServiceApp, DamagedFilesAreToldByEventsAndDontKeepItFromStarting) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    ASSERT_EQ(MakeFolder(folder.File("var/private/storage"), 0755), ulk::sOk);
+    folder.Write("var/service.json", "{ garbage");
+    folder.Write("var/private/storage/tasks.json", "garbage");
+    folder.Write("var/private/storage/events.db", "garbage garbage garbage");
+    ServiceApp service(paths, {});
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    EXPECT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::IntegrityCheckFailed) == 3; }));
+    for (const char* name : {"var/service.json", "var/private/storage/tasks.json", "var/private/storage/events.db"})
+        EXPECT_TRUE(std::filesystem::exists(folder.File(std::string(name) + ".damaged"))) << name;
+}
+
+TEST(ServiceApp, WhatCanNotBeMadeIsAClearFailure) {
+    const TempFolder folder;
+    ServicePaths paths = PathsIn(folder);
+    folder.Write("var", "a file where a folder should be");
+    ServiceApp service(paths, {});
+    std::string problem;
+    EXPECT_TRUE(ULK_FAILED(service.Start(problem)));
+    EXPECT_NE(problem.find("var"), std::string::npos) << problem;
+}
+
+TEST(ServiceApp, StartsAgainAfterAKill) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    for (int round = 0; round < 3; ++round) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ServiceApp service(paths, {});
+            std::string problem;
+            if (!ULK_SUCCEEDED(service.Start(problem)))
+                ::_exit(1);
+            ::pause();
+        }
+        EXPECT_TRUE(Eventually([&] { return Answers(paths.socket); }));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status)) << "it ended by itself in round " << round;
+    }
+    ServiceApp service(paths, {});
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    EXPECT_TRUE(Answers(paths.socket));
+}
+
+} // namespace
+} // namespace tfs::service::app
