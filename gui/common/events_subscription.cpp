@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/common/events_subscription.h>
+
+#include <new>
+#include <system_error>
+
+#include <foundation/check.h>
+#include <gui/common/exception_text.h>
+
+namespace tfs::gui {
+
+result_t EventSubscription::FinalConstruct() {
+    return ULK_CHECK_TRACE(GetTracer(), m_queueEvent.Create(true), "Cannot create queue event");
+}
+
+void EventSubscription::FinalRelease() noexcept {
+    try {
+        Unsubscribe();
+    }
+    GUI_CATCH_ALL
+}
+
+result_t EventSubscription::Subscribe(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver,
+                                      const EventFilter& filter) {
+    if (m_thread.joinable())
+        return ulk::sOk;
+    m_receiver = ulk::Ptr<IGuiEventReceiver>(receiver);
+    result_t result = ULK_CHECK_TRACE(GetTracer(), ulk::GetInterface(remoteSl, m_eventSubscriber.Ref()),
+                                      "Cannot get IEventSubscriber");
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    result = ULK_CHECK_TRACE(GetTracer(), m_eventSubscriber->Subscribe(this, filter), "Cannot subscribe");
+    if (!ULK_SUCCEEDED(result)) {
+        m_eventSubscriber.Reset();
+        return result;
+    }
+    return ULK_CHECK_TRACE(GetTracer(), CreateThread(), "Cannot create event processing thread");
+}
+
+result_t EventSubscription::CreateThread() noexcept {
+    // Set here and not only in the thread, so that an Unsubscribe that overtakes the new thread isn't undone by it.
+    m_running = true;
+    try {
+        m_thread = std::thread(&EventSubscription::RunThread, this);
+        return ulk::sOk;
+    } catch (const std::system_error& e) {
+        m_running = false;
+        return ulk::ResultFromErrno(e.code().value());
+    } catch (const std::exception&) {
+        m_running = false;
+        return ulk::eOutOfMemory;
+    }
+}
+
+result_t EventSubscription::Unsubscribe() {
+    if (m_eventSubscriber) {
+        (void)ULK_CHECK_TRACE(GetTracer(), m_eventSubscriber->Unsubscribe(this), "Cannot unsubscribe");
+        m_eventSubscriber.Reset();
+    }
+    m_running = false;
+    if (m_thread.joinable()) {
+        m_queueEvent.Set();
+        m_thread.join();
+        m_thread = std::thread();
+    }
+    {
+        const ulk::LockGuard lock(m_queueMutex);
+        m_queue.clear();
+    }
+    m_receiver.Reset();
+    return ulk::sOk;
+}
+
+result_t EventSubscription::OnEvent(const Event& event) {
+    try {
+        const ulk::LockGuard lock(m_queueMutex);
+        m_queue.push_back(event);
+    } catch (const std::bad_alloc&) {
+        return ulk::eOutOfMemory;
+    }
+    m_queueEvent.Set();
+    return ulk::sOk;
+}
+
+result_t EventSubscription::GetReceiverName(ulk::types::string16_t& name) const {
+    return m_receiver ? m_receiver->GetReceiverName(name) : ulk::eNotInitialized;
+}
+
+void EventSubscription::RunThread() {
+    const char* const signature = __PRETTY_FUNCTION__;
+    ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": start";
+    ulk::types::vector_t<Event> batch;
+    while (m_running) {
+        ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": step";
+        m_queueEvent.Wait();
+        ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": triggered";
+        if (!m_running)
+            break;
+        {
+            const ulk::LockGuard lock(m_queueMutex);
+            batch.swap(m_queue);
+        }
+        ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": got " << batch.size() << " events";
+        for (const Event& event : batch) {
+            // A long batch of slow handlers must not hold up an Unsubscribe.
+            if (!m_running)
+                break;
+            try {
+                m_receiver->OnEvent(event);
+            }
+            GUI_CATCH_ALL
+        }
+        ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": done";
+        batch.clear();
+    }
+    ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": finished";
+}
+
+} // namespace tfs::gui

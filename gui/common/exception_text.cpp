@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/common/exception_text.h>
+
+#include <foundation/exceptions.h>
+#include <foundation/trace.h>
+#include <gui/common/application.h>
+
+namespace tfs::gui {
+
+std::string ExceptionText(const std::exception& exception) {
+    const auto* const ours = dynamic_cast<const ulk::Exception*>(&exception);
+    if (ours == nullptr)
+        return exception.what();
+    ulk::types::string16_t text(ours->Message());
+    ours->Describe(text);
+    return text.empty() ? std::string(exception.what()) : ulk::text::ToUtf8Lossy(text);
+}
+
+void TraceCurrentException(const char* where) noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& e) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Failure) << where << ": " << ExceptionText(e);
+        } catch (...) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Failure) << where << ": unspecified error";
+        }
+    } catch (...) {
+        // Nothing is left to report with.
+    }
+}
+
+} // namespace tfs::gui

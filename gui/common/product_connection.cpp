@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/common/product_connection.h>
+
+#include <chrono>
+
+#include <QtCore/QMutexLocker>
+
+#include <foundation/check.h>
+#include <gui/common/application.h>
+#include <gui/common/certified_build.h>
+#include <gui/common/exception_text.h>
+#include <gui/common/localized_text.h>
+#include <remote/remote_client_initializer.h>
+
+namespace tfs::gui {
+namespace {
+
+constexpr int PollIntervalMs = 1000;
+/// How long a caller waits for a connection that is being opened. A living service answers within a fraction of it;
+/// a stopped one must not hold up the painting of the window.
+constexpr auto OpeningPatience = std::chrono::milliseconds(200);
+
+} // namespace
+
+ProductConnection::ProductConnection(QObject* parent) : QObject(parent), m_isCertifiedBuild(IsCertifiedBuild()) {
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
+}
+
+ProductConnection::~ProductConnection() {
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
+    m_wasConnected = false;
+    try {
+        m_lost();
+    }
+    GUI_CATCH_ALL
+    m_lost.disconnect_all_slots();
+    m_established.disconnect_all_slots();
+    m_timer.reset();
+    const QMutexLocker lock(&m_mutex);
+    DropClient();
+}
+
+void ProductConnection::Start(ulk::IServiceLocator* localServiceLocator,
+                              std::shared_ptr<const tfs::loader::ConfigData> config) {
+    m_localServiceLocator = ulk::Ptr<ulk::IServiceLocator>(localServiceLocator);
+    m_config = std::move(config);
+    m_timer = std::make_unique<QTimer>(this);
+    connect(m_timer.get(), &QTimer::timeout, this, &ProductConnection::onTimer);
+    m_timer->start(PollIntervalMs);
+    SetText(m_appIsUnavailableText, LocalizedText(tfs::localization::entry::GuiAppIsUnavailable),
+            &ProductConnection::appIsUnavailableTextChanged);
+    SetText(m_certifiedBuildText, LocalizedText(tfs::localization::entry::GuiCertifiedBuildError),
+            &ProductConnection::certifiedBuildTextChanged);
+}
+
+bool ProductConnection::CheckConnection() {
+    const QMutexLocker lock(&m_mutex);
+    try {
+        if (!m_remoteClient) {
+            m_remoteServiceLocator.Reset();
+            m_remoteClient = OpenClient();
+        }
+        if (ulk::IServiceLocator* const remote = m_remoteClient->GetRemoteServiceLocator()) {
+            m_remoteServiceLocator = ulk::Ptr<ulk::IServiceLocator>(remote);
+            return true;
+        }
+        ULK_TRACE(application::GetTracer(), ulk::level::Failure) << "Connection lost or can`t be established.";
+    }
+    GUI_CATCH_ALL
+    DropClient();
+    return false;
+}
+
+ProductConnection::Client ProductConnection::OpenClient() {
+    if (!m_attempt.valid()) {
+        m_attempt = std::async(std::launch::async, [local = m_localServiceLocator, config = m_config] {
+            Attempt attempt{std::make_unique<tfs::remote::UlkRemoteClientInitializer>(local.Get()), ulk::sOk};
+            attempt.result = attempt.client->Initialize(*config);
+            return attempt;
+        });
+        m_attempt.wait_for(OpeningPatience);
+    }
+    if (m_attempt.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+        ulk::check::Throw(__FILE__, __LINE__, ulk::eNotReady, "Cannot connect to service");
+    // get() also rethrows what the client's constructor threw, and leaves the future free for the next attempt.
+    Attempt attempt = m_attempt.get();
+    ULK_CHECK_THROW(attempt.result, "Cannot connect to service");
+    return std::move(attempt.client);
+}
+
+void ProductConnection::DropClient() noexcept {
+    m_remoteServiceLocator.Reset();
+    m_remoteClient.reset();
+}
+
+ulk::IServiceLocator* ProductConnection::GetRemoteServiceLocator() {
+    ULK_TRACE(application::GetTracer(), ulk::level::Finest) << __PRETTY_FUNCTION__;
+    const QMutexLocker lock(&m_mutex);
+    CheckConnection();
+    return m_remoteServiceLocator.Get();
+}
+
+ulk::Ptr<ulk::IServiceLocator> ProductConnection::AcquireRemoteServiceLocator() {
+    const QMutexLocker lock(&m_mutex);
+    return ulk::Ptr<ulk::IServiceLocator>(GetRemoteServiceLocator());
+}
+
+void ProductConnection::onTimer() {
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
+    try {
+        const bool connected = CheckConnection();
+        if (connected && !m_wasConnected) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Notable) << "Established connection with product";
+            m_wasConnected = true;
+            SetConnected(true);
+            SetCertifiedBuild(false);
+            m_established();
+        } else if (connected) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Detail) << "Connection with product successfully checked";
+        } else if (m_wasConnected) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Failure) << "Connection to service lost!";
+            m_wasConnected = false;
+            SetConnected(false);
+            SetCertifiedBuild(IsCertifiedBuild());
+            m_lost();
+        } else {
+            ULK_TRACE(application::GetTracer(), ulk::level::Detail) << "Still no connection to product service.";
+        }
+    }
+    GUI_CATCH_ALL
+}
+
+void ProductConnection::SetConnected(bool connected) {
+    if (m_isConnectedToProduct == connected)
+        return;
+    m_isConnectedToProduct = connected;
+    Q_EMIT isConnectedToProductChanged();
+}
+
+void ProductConnection::SetCertifiedBuild(bool certified) {
+    if (m_isCertifiedBuild == certified)
+        return;
+    m_isCertifiedBuild = certified;
+    Q_EMIT isCertifiedBuildChanged();
+}
+
+void ProductConnection::SetText(QString& field, const QString& text, void (ProductConnection::*changed)()) {
+    if (field == text)
+        return;
+    field = text;
+    Q_EMIT(this->*changed)();
+}
+
+} // namespace tfs::gui

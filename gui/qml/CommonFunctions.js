@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Functions and the one piece of state that all QML files of the program share.
+.pragma library
+
+var appWindow = null;
+
+// The pages that can be opened. Whatever leads to another page stays disabled; a new page adds its name here.
+var existingPages = ["MainWindow", "NoConnection", "ScanTasks", "UpdateTasks"];
+
+function hasPage(name) {
+    return existingPages.indexOf(name) >= 0;
+}
+
+function setAppWindow(win) {
+    appWindow = win;
+}
+
+function getAppWindow() {
+    return appWindow;
+}
+
+function getNeededLinesCount(value, maxLength) {
+    return value.length > maxLength ? Math.ceil(value.length / maxLength) : 1;
+}
+
+function getStringValue(value) {
+    return value === undefined ? "" : value;
+}
+
+// Address of an image of the program, or an empty string for an empty name.
+function imageSource(name) {
+    return name ? "qrc:/images/" + name + ".svg" : "";
+}
+
+// Calls func on obj, then visits every child; each child is called once by its own visit and once more by its parent's.
+function iterateChildren(obj, func) {
+    func(obj);
+    const children = obj.children;
+    if (!children)
+        return;
+    for (let i = 0; i < children.length; ++i) {
+        const child = children[i];
+        iterateChildren(child, func);
+        func(child);
+    }
+}
+
+function updateRecursive(obj) {
+    iterateChildren(obj, function (item) {
+        item.update();
+    });
+}
+
+// A message as styled text in which nothing but the colour of a part is markup: names of other origin stay as they are.
+function colouredText(value) {
+    return value.replace(/&/g, "&amp;").replace(/</g, "&lt;")
+        .replace(/&lt;font color='(#[0-9a-fA-F]{6})'>/g, "<font color='$1'>").replace(/&lt;\/font>/g, "</font>");
+}

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+import QtQuick 2.15
+import tl.qt.application.taskList 1.0
+import tl.customFonts 1.0
+
+import "CommonProperties.js" as CommonProperties
+import "kit"
+
+// A row of the task list: what the task is, how it stands, and what can be done with it.
+Item {
+    id: root
+
+    property var taskModel: null
+    property alias showFullInfo: content.showFullInfo
+
+    function isCanBeStopped(taskState, canBeStopped) {
+        return canBeStopped && (taskState === TaskListModel.TaskStateStarted
+                                || taskState === TaskListModel.TaskStateStopping
+                                || taskState === TaskListModel.TaskStatePausing
+                                || taskState === TaskListModel.TaskStateSuspended);
+    }
+
+    function isCanBeStarted(taskState, canBeStarted) {
+        return canBeStarted && (taskState === TaskListModel.TaskStateStopped
+                                || taskState === TaskListModel.TaskStateSuspended
+                                || taskState === TaskListModel.TaskStateStarting
+                                || taskState === TaskListModel.TaskStateResuming);
+    }
+
+    // A task that is stopping doesn't count as running, so that its bar fades out: no state has the third name.
+    function isRunning(taskState) {
+        return taskState === TaskListModel.TaskStateStarted || taskState === TaskListModel.TaskStateStarting
+            || taskState === TaskListModel.TaskStateStoping || taskState === TaskListModel.TaskStateResuming;
+    }
+
+    function goToReports() {
+        // A page that was opened from the reports leads back to them and leaves one reports page on the stack.
+        if (stack.getItemName(1) === "Reports") {
+            stack.pop();
+            stack.pop();
+        }
+        stack.pushWithParams("Reports", { "startupComponentId": taskReportType });
+    }
+
+    implicitHeight: Math.max(CommonProperties.TaskRowMinimumHeight, content.height + 2 * content.y)
+    height: implicitHeight
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: taskName
+
+    Column {
+        id: content
+
+        property bool showFullInfo: false
+        readonly property bool shortInfoOnly: progressInfo.length === 0 && taskId !== root.taskModel.defaultUpdateTaskId
+
+        x: CommonProperties.contentMargin
+        y: CommonProperties.TaskRowPadding
+        width: root.width - 2 * CommonProperties.contentMargin
+        spacing: CommonProperties.unit / 2
+
+        Item {
+            width: parent.width
+            height: CommonProperties.TLButtonHeight
+
+            Item {
+                id: nameArea
+                width: buttons.x - CommonProperties.gridMargin
+                height: parent.height
+
+                MouseArea {
+                    id: nameMouseArea
+                    objectName: "nameArea"
+                    anchors.fill: parent
+                    enabled: !content.shortInfoOnly
+                    onClicked: content.showFullInfo = !content.showFullInfo
+                }
+
+                TLLabel {
+                    id: nameLabel
+                    objectName: "taskName"
+                    anchors.verticalCenter: parent.verticalCenter
+                    textValue: taskName
+                    elide: Text.ElideRight
+                    lineHeight: CommonProperties.lineHeightSingle
+                    font.family: RobotoFonts.robotoMedium
+                    font.weight: Font.Medium
+                    font.pixelSize: CommonProperties.pixelSizeLarge
+                    Component.onCompleted: width = Math.min(paintedWidth, parent.width - expander.width
+                                                                          - CommonProperties.TaskNameReserve)
+                }
+
+                TLExpander {
+                    id: expander
+                    objectName: "expander"
+                    anchors.left: nameLabel.right
+                    anchors.leftMargin: CommonProperties.unit / 2
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: CommonProperties.nameDetails + ": " + taskName
+                    visible: (root.taskModel.scanTasksMode && !content.shortInfoOnly
+                              && root.isCanBeStarted(currentState, true))
+                             || taskId === root.taskModel.defaultUpdateTaskId
+                    onClicked: content.showFullInfo = !content.showFullInfo
+                }
+            }
+
+            Row {
+                id: buttons
+                anchors.right: parent.right
+                spacing: CommonProperties.unit
+
+                TLPicButton {
+                    objectName: "deleteButton"
+                    width: CommonProperties.TaskDeleteAreaWidth
+                    height: CommonProperties.TLButtonHeight
+                    name: CommonProperties.nameDelete + ": " + taskName
+                    visible: !cannotBeDeleted && currentState === TaskListModel.TaskStateStopped
+                    source: "delete-icon"
+                    sourceHover: "delete-icon-hover"
+                    sourcePressed: "delete-icon-pressed"
+                    imageSize: Qt.size(CommonProperties.TaskDeleteIconSize, CommonProperties.TaskDeleteIconSize)
+                    onClicked: root.taskModel.deleteTask(taskId)
+                }
+
+                TLButton {
+                    objectName: "mainButton"
+                    width: CommonProperties.TaskActionsButtonWidth
+                    height: CommonProperties.TLButtonHeight
+                    text: root.isCanBeStarted(currentState, true) ? root.taskModel.runTaskButtonName
+                                                                  : root.taskModel.stopTaskButtonName
+                    enabled: (currentState === TaskListModel.TaskStateStopped && canBeStarted)
+                             || (currentState === TaskListModel.TaskStateStarted && canBeStopped)
+                    visible: root.isCanBeStarted(currentState, showStartButton)
+                             || root.isCanBeStopped(currentState, showStopButton)
+                    onClicked: {
+                        if (root.isCanBeStarted(currentState, canBeStarted))
+                            root.taskModel.startTask(taskId);
+                        else if (root.isCanBeStopped(currentState, canBeStopped))
+                            root.taskModel.stopTask(taskId);
+                    }
+                }
+
+                TLButton {
+                    objectName: "reportButton"
+                    width: CommonProperties.TaskReportButtonWidth
+                    height: CommonProperties.TLButtonHeight
+                    text: root.taskModel.goToReportsButtonName
+                    enabled: root.taskModel.reportsAllowed && stack.hasPage("Reports")
+                    onClicked: root.goToReports()
+                }
+            }
+        }
+
+        Item {
+            width: parent.width
+            height: CommonProperties.TaskSummaryHeight
+
+            TLLabel {
+                id: summaryLabel
+                objectName: "summary"
+                lineHeight: CommonProperties.lineHeightSingle
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(implicitWidth, progress.visible ? progress.x - CommonProperties.gridMargin
+                                                                : parent.width)
+                textValue: summary + (resultInfo.length > 0 && summary.length > 0 ? ". " : "")
+                elide: Text.ElideRight
+                color: CommonProperties.colorLightGray
+                font.pixelSize: CommonProperties.pixelSizeSmall
+            }
+
+            TLLabel {
+                objectName: "result"
+                lineHeight: CommonProperties.lineHeightSingle
+                anchors.left: summaryLabel.right
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.max(0, Math.min(implicitWidth, (progress.visible ? progress.x - CommonProperties.gridMargin
+                                                                             : parent.width) - x))
+                visible: text.length > 0
+                textValue: resultInfo
+                elide: Text.ElideRight
+                color: resultIsError ? CommonProperties.colorAppInfoTaskError : CommonProperties.colorLightGray
+                font.weight: resultIsError ? Font.Medium : Font.Normal
+                font.pixelSize: CommonProperties.pixelSizeSmall
+            }
+
+            Row {
+                id: progress
+                objectName: "progress"
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: CommonProperties.unit
+                visible: opacity > 0
+                state: root.isRunning(currentState) ? "enabled" : "disabled"
+
+                TLLabel {
+                    width: CommonProperties.TaskPercentWidth
+                    height: bar.height
+                    horizontalAlignment: Text.AlignRight
+                    lineHeight: CommonProperties.lineHeightSingle
+                    verticalAlignment: Text.AlignVCenter
+                    textValue: progressValue + "%"
+                    color: CommonProperties.colorLightGray
+                    font.pixelSize: CommonProperties.pixelSizeSmall
+                }
+
+                TLProgressBar {
+                    id: bar
+                    objectName: "progressBar"
+                    name: CommonProperties.nameProgress + ": " + taskName
+                    value: progressValue
+                }
+
+                states: [
+                    State {
+                        name: "enabled"
+                        PropertyChanges { target: progress; opacity: 1 }
+                    },
+                    State {
+                        name: "disabled"
+                        PropertyChanges { target: progress; opacity: 0 }
+                    }
+                ]
+
+                transitions: Transition {
+                    from: "enabled,disabled"
+                    to: "enabled,disabled"
+                    NumberAnimation { property: "opacity"; duration: CommonProperties.TLButtonAnimationSpeed }
+                }
+            }
+        }
+
+        Column {
+            id: details
+            objectName: "details"
+            width: parent.width
+            topPadding: CommonProperties.unit / 2
+            spacing: CommonProperties.TaskProgressLineSpacing
+            visible: content.showFullInfo && !content.shortInfoOnly
+
+            Repeater {
+                model: progressInfo
+
+                TLLabel {
+                    width: details.width
+                    textValue: modelData
+                    elide: Text.ElideRight
+                    color: CommonProperties.colorLightGray
+                    font.pixelSize: CommonProperties.pixelSizeSmall
+                }
+            }
+
+            TLLabel {
+                objectName: "rollback"
+                width: Math.min(implicitWidth, details.width)
+                visible: taskId === root.taskModel.defaultUpdateTaskId
+                textValue: root.taskModel.runRollbackText
+                elide: Text.ElideRight
+                link: root.taskModel.isRollbackAvailable
+                color: link ? CommonProperties.colorLink : CommonProperties.colorLightGray
+                font.pixelSize: CommonProperties.pixelSizeSmall
+                whenClicked: function () { root.taskModel.rollbackUpdate(); }
+            }
+        }
+
+        states: State {
+            name: "expand"
+            when: content.showFullInfo
+            PropertyChanges { target: expander; expanded: true }
+        }
+    }
+}

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+import QtQuick 2.15
+
+// A button that looks like a link; its text is the public property.
+TLLabel {
+    id: root
+
+    signal clicked
+
+    link: true
+    whenClicked: function () { root.clicked(); }
+    Accessible.role: Accessible.Button
+}

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+namespace tfs::gui {
+
+// Makes the pages, the kit, the fonts and the images known to Qt under "qrc:/". To be called before the first use of
+// any of them, on the GUI thread; calling it again does nothing.
+void InitQmlResources();
+
+} // namespace tfs::gui

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/restart_checker.h>
+
+#include <cerrno>
+#include <utility>
+
+#include <unistd.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <contract/product_paths.h>
+
+namespace tfs::gui {
+namespace {
+
+bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+} // namespace
+
+RestartChecker::Options RestartChecker::DefaultOptions() {
+    return {tfs::paths::GuiProgram, std::chrono::seconds(5), [] { QCoreApplication::quit(); },
+            [](const char* path, char* const* argv) { ::execv(path, argv); }};
+}
+
+RestartChecker::RestartChecker(int argc, char** argv, Options options)
+    : m_argv(argv, argv + argc), m_options(std::move(options)) {
+    m_argv.push_back(nullptr);
+    struct stat installed {};
+    if (::stat("/proc/self/exe", &m_selfStat) == 0 && ::stat(m_options.installedPath.c_str(), &installed) == 0 &&
+        IsSameFile(m_selfStat, installed))
+        m_thread = std::thread(&RestartChecker::Run, this);
+}
+
+RestartChecker::~RestartChecker() {
+    if (m_thread.joinable()) {
+        Stop();
+        m_thread.join();
+    }
+    if (m_restartRequested)
+        m_options.execute(m_options.installedPath.c_str(), m_argv.data());
+}
+
+int RestartChecker::Run() {
+    while (WaitForNextCheck())
+        Check();
+    return 0;
+}
+
+bool RestartChecker::WaitForNextCheck() {
+    std::unique_lock lock(m_mutex);
+    const auto moment = std::chrono::steady_clock::now() + m_options.interval;
+    return !m_condition.wait_until(lock, moment, [this] { return m_stopRequested; });
+}
+
+void RestartChecker::Check() {
+    const char* const path = m_options.installedPath.c_str();
+    if (::access(path, X_OK) != 0 && errno == EACCES) {
+        Stop();
+        m_options.quit();
+        return;
+    }
+    struct stat installed {};
+    // A file that is missing for a moment during an update doesn't end the program.
+    if (::stat(path, &installed) != 0 || IsSameFile(m_selfStat, installed))
+        return;
+    Stop();
+    m_restartRequested = true; // read after the join
+    m_options.quit();
+}
+
+void RestartChecker::Stop() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopRequested = true;
+    }
+    m_condition.notify_all();
+}
+
+} // namespace tfs::gui

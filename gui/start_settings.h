@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What main sets up before the application loader takes over.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+#include <contract/app_core/loader.h>
+#include <foundation/module.h>
+#include <tfs_common/config_data.h>
+
+namespace tfs::gui {
+
+/// Takes the locale for this process and what it starts: LC_ALL, then setlocale. eUnspecified where the system doesn't
+/// have it; LC_ALL is then put back to its value, if it had one. For main, before there are threads.
+result_t ApplyLocale(const std::string& locale);
+
+/// Everything, or by the configuration's level: 1 failures, 2 detail, anything else nothing.
+std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configuredLevel) noexcept;
+
+/// Settings of this run's trace for a program of that name.
+app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config,
+                                                    std::string_view programName, bool allComponentsLogging);
+
+/// Where crash dumps go. A user other than root has a folder of his own, which is made where it is missing; where that
+/// fails the settings name it all the same.
+app_core::loader::CrashDumpSettings MakeCrashDumpSettings(uid_t uid);
+
+/// Loads the module of the application loader and makes the loader. The module must outlive it.
+result_t CreateApplicationLoader(ulk::Module& module, app_core::loader::IApplicationLoader** loader);
+
+} // namespace tfs::gui

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/tesl_gui.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include <unistd.h>
+
+#include <QtGui/QIcon>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQuickControls2/QQuickStyle>
+
+#include <contract/product_paths.h>
+#include <contract/remoting.h>
+#include <contract/tfs/event.h>
+#include <foundation/check.h>
+#include <foundation/objclient.h>
+#include <gui/common/localized_text.h>
+#include <gui/qml/qml_resources.h>
+#include <gui/qml_bootstrap.h>
+#include <gui/signal_handlers.h>
+#include <tfs_common/scoped_service_manager_initializer.h>
+
+Q_DECLARE_METATYPE(tfs::Event)
+
+namespace tfs::gui {
+namespace {
+
+using app_core::loader::application_control_code;
+using app_core::loader::application_state;
+
+constexpr std::uint32_t StartingHintMs = 1000;
+constexpr unsigned TrayOnlyDelaySeconds = 10;
+constexpr char16_t SettingsName[] = u"tesl-gui_settings.kvdb";
+constexpr char16_t StorageName[] = u"tesl-gui_storage.kvdb";
+constexpr char16_t EventStoreName[] = u"tesl_gui.esm";
+
+ulk::types::string16_t Text(std::string_view text) { return ulk::text::Cast<ulk::types::string16_t>(text); }
+
+/// The tracer for Run's own reports, also of what fails before the application has obtained its tracer.
+ulk::Ptr<ulk::ITracer> FindTracer(ulk::IServiceLocator* locator) {
+    ulk::Ptr<ulk::ITracer> tracer;
+    (void)ulk::GetInterface(locator, tracer.Ref());
+    return tracer;
+}
+
+ulk::Ptr<ulk::ITracer> FindTracer(app_core::loader::IApplicationInfrastructureLoader* loader) {
+    ulk::Ptr<ulk::IServiceLocator> locator;
+    if (!ULK_SUCCEEDED(loader->GetRootServiceLocator(locator.Ref())))
+        return nullptr;
+    return FindTracer(locator.Get());
+}
+
+ulk::Ptr<ulk::remoting::ITransport> GetTransport(ulk::IServiceLocator* locator) {
+    ulk::Ptr<ulk::remoting::ITransportService> service;
+    ulk::Ptr<ulk::remoting::ITransport> transport;
+    if (!ULK_SUCCEEDED(ulk::GetInterface(locator, service.Ref())) ||
+        !ULK_SUCCEEDED(ulk::GetInterface(static_cast<ulk::IServiceLocator*>(service.Get()), transport.Ref())))
+        throw std::runtime_error("Cannot initialize transport");
+    return transport;
+}
+
+class TransportShutdown {
+public:
+    explicit TransportShutdown(ulk::Ptr<ulk::remoting::ITransport> transport) : m_transport(std::move(transport)) {}
+    ~TransportShutdown() { m_transport->Shutdown(); }
+    TransportShutdown(const TransportShutdown&) = delete;
+    TransportShutdown& operator=(const TransportShutdown&) = delete;
+
+private:
+    ulk::Ptr<ulk::remoting::ITransport> m_transport;
+};
+
+class TracerRelease {
+public:
+    explicit TracerRelease(ulk::Ptr<ulk::ITracer>& tracer) : m_tracer(tracer) {}
+    ~TracerRelease() { m_tracer.Reset(); }
+    TracerRelease(const TracerRelease&) = delete;
+    TracerRelease& operator=(const TracerRelease&) = delete;
+
+private:
+    ulk::Ptr<ulk::ITracer>& m_tracer;
+};
+
+void ExitOnAbort(int) { std::exit(1); }
+
+/// A QApplication that aborts for want of a display ends the process with exit code 1 and no core dump.
+std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
+    const sighandler_t previous = ::signal(SIGABRT, &ExitOnAbort);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    ::signal(SIGABRT, previous);
+    return application;
+}
+
+} // namespace
+
+TeslGuiApp::TeslGuiApp(int& argc, char** argv, const std::shared_ptr<const tfs::loader::ConfigData>& config)
+    : m_argc(&argc), m_argv(argv), m_config(config) {
+    qRegisterMetaType<tfs::Event>("tfs::Event");
+    QGuiApplication::setDesktopSettingsAware(false);
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(QStringLiteral("Default"));
+    m_application = MakeApplication(argc, argv);
+}
+
+TeslGuiApp::~TeslGuiApp() { application::Set(nullptr); }
+
+const std::shared_ptr<TeslGuiApp>& TeslGuiApp::GetInstance(std::shared_ptr<TeslGuiApp> object, bool reset) {
+    static std::shared_ptr<TeslGuiApp> instance = [&object] {
+        application::Set(object.get());
+        return std::move(object);
+    }();
+    if (reset) {
+        application::Set(object.get());
+        instance = std::move(object);
+    }
+    return instance;
+}
+
+result_t TeslGuiApp::Run(app_core::loader::IApplicationInfrastructureLoader* applicationInfrastructureLoader,
+                         app_core::loader::IApplicationStateReporter* applicationStateReporter) noexcept {
+    // Outlives the clean-ups, so that what goes wrong in Run can be reported after them.
+    ulk::Ptr<ulk::ITracer> reportTracer;
+    try {
+        return RunServices(applicationInfrastructureLoader, applicationStateReporter, reportTracer);
+    } catch (...) {
+        ULK_TRACE(reportTracer.Get(), ulk::level::Failure) << "Run"
+                                                           << "unknown exception";
+        return ulk::eUnspecified;
+    }
+}
+
+result_t TeslGuiApp::RunServices(app_core::loader::IApplicationInfrastructureLoader* infrastructureLoader,
+                                 app_core::loader::IApplicationStateReporter* stateReporter,
+                                 ulk::Ptr<ulk::ITracer>& reportTracer) {
+    result_t result = ULK_CHECK_TRACE(FindTracer(infrastructureLoader).Get(),
+                                      stateReporter->StateChanged(application_state::Starting, StartingHintMs,
+                                                                  application_control_code::None, ulk::sOk),
+                                      "");
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    result = ULK_CHECK_TRACE(FindTracer(infrastructureLoader).Get(),
+                             infrastructureLoader->GetRootServiceLocator(m_sl.Ref()), "");
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    reportTracer = FindTracer(m_sl.Get());
+
+    tfs::ScopedServiceManagerInitializer initializer;
+    result = ULK_CHECK_TRACE(reportTracer.Get(),
+                             initializer.Init(m_sl.Get(), infrastructureLoader, false, SettingsName, StorageName,
+                                              EventStoreName, Text(tfs::paths::LibraryFolder),
+                                              Text(tfs::paths::GuiStorageFolder), {}, {}, false, false),
+                             "Cannot initialize service manager");
+    return ULK_SUCCEEDED(result) ? RunWithTransport(reportTracer.Get()) : result;
+}
+
+result_t TeslGuiApp::RunWithTransport(ulk::ITracer* reportTracer) {
+    const TransportShutdown transport(GetTransport(m_sl.Get()));
+    const TracerRelease tracerRelease(m_tracer);
+    const result_t result = ULK_CHECK_TRACE(reportTracer, ulk::GetInterface(m_sl.Get(), m_tracer.Ref()), "");
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    if (m_config->localeApplied)
+        tfs::localization::LoadLocalization(m_tracer.Get(), m_config->locale.c_str(), true);
+    ULK_TRACE(m_tracer.Get(), ulk::level::Detail) << "service initializer settings:\n"
+                                                  << tfs::paths::GuiStorageFolder << "\n"
+                                                  << SettingsName << "\n"
+                                                  << StorageName << "\n"
+                                                  << EventStoreName;
+    InitSignalHandlers();
+    return RunQtGui();
+}
+
+result_t TeslGuiApp::Shutdown() noexcept {
+    ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "Shutdown";
+    return ulk::sOk;
+}
+
+void TeslGuiApp::InitSignalHandlers() {
+    ULK_TRACE(m_tracer.Get(), ulk::level::Finest) << "InitSignalHandlers";
+    ULK_CHECK_THROW(InstallSignalHandlers(), "Cannot set signal handlers");
+}
+
+int TeslGuiApp::RunQtGui() {
+    try {
+        ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "RunQtGui";
+        InitQmlResources();
+        SetMetadata();
+        RegisterQmlTypes();
+        m_productConnection = std::make_unique<ProductConnection>(nullptr);
+        m_productConnection->Start(m_sl.Get(), m_config);
+        ReadArguments();
+        const int exitCode = RunEventLoop();
+        m_productConnection.reset();
+        return exitCode;
+    } catch (...) {
+        m_productConnection.reset();
+        ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "RunQtGui"
+                                                       << "unknown exception";
+        return 1;
+    }
+}
+
+void TeslGuiApp::SetMetadata() {
+    namespace entry = tfs::localization::entry;
+    const QString title = LocalizedText(entry::GuiTeslProductTitleNonLocalized);
+    QCoreApplication::setApplicationVersion(QStringLiteral("10.1.4.78"));
+    QCoreApplication::setApplicationName(title);
+    QGuiApplication::setApplicationDisplayName(title);
+    QCoreApplication::setOrganizationName(LocalizedText(entry::GuiTolvanderOrganization));
+    QGuiApplication::setDesktopFileName(QStringLiteral("tesl-gui"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icon-t")));
+}
+
+void TeslGuiApp::ReadArguments() {
+    for (int i = 1; i < *m_argc; ++i) {
+        if (std::strcmp(m_argv[i], "--tray-only") != 0)
+            continue;
+        m_isTrayOnly = true;
+        // A desktop that starts programs at log-in needs a while before its tray is there.
+        ::sleep(TrayOnlyDelaySeconds);
+    }
+}
+
+int TeslGuiApp::RunEventLoop() {
+    // Declared in this order, so that the engine goes before the objects that its files refer to.
+    tfs::tools::ScreenSaver screenSaver;
+    tfs::tools::CursorPosProvider mousePosition;
+    tfs::tools::TrayAvailability trayAvailability;
+    QQmlApplicationEngine engine;
+    SetContextProperties(*engine.rootContext(),
+                         {m_productConnection.get(), &screenSaver, &mousePosition, &trayAvailability}, m_isTrayOnly);
+    engine.load(QUrl(QStringLiteral("qrc:/main.qml")));
+    return QApplication::exec();
+}
+
+ulk::IServiceLocator* TeslGuiApp::GetRemoteServiceLocator() {
+    ulk::IServiceLocator* const remote =
+        m_productConnection ? m_productConnection->GetRemoteServiceLocator() : nullptr;
+    if (remote == nullptr)
+        ThrowNoConnection();
+    return remote;
+}
+
+ulk::Ptr<ulk::IServiceLocator> TeslGuiApp::AcquireRemoteServiceLocator() {
+    ulk::Ptr<ulk::IServiceLocator> remote;
+    if (m_productConnection)
+        remote = m_productConnection->AcquireRemoteServiceLocator();
+    if (!remote)
+        ThrowNoConnection();
+    return remote;
+}
+
+} // namespace tfs::gui

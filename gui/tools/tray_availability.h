@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Tells when a tray icon may first be made.
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+namespace tfs::tools {
+
+/// Qt asks for a tray once, at the first use of a tray class, and keeps the answer for the process's life: an icon made
+/// before the desktop's tray has come up never appears. The shell therefore makes its icon only once this object says
+/// that a StatusNotifier host is registered or an XEmbed tray owns its selection. Lives on the GUI thread; watches the
+/// session bus without blocking and looks for the selection from a slow timer until one of the two is there.
+class TrayAvailability : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool available READ isAvailable NOTIFY availableChanged)
+
+public:
+    explicit TrayAvailability(QObject* parent = nullptr);
+    ~TrayAvailability() override;
+
+    /// Goes from false to true once, and stays.
+    bool isAvailable() const { return m_available; }
+    Q_SIGNAL void availableChanged(bool available);
+
+private:
+    void WatchStatusNotifierHost();
+    void AskForStatusNotifierHost();
+    void LookForXEmbedTray();
+    void SetAvailable();
+    /// StatusNotifierHostRegistered of the watcher on the session bus.
+    Q_SLOT void onHostRegistered();
+
+    bool m_available = false;
+    QTimer m_timer;
+};
+
+} // namespace tfs::tools

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What main does before there is an application.
+#include <atomic>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gui/common/certified_build.h>
+#include <gui/restart_checker.h>
+#include <gui/signal_handlers.h>
+#include <gui/start_settings.h>
+
+#include "gui_fixture.h"
+#include "temp_folder.h"
+
+namespace tfs::gui {
+namespace {
+
+using test::TempFolder;
+using test::WaitUntil;
+
+TEST(StartSettings, levelFollowsTheEnvironmentThenTheConfiguration) {
+    const struct {
+        bool all;
+        std::int32_t configured;
+        std::int32_t level;
+    } rows[] = {{true, 0, 1000}, {true, 1, 1000}, {false, 0, 0},  {false, 1, 300},
+                {false, 2, 800}, {false, 3, 0},   {false, -1, 0}, {false, 300, 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(ChooseTraceLevel(row.all, row.configured), row.level) << row.all << row.configured;
+        tfs::loader::ConfigData config;
+        config.traceLevel = row.configured;
+        EXPECT_EQ(MakeTracerSettings(config, "tesl-gui", row.all).enabled, row.level != 0);
+    }
+}
+
+TEST(StartSettings, tracerSettingsAreThoseOfTheConfiguration) {
+    tfs::loader::ConfigData config;
+    config.logFolder = u"/somewhere/";
+    config.traceFileSizeLimit = 3000; // beyond 32 bits of bytes
+    config.traceFileCount = 5;
+    const auto settings = MakeTracerSettings(config, "tesl-gui", true);
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.fileStem), "tesl-gui." + std::to_string(::getpid()) + ".");
+    EXPECT_TRUE(settings.folder == u"/somewhere/");
+    EXPECT_EQ(settings.fileSizeLimit, 3'000'000'000u);
+    EXPECT_EQ(settings.fileCount, 5u);
+    EXPECT_TRUE(settings.lineFormat == u"%Y.%m.%d %X\t%I\t%p\t");
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.modulePath),
+              std::string(paths::Root) + "/opt/tolvander/tesl/libarm64/libinstrumental_services.so");
+}
+
+TEST(StartSettings, anUnknownLocaleIsPutBack) {
+    ASSERT_EQ(::setenv("LC_ALL", "C", 1), 0);
+    EXPECT_EQ(ApplyLocale("xx_XX.NONE"), ulk::eUnspecified);
+    EXPECT_STREQ(std::getenv("LC_ALL"), "C");
+    EXPECT_EQ(ApplyLocale("C.UTF-8"), ulk::sOk);
+    EXPECT_STREQ(std::getenv("LC_ALL"), "C.UTF-8");
+    EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C.UTF-8");
+    ASSERT_EQ(::setenv("LC_ALL", "C", 1), 0);
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(CertifiedBuild, isToldByTheFirstLineAlone) {
+    const TempFolder folder;
+    const std::string marker = folder.Path("cert.info");
+    EXPECT_FALSE(IsCertifiedBuild(marker));
+    const struct {
+        const char* text;
+        bool certified;
+    } rows[] = {{"Certified product", true},     {"Certified product\nmore\n", true}, {"Certified product\r\n", false},
+                {" Certified product\n", false}, {"\nCertified product\n", false},    {"certified product\n", false},
+                {"", false}};
+    for (const auto& row : rows) {
+        std::ofstream(marker, std::ios::trunc) << row.text;
+        EXPECT_EQ(IsCertifiedBuild(marker), row.certified) << row.text;
+    }
+}
+
+TEST(SignalHandlers, aHandlerThatIsSetAlreadyFailsTheStep) {
+    test::FakeApplication app;
+    ASSERT_EQ(::signal(SIGUSR2, SIG_IGN), SIG_DFL);
+    EXPECT_EQ(InstallSignalHandler(SIGUSR2, SIG_DFL), ulk::sOk);
+    ::signal(SIGUSR2, [](int) {});
+    EXPECT_EQ(InstallSignalHandler(SIGUSR2, SIG_IGN), ulk::eUnspecified);
+    EXPECT_EQ(app.tracer->Count(300, "Signal handler is already set for signum=" + std::to_string(SIGUSR2) + " to "),
+              1u);
+    EXPECT_EQ(InstallSignalHandler(SIGKILL, SIG_IGN), ulk::eUnspecified);
+    EXPECT_EQ(app.tracer->Count(300, "Cannot set signal handler for signum=9"), 1u);
+    ::signal(SIGUSR2, SIG_DFL);
+}
+
+class RestartCheckerTest : public ::testing::Test {
+protected:
+    RestartCheckerTest() { std::filesystem::create_symlink("/proc/self/exe", m_path); }
+
+    RestartChecker::Options Options() {
+        return {m_path, std::chrono::milliseconds(2), [this] { ++m_quits; },
+                [this](const char* path, char* const* argv) {
+                    ++m_executions;
+                    m_executedPath = path;
+                    for (; *argv != nullptr; ++argv)
+                        m_executedArguments.emplace_back(*argv);
+                }};
+    }
+    /// Puts another file in the installed one's place, as an update does.
+    void Replace(mode_t mode) {
+        const std::string fresh = m_folder.Path("fresh");
+        std::ofstream(fresh) << "new";
+        ASSERT_EQ(::chmod(fresh.c_str(), mode), 0);
+        std::filesystem::rename(fresh, m_path);
+    }
+
+    TempFolder m_folder;
+    std::string m_path = m_folder.Path("tesl-gui");
+    std::atomic<int> m_quits{0};
+    int m_executions = 0;
+    std::string m_executedPath;
+    std::vector<std::string> m_executedArguments;
+    char m_name[9] = "tesl-gui";
+    char m_option[12] = "--tray-only";
+    char* m_argv[2] = {m_name, m_option};
+};
+
+TEST_F(RestartCheckerTest, aReplacedProgramIsExecutedWithTheSameArguments) {
+    {
+        const RestartChecker checker(2, m_argv, Options());
+        ASSERT_TRUE(checker.IsWatching());
+        Replace(0755);
+        ASSERT_TRUE(WaitUntil([this] { return m_quits > 0; }));
+        EXPECT_EQ(m_executions, 0) << "not before everything else has gone";
+    }
+    EXPECT_EQ(m_quits, 1);
+    EXPECT_EQ(m_executions, 1);
+    EXPECT_EQ(m_executedPath, m_path);
+    EXPECT_EQ(m_executedArguments, (std::vector<std::string>{"tesl-gui", "--tray-only"}));
+}
+
+TEST_F(RestartCheckerTest, aProgramThatMayNoLongerBeExecutedEndsWithoutARestart) {
+    {
+        const RestartChecker checker(2, m_argv, Options());
+        Replace(0600); // executable for nobody, so that root is refused too
+        ASSERT_TRUE(WaitUntil([this] { return m_quits > 0; }));
+    }
+    EXPECT_EQ(m_quits, 1);
+    EXPECT_EQ(m_executions, 0);
+}
+
+TEST_F(RestartCheckerTest, aMissingProgramIsWaitedFor) {
+    {
+        const RestartChecker checker(2, m_argv, Options());
+        const std::string aside = m_folder.Path("aside");
+        std::filesystem::rename(m_path, aside);
+        // Ten passes over a missing file.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+        ASSERT_TRUE(WaitUntil([&] { return std::chrono::steady_clock::now() > end; }));
+        EXPECT_EQ(m_quits, 0);
+        std::filesystem::rename(aside, m_path);
+    }
+    EXPECT_EQ(m_quits, 0);
+    EXPECT_EQ(m_executions, 0);
+}
+
+TEST_F(RestartCheckerTest, aProgramFromAnyOtherPlaceIsNotWatched) {
+    Replace(0755);
+    {
+        const RestartChecker checker(2, m_argv, Options());
+        EXPECT_FALSE(checker.IsWatching());
+    }
+    EXPECT_EQ(m_executions, 0);
+}
+
+} // namespace
+} // namespace tfs::gui
