@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Looks for items by their object name.
+.pragma library
+
+function find(item, name) {
+    if (item.objectName === name)
+        return item;
+    for (let i = 0; i < item.children.length; ++i) {
+        const found = find(item.children[i], name);
+        if (found)
+            return found;
+    }
+    return null;
+}

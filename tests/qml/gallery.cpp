@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Shows the program's window over stand-in models in one scene after the other and saves a picture of each, for those
+// who judge how it looks. Usage: tesl-qml-gallery FOLDER; it wants a display.
+#include <tests/qml/standin_models.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQml/QQmlContext>
+#include <QtQuick/QQuickItem>
+#include <QtQuick/QQuickWindow>
+#include <QtWidgets/QApplication>
+
+namespace {
+
+class Camera : public QObject {
+    Q_OBJECT
+public:
+    explicit Camera(const QString& folder) : m_folder(folder) {}
+    Q_INVOKABLE bool shoot(QQuickWindow* window, const QString& name) {
+        return window->grabWindow().save(m_folder.filePath(name + ".png"));
+    }
+
+private:
+    QDir m_folder;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    if (argc != 2) {
+        qWarning("usage: %s FOLDER", argv[0]);
+        return 2;
+    }
+    QCoreApplication::setApplicationName("Tolvander Endpoint Security");
+    tfs::tests::RegisterStandins();
+    tfs::tests::Connection connection;
+    tfs::tests::TrayAvailability tray;
+    tfs::tests::MousePosition mouse;
+    tfs::tests::Models models;
+    Camera camera(QString::fromLocal8Bit(argv[1]));
+
+    QQmlApplicationEngine engine;
+    QQmlContext* context = engine.rootContext();
+    context->setContextProperty("serviceConnection", &connection);
+    context->setContextProperty("trayAvailability", &tray);
+    context->setContextProperty("mousePosition", &mouse);
+    context->setContextProperty("models", &models);
+    context->setContextProperty("camera", &camera);
+    context->setContextProperty("isTrayOnly", false);
+    context->setContextProperty("onlineHelpLink", QString());
+    context->setContextProperty("language", "en");
+    context->setContextProperty("iconButtonExit", "Exit");
+    engine.load(QUrl("qrc:/main.qml"));
+    engine.load(QUrl::fromLocalFile(QStringLiteral(QUICK_TEST_SOURCE_DIR "/Gallery.qml")));
+    return engine.rootObjects().size() == 2 ? application.exec() : 1;
+}
+
+#include "gallery.moc"

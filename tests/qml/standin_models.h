@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Stand-ins for what the program registers for its pages, under the same names, so that pages can be driven without a
+// service. Everything is writable from a test. GUI thread only; owned by the page or by the test's setup.
+#pragma once
+
+#include <QtCore/QAbstractListModel>
+#include <QtCore/QPoint>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+namespace tfs::tests {
+
+#define STANDIN_PROPERTY(type, name, initial)                                                                          \
+    Q_PROPERTY(type name MEMBER m_##name NOTIFY name##Changed)                                                         \
+public:                                                                                                                \
+    Q_SIGNAL void name##Changed();                                                                                     \
+    type m_##name = initial;
+
+class AppInfo : public QObject {
+    Q_OBJECT
+    STANDIN_PROPERTY(QString, buttonReports, "Reports")
+    STANDIN_PROPERTY(QString, buttonStorage, "Storage")
+    STANDIN_PROPERTY(QString, buttonSettings, "Settings")
+    STANDIN_PROPERTY(QString, buttonSupport, "Support")
+    STANDIN_PROPERTY(QString, buttonScan, "Scan")
+    STANDIN_PROPERTY(QString, buttonUpdate, "Update")
+    STANDIN_PROPERTY(QString, licenseStatus, QString())
+    STANDIN_PROPERTY(bool, isUnderPolicy, false)
+    STANDIN_PROPERTY(bool, reportsAllowed, true)
+    STANDIN_PROPERTY(QString, infoLastScanTime, "Last scan: 2 hours ago")
+    STANDIN_PROPERTY(QString, infoLastScanResult, "Nothing detected")
+    STANDIN_PROPERTY(QString, infoLastUpdateTime, "Last update: 12 minutes ago")
+    STANDIN_PROPERTY(QString, infoDatabasesState, "Databases are up to date.")
+    STANDIN_PROPERTY(bool, infoDatabasesIsError, false)
+    STANDIN_PROPERTY(bool, infoScanResultIsError, false)
+    STANDIN_PROPERTY(bool, scanInfoAvailable, true)
+    STANDIN_PROPERTY(bool, updateInfoAvailable, true)
+    STANDIN_PROPERTY(bool, infoIsReady, true)
+    STANDIN_PROPERTY(QString, popupHeaderText, "Custom scan completed")
+    STANDIN_PROPERTY(QString, popupOpenLinkText, "open reports")
+    STANDIN_PROPERTY(QString, popupTaskFailureHead, "Failed to start task")
+    STANDIN_PROPERTY(QString, popupTaskFailureLink, "Open task reports")
+    STANDIN_PROPERTY(QString, issuesInfo, "Your device is in danger")
+    Q_PROPERTY(DangerLevel dangerLevel MEMBER m_dangerLevel NOTIFY dangerLevelChanged)
+
+public:
+    enum DangerLevel { OK = 0, Warning = 1, Critical = 2 };
+    Q_ENUM(DangerLevel)
+
+    AppInfo();
+    ~AppInfo() override;
+
+    // How many are alive, and the youngest of them.
+    static int Count();
+    static AppInfo* Last();
+
+Q_SIGNALS:
+    void dangerLevelChanged();
+    void customScanStarted(uint taskId);
+    void customScanStopped(uint taskId, const QString& message);
+    void taskStartFailed(uint compId, const QString& taskName);
+
+private:
+    DangerLevel m_dangerLevel = Critical;
+};
+
+class TaskList : public QAbstractListModel {
+    Q_OBJECT
+    STANDIN_PROPERTY(QString, pageHeader, "Tasks")
+    STANDIN_PROPERTY(QString, runTaskButtonName, "Start")
+    STANDIN_PROPERTY(QString, stopTaskButtonName, "Stop")
+    STANDIN_PROPERTY(QString, goToReportsButtonName, "Show report")
+    STANDIN_PROPERTY(qulonglong, defaultUpdateTaskId, 6)
+    STANDIN_PROPERTY(QString, runRollbackText, "Rollback update")
+    STANDIN_PROPERTY(bool, reportsAllowed, true)
+    STANDIN_PROPERTY(bool, isRollbackAvailable, false)
+    STANDIN_PROPERTY(QStringList, calls, QStringList())
+    Q_PROPERTY(bool scanTasksMode READ ScanTasksMode WRITE SetScanTasksMode NOTIFY scanTasksModeChanged)
+
+public:
+    enum TaskStates {
+        TaskStateStarting,
+        TaskStateStarted,
+        TaskStatePausing,
+        TaskStateSuspended,
+        TaskStateResuming,
+        TaskStateStopping,
+        TaskStateStopped,
+        TaskStateUnknown
+    };
+    Q_ENUM(TaskStates)
+
+    TaskList();
+    ~TaskList() override;
+
+    static int Count();
+    static TaskList* Last();
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    // The rows, as maps from role name to value; roles left out have a quiet default.
+    Q_INVOKABLE void setRows(const QVariantList& rows);
+    // Changes some roles of one row and announces the change without naming roles.
+    Q_INVOKABLE void changeRow(int row, const QVariantMap& values);
+
+    bool ScanTasksMode() const { return m_scanTasksMode; }
+    void SetScanTasksMode(bool mode);
+
+public Q_SLOTS:
+    void startTask(qulonglong id) { Note("startTask", id); }
+    void stopTask(qulonglong id) { Note("stopTask", id); }
+    void deleteTask(qulonglong id) { Note("deleteTask", id); }
+    void rollbackUpdate();
+
+Q_SIGNALS:
+    void scanTasksModeChanged();
+
+private:
+    void Note(const char* call, qulonglong id);
+
+    bool m_scanTasksMode = false;
+    QList<QVariantMap> m_rows;
+};
+
+class Connection : public QObject {
+    Q_OBJECT
+    STANDIN_PROPERTY(bool, isConnectedToProduct, true)
+    STANDIN_PROPERTY(bool, isCertifiedBuild, false)
+    STANDIN_PROPERTY(QString, appIsUnavailableText, "The application is unavailable")
+    STANDIN_PROPERTY(QString, certifiedBuildText, "This build is certified")
+};
+
+class TrayAvailability : public QObject {
+    Q_OBJECT
+    STANDIN_PROPERTY(bool, available, false)
+};
+
+class MousePosition : public QObject {
+    Q_OBJECT
+public Q_SLOTS:
+    QPoint cursorPos() const;
+};
+
+// What a test asks about the models that pages have made.
+class Models : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QObject* appInfo READ AppInfoObject)
+    Q_PROPERTY(QObject* taskList READ TaskListObject)
+    Q_PROPERTY(int appInfoCount READ AppInfoCount)
+    Q_PROPERTY(int taskListCount READ TaskListCount)
+
+public:
+    QObject* AppInfoObject() const { return AppInfo::Last(); }
+    QObject* TaskListObject() const { return TaskList::Last(); }
+    int AppInfoCount() const { return AppInfo::Count(); }
+    int TaskListCount() const { return TaskList::Count(); }
+};
+
+// Registers the types, to be done once before the first QML file is loaded.
+void RegisterStandins();
+
+} // namespace tfs::tests

@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+import QtQuick 2.15
+import QtTest 1.15
+import tl.qt.application.taskList 1.0
+
+import "qrc:/"
+import "qrc:/CommonProperties.js" as CommonProperties
+import "Finder.js" as Finder
+
+Item {
+    id: root
+    width: 735
+    height: 500
+
+    // What the row asks of the shell, with a record of what it asked.
+    QtObject {
+        id: stack
+        property var names: []
+        property var calls: []
+        property bool reportsExist: true
+
+        function hasPage(page) { return page !== "Reports" || reportsExist; }
+        function getItemName(id) { return id < names.length ? names[names.length - 1 - id] : null; }
+        function pop() { calls.push("pop"); }
+        function pushWithParams(page, params) { calls.push(page + " " + params.startupComponentId); }
+    }
+
+    TaskListModel { id: tasks }
+
+    ListView {
+        id: list
+        anchors.fill: parent
+        model: tasks
+        delegate: TaskDelegate {
+            width: list.width
+            taskModel: tasks
+        }
+    }
+
+    TestCase {
+        id: testCase
+        name: "TaskDelegate"
+        when: windowShown
+
+        readonly property var states: ({
+            "Starting": TaskListModel.TaskStateStarting, "Started": TaskListModel.TaskStateStarted,
+            "Pausing": TaskListModel.TaskStatePausing, "Suspended": TaskListModel.TaskStateSuspended,
+            "Resuming": TaskListModel.TaskStateResuming, "Stopping": TaskListModel.TaskStateStopping,
+            "Stopped": TaskListModel.TaskStateStopped, "Unknown": TaskListModel.TaskStateUnknown
+        })
+
+        function init() {
+            tasks.scanTasksMode = true;
+            tasks.reportsAllowed = true;
+            tasks.isRollbackAvailable = false;
+            tasks.calls = [];
+            stack.calls = [];
+            stack.names = [];
+            stack.reportsExist = true;
+        }
+
+        function row(values) {
+            tasks.setRows([values]);
+            list.forceLayout();
+            return list.itemAtIndex(0);
+        }
+
+        function part(item, name) {
+            const found = Finder.find(item, name);
+            verify(found, name);
+            return found;
+        }
+
+        // state | text | enabled | visible | shown when only the start button is left out | ... the stop button |
+        // running | what a click calls, when it can be clicked
+        function test_mainButtonByState_data() {
+            return [
+                { tag: "Starting",  text: "Start", enabled: false, visible: true, noStart: false, noStop: true,  bar: true },
+                { tag: "Started",   text: "Stop",  enabled: true,  visible: true, noStart: true,  noStop: false, bar: true,
+                  call: "stopTask 2" },
+                { tag: "Pausing",   text: "Stop",  enabled: false, visible: true, noStart: true,  noStop: false, bar: false },
+                { tag: "Suspended", text: "Start", enabled: false, visible: true, noStart: true,  noStop: true,  bar: false },
+                { tag: "Resuming",  text: "Start", enabled: false, visible: true, noStart: false, noStop: true,  bar: true },
+                { tag: "Stopping",  text: "Stop",  enabled: false, visible: true, noStart: true,  noStop: false, bar: false },
+                { tag: "Stopped",   text: "Start", enabled: true,  visible: true, noStart: false, noStop: true,  bar: false,
+                  call: "startTask 2" },
+                { tag: "Unknown",   text: "Stop",  enabled: false, visible: false, noStart: false, noStop: false, bar: false }
+            ];
+        }
+
+        function test_mainButtonByState(data) {
+            const state = states[data.tag];
+            const item = row({ "currentState": state });
+            const button = part(item, "mainButton");
+            compare(button.text, data.text);
+            compare(button.enabled, data.enabled);
+            compare(button.visible, data.visible);
+            compare(part(item, "progress").state, data.bar ? "enabled" : "disabled");
+            tryCompare(part(item, "progress"), "opacity", data.bar ? 1 : 0);
+
+            if (data.visible)
+                mouseClick(button);
+            compare(tasks.calls.join(), data.call === undefined ? "" : data.call);
+
+            tasks.changeRow(0, { "showStartButton": false });
+            compare(button.visible, data.noStart);
+            tasks.changeRow(0, { "showStartButton": true, "showStopButton": false });
+            compare(button.visible, data.noStop);
+        }
+
+        function test_permissionsDisableTheMainButton_data() {
+            return [
+                { tag: "stopped, may not start", state: "Stopped", canBeStarted: false, canBeStopped: true, enabled: false },
+                { tag: "stopped, may not stop", state: "Stopped", canBeStarted: true, canBeStopped: false, enabled: true },
+                { tag: "started, may not stop", state: "Started", canBeStarted: true, canBeStopped: false, enabled: false },
+                { tag: "started, may not start", state: "Started", canBeStarted: false, canBeStopped: true, enabled: true }
+            ];
+        }
+
+        function test_permissionsDisableTheMainButton(data) {
+            const item = row({ "currentState": states[data.state], "canBeStarted": data.canBeStarted,
+                               "canBeStopped": data.canBeStopped });
+            compare(part(item, "mainButton").enabled, data.enabled);
+            verify(part(item, "mainButton").visible);
+        }
+
+        function test_rules_data() {
+            return Object.keys(states).map(name => ({
+                tag: name,
+                started: ["Stopped", "Suspended", "Starting", "Resuming"].indexOf(name) >= 0,
+                stopped: ["Started", "Stopping", "Pausing", "Suspended"].indexOf(name) >= 0,
+                running: ["Started", "Starting", "Resuming"].indexOf(name) >= 0
+            }));
+        }
+
+        function test_rules(data) {
+            const item = row({});
+            const state = states[data.tag];
+            compare(item.isCanBeStarted(state, true), data.started);
+            compare(item.isCanBeStopped(state, true), data.stopped);
+            compare(item.isRunning(state), data.running);
+            verify(!item.isCanBeStarted(state, false));
+            verify(!item.isCanBeStopped(state, false));
+        }
+
+        function test_reportButton() {
+            const item = row({ "currentState": states.Started, "taskReportType": 7 });
+            const button = part(item, "reportButton");
+            verify(button.visible);
+            tasks.reportsAllowed = false;
+            verify(!button.enabled);
+            verify(button.visible);
+            mouseClick(button);
+            compare(stack.calls.length, 0);
+            tasks.reportsAllowed = true;
+            mouseClick(button);
+            compare(stack.calls.join(), "Reports 7");
+        }
+
+        function test_reportFromAPageThatCameFromReportsLeavesOneReportsPage() {
+            stack.names = ["MainWindow", "Reports", "ScanTasks"];
+            mouseClick(part(row({ "taskReportType": 5 }), "reportButton"));
+            compare(stack.calls.join(), "pop,pop,Reports 5");
+        }
+
+        function test_reportButtonWaitsForItsPage() {
+            stack.reportsExist = false;
+            verify(!part(row({}), "reportButton").enabled);
+        }
+
+        function test_deleteIcon_data() {
+            const rows = [];
+            for (const name in states) {
+                rows.push({ tag: name + " deletable", state: name, fixed: false, shown: name === "Stopped" });
+                rows.push({ tag: name + " fixed", state: name, fixed: true, shown: false });
+            }
+            return rows;
+        }
+
+        function test_deleteIcon(data) {
+            const item = row({ "taskId": 100, "currentState": states[data.state], "cannotBeDeleted": data.fixed });
+            const icon = part(item, "deleteButton");
+            compare(icon.visible, data.shown);
+            if (data.shown) {
+                mouseClick(icon);
+                compare(tasks.calls.join(), "deleteTask 100");
+            }
+        }
+
+        function test_stoppedCustomScanKeepsItsDeleteIconWithoutAStartButton() {
+            const item = row({ "taskId": 100, "cannotBeDeleted": false, "showStartButton": false });
+            verify(!part(item, "mainButton").visible);
+            verify(part(item, "deleteButton").visible);
+        }
+
+        function test_expander_data() {
+            const lines = ["objects scanned: 3"];
+            return [
+                { tag: "scan, stopped, lines", scan: true, id: 2, state: "Stopped", lines: lines, shown: true },
+                { tag: "scan, stopped, no lines", scan: true, id: 2, state: "Stopped", lines: [], shown: false },
+                { tag: "scan, started, lines", scan: true, id: 2, state: "Started", lines: lines, shown: false },
+                { tag: "scan, suspended, lines", scan: true, id: 2, state: "Suspended", lines: lines, shown: true },
+                { tag: "update mode, lines", scan: false, id: 8, state: "Stopped", lines: lines, shown: false },
+                { tag: "update task, no lines", scan: false, id: 6, state: "Stopped", lines: [], shown: true },
+                { tag: "update task, started", scan: false, id: 6, state: "Started", lines: [], shown: true }
+            ];
+        }
+
+        function test_expander(data) {
+            tasks.scanTasksMode = data.scan;
+            const item = row({ "taskId": data.id, "currentState": states[data.state], "progressInfo": data.lines });
+            compare(part(item, "expander").visible, data.shown);
+            compare(part(item, "nameArea").enabled, data.lines.length > 0 || data.id === 6);
+        }
+
+        function test_expanderAndNameOpenTheDetails() {
+            const item = row({ "progressInfo": ["objects scanned: 3", "threats detected: 1"] });
+            const details = part(item, "details");
+            const closedHeight = item.height;
+            verify(!details.visible);
+            mouseClick(part(item, "expander"));
+            verify(details.visible);
+            verify(part(item, "expander").expanded);
+            tryVerify(() => item.height > closedHeight);
+            mouseClick(part(item, "nameArea"), 5, 5);
+            verify(!details.visible);
+            tryCompare(item, "height", closedHeight);
+        }
+
+        function test_nameOfARowWithoutDetailsDoesNothing() {
+            const item = row({});
+            mouseClick(part(item, "nameArea"), 5, 5);
+            verify(!item.showFullInfo);
+        }
+
+        function test_rollbackLine() {
+            tasks.scanTasksMode = false;
+            let item = row({ "taskId": 8, "progressInfo": ["line"] });
+            item.showFullInfo = true;
+            verify(!part(item, "rollback").visible);
+
+            item = row({ "taskId": 6 });
+            item.showFullInfo = true;
+            const line = part(item, "rollback");
+            verify(line.visible);
+            waitForItemPolished(line.parent);
+            verify(!line.link);
+            verify(Qt.colorEqual(line.color, CommonProperties.colorLightGray));
+            mouseClick(line);
+            compare(tasks.calls.length, 0);
+            tasks.isRollbackAvailable = true;
+            verify(Qt.colorEqual(line.color, CommonProperties.colorLink));
+            mouseClick(line);
+            compare(tasks.calls.join(), "rollbackUpdate");
+        }
+
+        function test_summaryAndResult() {
+            let item = row({ "summary": "Last scan: now", "resultInfo": "Threat detected", "resultIsError": true });
+            compare(part(item, "summary").text + part(item, "result").text, "Last scan: now. Threat detected");
+            verify(Qt.colorEqual(part(item, "result").color, CommonProperties.colorAppInfoTaskError));
+            item = row({ "summary": "Never run" });
+            compare(part(item, "summary").text + part(item, "result").text, "Never run");
+        }
+
+        function test_progressFollowsTheModel() {
+            const item = row({ "currentState": states.Started, "progressValue": 7 });
+            const bar = part(item, "progressBar");
+            compare(bar.value, 7);
+            tasks.changeRow(0, { "progressValue": 58 });
+            compare(bar.value, 58);
+            tryVerify(() => Math.abs(part(bar, "filled").width - 0.58 * bar.availableWidth) < 0.5);
+        }
+
+        function test_longNameIsCutBeforeTheExpander() {
+            const item = row({ "taskName": "x".repeat(300), "progressInfo": ["line"] });
+            const label = part(item, "taskName");
+            const expander = part(item, "expander");
+            verify(label.truncated);
+            verify(expander.mapToItem(item, expander.width, 0).x <= part(item, "mainButton").mapToItem(item, 0, 0).x);
+        }
+
+        function test_keyboardReachesTheButtons() {
+            const item = row({});
+            part(item, "mainButton").forceActiveFocus();
+            keyClick(Qt.Key_Tab);
+            verify(part(item, "reportButton").activeFocus);
+            keyClick(Qt.Key_Return);
+            compare(stack.calls.join(), "Reports 5");
+        }
+    }
+}
