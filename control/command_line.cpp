@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <control/command_line.h>
+#include <control/escape.h>
+#include <control/failure.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iterator>
+#include <memory>
+
+namespace tfs::control {
+
+namespace {
+
+constexpr char Program[] = "tesl-control";
+
+/// The options and what they were given; the parser writes into the fields, so that it must not outlive them.
+struct Options {
+    bool help = false;
+    bool version = false;
+    bool json = false;
+    bool taskList = false;
+    bool scanFile = false;
+    bool appInfo = false;
+    std::string startTask;
+    std::string stopTask;
+    std::string taskState;
+};
+
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string name) const override {
+        return "Usage: " + name + " COMMAND [--json]\n       " + name + " --scan-file PATH... [--json] [-- PATH...]\n";
+    }
+};
+
+void Declare(CLI::App& app, Options& options) {
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.set_help_flag();
+    app.allow_extras();
+    app.add_flag("--get-task-list", options.taskList, "List the tasks and their states");
+    app.add_option("--start-task", options.startTask, "Start a task")->type_name("ID|NAME");
+    app.add_option("--stop-task", options.stopTask, "Stop a task")->type_name("ID|NAME");
+    app.add_option("--get-task-state", options.taskState, "Tell the state of a task and what it has found")
+        ->type_name("ID|NAME");
+    app.add_flag("--scan-file", options.scanFile,
+                 "Scan the files and folders PATH..., wait for the end and tell the result; names that begin with "
+                 "\"-\" go behind \"--\"");
+    app.add_flag("--app-info", options.appInfo, "Tell about the service, its signatures and its engine");
+    app.add_flag("--json", options.json, "Write one JSON document and nothing else on standard output");
+    app.add_flag("--version", options.version, "Tell the version of the product");
+    app.add_flag("-h,--help", options.help, "Show this help");
+    app.footer("Exactly one command is given; --json may stand beside each. In JSON a file name that is not UTF-8\n"
+               "has U+FFFD for each wrong byte, and \"pathHex\" beside it holds its exact bytes.\n\n" +
+               std::string(ExitCodeHelp()));
+}
+
+[[noreturn]] void FailUsage(const std::string& text) {
+    throw Failure(ExitCode::Usage, text + " Try \"" + Program + " --help\".");
+}
+
+CommandKind TheOneCommand(const CLI::App& app) {
+    static constexpr std::pair<const char*, CommandKind> Commands[] = {
+        {"--help", CommandKind::Help},
+        {"--version", CommandKind::Version},
+        {"--get-task-list", CommandKind::GetTaskList},
+        {"--start-task", CommandKind::StartTask},
+        {"--stop-task", CommandKind::StopTask},
+        {"--get-task-state", CommandKind::GetTaskState},
+        {"--scan-file", CommandKind::ScanFile},
+        {"--app-info", CommandKind::AppInfo},
+    };
+    const std::pair<const char*, CommandKind>* chosen = nullptr;
+    for (const auto& command : Commands) {
+        if (app.get_option(command.first)->count() == 0)
+            continue;
+        if (chosen != nullptr)
+            FailUsage(std::string("Both ") + chosen->first + " and " + command.first + " were given.");
+        chosen = &command;
+    }
+    if (chosen == nullptr)
+        FailUsage("No command was given.");
+    return chosen->second;
+}
+
+std::string TaskOf(CommandKind command, const Options& options) {
+    switch (command) {
+    case CommandKind::StartTask:
+        return options.startTask;
+    case CommandKind::StopTask:
+        return options.stopTask;
+    case CommandKind::GetTaskState:
+        return options.taskState;
+    default:
+        return {};
+    }
+}
+
+bool IsTaskCommand(CommandKind command) noexcept {
+    return command == CommandKind::StartTask || command == CommandKind::StopTask ||
+           command == CommandKind::GetTaskState;
+}
+
+/// Paths are taken as what no option claims, and not through an option of a list: the parser would take a file name in
+/// brackets apart.
+std::vector<std::string> PathsAmong(const std::vector<std::string>& unclaimed) {
+    for (const std::string& argument : unclaimed) {
+        if (argument.size() > 1 && argument.front() == '-')
+            FailUsage("Unknown option " + EscapeForTerminal(argument) + ".");
+    }
+    return unclaimed;
+}
+
+} // namespace
+
+CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
+    const auto mark = std::find(arguments.begin(), arguments.end(), "--");
+    Options options;
+    CLI::App app{"Commands for the protection service.", Program};
+    Declare(app, options);
+    CommandLine line;
+    try {
+        app.parse(std::vector<std::string>(std::make_reverse_iterator(mark), arguments.rend())); // last first
+        line.paths = PathsAmong(app.remaining());
+    } catch (const CLI::ParseError& error) {
+        FailUsage(EscapeForTerminal(error.what()) + ".");
+    }
+    if (mark != arguments.end())
+        line.paths.insert(line.paths.end(), mark + 1, arguments.end());
+
+    line.command = TheOneCommand(app);
+    line.json = options.json;
+    line.task = TaskOf(line.command, options);
+    if (line.command == CommandKind::ScanFile && line.paths.empty())
+        FailUsage("--scan-file needs a path.");
+    if (line.command != CommandKind::ScanFile && !line.paths.empty())
+        FailUsage("\"" + EscapeForTerminal(line.paths.front()) + "\" is not expected here.");
+    if (IsTaskCommand(line.command) && line.task.empty())
+        FailUsage("An empty task was given.");
+    return line;
+}
+
+bool AsksForJson(const std::vector<std::string>& arguments) noexcept {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    return std::find(arguments.begin(), end, "--json") != end;
+}
+
+std::string HelpText() {
+    Options options;
+    CLI::App app{"Commands for the protection service.", Program};
+    Declare(app, options);
+    return app.help();
+}
+
+} // namespace tfs::control

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Answers for programs: one JSON document on standard output, errors too.
+#pragma once
+
+#include <control/reporter.h>
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+namespace tfs::control {
+
+/// Gathers the document and writes it in Finish. Texts that aren't UTF-8 have U+FFFD for each wrong byte; beside a
+/// path "pathHex" then holds the exact bytes. Times are UTC text, null where unknown or never.
+class JsonReporter : public IReporter {
+public:
+    /// The stream outlives the object.
+    explicit JsonReporter(std::ostream& out) : m_out(out) {}
+
+    void Help(const std::string& text) override;
+    void Version(const std::string& version) override;
+    void TaskList(const std::vector<core::TaskInfo>& tasks) override;
+    void TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) override;
+    void TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) override;
+    void AppInfoTold(const AppInfo& appInfo) override;
+    void Finding(const ScanFinding& finding) override;
+    void ScanEnded(const ScanSummary& summary) override;
+    void Error(ExitCode code, const std::string& text) override;
+    bool Finish() override;
+
+private:
+    std::ostream& m_out;
+    nlohmann::json m_document = nlohmann::json::object();
+};
+
+} // namespace tfs::control

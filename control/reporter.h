@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What commands have to tell. One implementation a form of output; a command knows nothing of forms.
+#pragma once
+
+#include <contract/tfs/app_info.h>
+#include <contract/tfs/tasks.h>
+#include <control/exit_codes.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tfs::control {
+
+/// One finding of a scan. Texts are bytes as they came.
+struct ScanFinding {
+    enum class Kind { Threat, NotProcessed };
+    Kind kind = Kind::Threat;
+    std::string path;
+    std::string detail; ///< name of the threat, or why it wasn't processed
+};
+
+enum class ScanEnd {
+    Completed,
+    Stopped,     ///< by this user or by somebody else
+    Interrupted, ///< the service couldn't go on
+};
+
+struct ScanSummary {
+    std::uint64_t taskId = 0;
+    std::uint64_t scannedObjects = 0;
+    std::uint64_t scannedBytes = 0;
+    std::uint64_t threats = 0;
+    std::uint64_t notProcessed = 0;
+    std::uint64_t skipped = 0;
+    ScanEnd end = ScanEnd::Completed;
+    std::string reason; ///< with Interrupted
+};
+
+/// Called on the main thread. Each run of the program reports one answer, or one error.
+class IReporter {
+public:
+    virtual ~IReporter() = default;
+    virtual void Help(const std::string& text) = 0;
+    virtual void Version(const std::string& version) = 0;
+    virtual void TaskList(const std::vector<core::TaskInfo>& tasks) = 0;
+    /// A command for a task was taken; `verb` is "start" or "stop".
+    virtual void TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) = 0;
+    virtual void TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) = 0;
+    virtual void AppInfoTold(const AppInfo& appInfo) = 0;
+    virtual void Finding(const ScanFinding& finding) = 0;
+    virtual void ScanEnded(const ScanSummary& summary) = 0;
+    /// `text` is one safe line. May follow findings where the scan came to a bad end.
+    virtual void Error(ExitCode code, const std::string& text) = 0;
+    /// Everything is written. False where the output failed.
+    virtual bool Finish() = 0;
+};
+
+} // namespace tfs::control

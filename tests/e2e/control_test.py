@@ -1,0 +1,179 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""tesl-control against the real service, and against none."""
+
+import json
+import os
+import signal
+import subprocess
+import unittest
+import zipfile
+
+from tesl_support import samples
+from tesl_support.case import ProductCase
+from tesl_support.processes import children_of
+from tesl_support.waiting import wait_until
+
+
+class WithoutService(ProductCase):
+    def test_says_so_and_has_a_code_of_its_own(self):
+        for arguments in (["--get-task-list"], ["--app-info"], ["--start-task", "2"], ["--scan-file", "/etc/hostname"]):
+            with self.subTest(arguments):
+                done = self.product.control(*arguments, check=False)
+                self.assertEqual(done.returncode, 69)
+                self.assertEqual(done.stdout, b"")
+                self.assertEqual(done.stderr.count(b"\n"), 1)
+                self.assertIn(b"cannot be reached", done.stderr)
+                code, document = self.product.control_json(*arguments)
+                self.assertEqual(code, 69)
+                self.assertEqual(document["error"]["code"], "unavailable")
+
+    def test_help_and_usage_need_no_service(self):
+        self.assertIn(b"--scan-file", self.product.control("--help").stdout)
+        self.assertEqual(self.product.control("--bogus", check=False).returncode, 64)
+
+    def test_a_stale_socket_file_is_no_service(self):
+        samples.write(self.product.socket, b"")
+        code, document = self.product.control_json("--app-info")
+        self.assertEqual(code, 69, document)
+
+
+class WithService(ProductCase):
+    def setUp(self):
+        super().setUp()
+        samples.write(os.path.join(self.scope, "clean.txt"), b"nothing here\n")
+        self.product.start_service()
+
+    def scan(self, *paths):
+        return self.product.control_json("--scan-file", *paths)
+
+    def test_tells_about_service_and_tasks(self):
+        code, document = self.product.control_json("--app-info")
+        self.assertEqual(code, 0)
+        self.assertTrue(document["appInfo"]["basesLoaded"])
+        self.assertGreater(document["appInfo"]["basesRecords"], 0)
+        code, document = self.product.control_json("--get-task-list")
+        self.assertEqual(code, 0)
+        names = {task["id"]: task["name"] for task in document["tasks"]}
+        self.assertEqual(names[2], "Scan_My_Computer")
+        _, by_id = self.product.control_json("--get-task-state", "2")
+        _, by_name = self.product.control_json("--get-task-state", "Scan_My_Computer")
+        self.assertEqual(by_id, by_name)
+        for arguments in (["--get-task-state", "Nothing"], ["--start-task", "999"], ["--stop-task", "x" * 5000]):
+            code, document = self.product.control_json(*arguments)
+            self.assertEqual(code, 66, (arguments, document))
+
+    def test_runs_the_full_scan(self):
+        samples.write(os.path.join(self.scope, "test-file.com"), samples.test_file())
+        self.product.control("--start-task", "Scan_My_Computer")
+
+        def last_run():
+            _, document = self.product.control_json("--get-task-state", "2")
+            return document["task"]["state"] == "Stopped" and document["lastRun"]
+
+        run = wait_until(last_run, 60, "the scan ends")
+        self.assertEqual((run["scannedObjects"], run["threatsFound"]), (2, 1))
+
+    def test_tells_the_result_of_a_scan_by_its_code(self):
+        self.assertEqual(self.scan(self.scope)[0], 0)
+        samples.write_zip(os.path.join(self.scope, "a.zip"), {"inner/test-file.com": samples.test_file()})
+        code, document = self.scan(self.scope)
+        self.assertEqual(code, 1, document)
+        self.assertEqual([threat["path"] for threat in document["threats"]], [os.path.join(self.scope, "a.zip")])
+        self.assertTrue(document["threats"][0]["threat"])
+        self.assertEqual(document["summary"]["threatsFound"], 1)
+        text = self.product.control("--scan-file", self.scope, check=False)
+        self.assertEqual(text.returncode, 1)
+        self.assertIn(b"Threat detected: ", text.stdout)
+
+    def test_never_calls_a_file_clean_that_it_could_not_read(self):
+        path = os.path.join(self.scope, "locked.zip")
+        with zipfile.ZipFile(path, "w") as archive:
+            archive.writestr("a.txt", b"hidden " * 100)
+        content = bytearray(open(path, "rb").read())
+        for mark, offset in ((b"PK\x03\x04", 6), (b"PK\x01\x02", 8)):
+            content[content.index(mark) + offset] |= 1  # the flag of an encrypted member
+        samples.write(path, bytes(content))
+        code, document = self.scan(path)
+        self.assertEqual(code, 2, document)
+        self.assertEqual(document["notProcessed"][0]["path"], path)
+        self.assertTrue(document["notProcessed"][0]["reason"])
+
+    def test_hostile_names_harm_neither_terminal_nor_document(self):
+        names = [b"new\nline", b"escape\x1b[2J", b"$(reboot)`x`;", b"wrong\xff\xfeutf", b"\xe2\x80\xaegpj", b"--json",
+                 b"[a,b]", b"'\"\\"]
+        folder = os.path.join(self.folder, "names").encode()
+        for name in names:
+            samples.write(os.path.join(folder, name), samples.test_file())
+        code, document = self.scan(folder.decode())
+        self.assertEqual(code, 1)
+        told = {bytes.fromhex(threat["pathHex"]) if "pathHex" in threat else threat["path"].encode()
+                for threat in document["threats"]}
+        self.assertEqual(told, {os.path.join(folder, name) for name in names})
+
+        text = self.product.control("--scan-file", folder, check=False).stdout
+        self.assertEqual(text.count(b"Threat detected: "), len(names))
+        self.assertEqual(sum(line.startswith(b"Threat detected: ") for line in text.splitlines()), len(names))
+        self.assertNotIn(b"\x1b", text)
+        text.decode("utf-8")
+
+        done = subprocess.run([self.product.control_program, "--scan-file", "--json", "--", "--json", "[a,b]"],
+                              cwd=folder, stdout=subprocess.PIPE, check=False, timeout=60)
+        self.assertEqual(len(json.loads(done.stdout)["threats"]), 2)
+
+    def start_long_scan(self):
+        samples.write_large(self.scope, count=60, megabytes=16)
+        scan = subprocess.Popen([self.product.control_program, "--scan-file", self.scope, "--json"],
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(scan.wait)
+        self.addCleanup(scan.kill)
+
+        def is_running():
+            _, document = self.product.control_json("--get-task-list")
+            return any(task["temporary"] and task["state"] == "Started" for task in document["tasks"])
+
+        wait_until(is_running, 30, "the scan runs")
+        return scan
+
+    def test_ctrl_c_stops_the_scan(self):
+        scan = self.start_long_scan()
+        scan.send_signal(signal.SIGINT)
+        output, _ = scan.communicate(timeout=20)
+        self.assertEqual(scan.returncode, 3)
+        self.assertEqual(json.loads(output)["summary"]["end"], "stopped")
+
+        def is_gone():
+            _, document = self.product.control_json("--get-task-list")
+            return all(task["state"] == "Stopped" for task in document["tasks"] if task["temporary"])
+
+        wait_until(is_gone, 10, "the task is stopped in the service too")
+
+    def test_survives_the_service_going_away(self):
+        scan = self.start_long_scan()
+        helpers = children_of(self.product.service.pid)
+        self.assertTrue(helpers)
+        os.kill(self.product.service.pid, signal.SIGKILL)
+        output, errors = scan.communicate(timeout=20)
+        self.assertEqual(scan.returncode, 69, errors)
+        self.assertEqual(json.loads(output)["error"]["code"], "unavailable")
+        wait_until(lambda: not any(is_running_program(pid) for pid in helpers),
+                   10, "the scanner goes with its service")
+
+    def test_a_second_service_is_refused(self):
+        first = self.product.service
+        second = self.product.spawn_service()
+        try:
+            self.assertNotEqual(second.wait(20), 0)
+        finally:
+            self.product.service = first
+        self.assertTrue(self.product.answers())
+
+
+def is_running_program(pid):
+    try:
+        return bool(os.readlink(f"/proc/{pid}/exe"))
+    except OSError:
+        return False
+
+
+if __name__ == "__main__":
+    unittest.main()

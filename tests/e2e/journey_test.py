@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The one journey through everything: a person opens the window, starts a scan, and reads that a threat was found."""
+
+import os
+import unittest
+
+from tesl_support import samples
+from tesl_support.case import WindowCase
+from tesl_support.waiting import wait_until
+
+FULL_SCAN = "Scan_My_Computer"
+BUTTON = ("push button", "button")
+
+
+class Journey(WindowCase):
+    def test_a_scan_that_finds_a_threat(self):
+        samples.write_large(self.scope, count=40, megabytes=16)
+        samples.write(os.path.join(self.scope, "clean.txt"), b"nothing here\n")
+        samples.write(os.path.join(self.scope, "a", "test-file.com"), samples.test_file())
+        samples.write_zip(os.path.join(self.scope, "b", "test-file.zip"), {"test-file.com": samples.test_file()})
+        # One worker, so that the bar can be watched while it moves.
+        self.product.configure_service(scanScope=[self.scope], scannerWorkers=1)
+        self.product.start_service()
+        window = self.open_window()
+        window.wait_open()
+        window.wait_connected()
+        self.desktop.save_screenshot("main-page")
+
+        window.press("Scan", enabled=True)
+        wait_until(lambda: window.shows("Scan my computer"), 20, "the task's row shows")
+        self.assertFalse(window.shows("Threat detected"))
+        self.start_full_scan(window)
+        values = self.watch_progress(window)
+        self.desktop.save_screenshot("result")
+
+        self.assertGreater(len({value for value in values if 0 < value < 100}), 1, f"the bar didn't move: {values}")
+        self.assertEqual(values, sorted(values), "the bar went back")
+        self.read_the_same_from_the_command_line()
+        self.assertEqual(window.close(), 0)
+        self.assertEqual(self.product.stop_service(), 0)
+        self.assertFalse(os.path.exists(self.product.socket))
+
+    def start_full_scan(self, window):
+        """Presses the Start button that stands nearest to the task's name."""
+        def start_of_row():
+            starts = [node for node in window.nodes()
+                      if node.name().startswith("Start") and node.role() in BUTTON and node.is_showing()]
+            rows = [node for node in window.nodes() if "Scan my computer" in node.name() and node.is_showing()]
+            if not starts or not rows:
+                return None
+            top = rows[0].box()[1]
+            return min(starts, key=lambda node: abs(node.box()[1] - top))
+        start = wait_until(start_of_row, 20, "a Start button shows")
+        wait_until(start.is_enabled, 10, "the Start button is enabled")
+        self.assertTrue(start.press())
+
+    def watch_progress(self, window):
+        """What the bar shows, in order, until the result's text stands there."""
+        values = []
+
+        def result_shows():
+            for node in window.nodes():
+                if node.role() == "progress bar" and node.is_showing() and node.value() is not None:
+                    if not values or values[-1] != node.value():
+                        values.append(node.value())
+            return window.shows("Threat detected")
+
+        wait_until(result_shows, 90, "the text \"Threat detected\" shows")
+        return values
+
+    def read_the_same_from_the_command_line(self):
+        code, document = self.product.control_json("--get-task-state", FULL_SCAN)
+        self.assertEqual(code, 0)
+        self.assertEqual(document["task"]["state"], "Stopped")
+        self.assertEqual(document["lastRun"]["threatsFound"], 2)
+        self.assertEqual(document["lastRun"]["scannedObjects"], 43)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <control/command_line.h>
+#include <control/failure.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tfs::control {
+namespace {
+
+using testing::ElementsAre;
+using Arguments = std::vector<std::string>;
+
+TEST(CommandLine, TakesEachCommandWithItsArgument) {
+    EXPECT_EQ(ParseCommandLine({"--get-task-list"}).command, CommandKind::GetTaskList);
+    EXPECT_EQ(ParseCommandLine({"--app-info", "--json"}).command, CommandKind::AppInfo);
+    EXPECT_TRUE(ParseCommandLine({"--json", "--app-info"}).json);
+    EXPECT_EQ(ParseCommandLine({"--start-task", "2"}).task, "2");
+    EXPECT_EQ(ParseCommandLine({"--stop-task=Scan_My_Computer"}).task, "Scan_My_Computer");
+    EXPECT_EQ(ParseCommandLine({"--get-task-state", "7"}).command, CommandKind::GetTaskState);
+    EXPECT_EQ(ParseCommandLine({"-h"}).command, CommandKind::Help);
+}
+
+TEST(CommandLine, TakesPathsAsTheyAre) {
+    EXPECT_THAT(ParseCommandLine({"--scan-file", "a", "b c", "--json", "d"}).paths, ElementsAre("a", "b c", "d"));
+    EXPECT_THAT(ParseCommandLine({"--scan-file", "--", "-a", "--json"}).paths, ElementsAre("-a", "--json"));
+    EXPECT_FALSE(ParseCommandLine({"--scan-file", "--", "--json"}).json);
+    EXPECT_THAT(ParseCommandLine({"--scan-file", "[a,b]", "x=y", "#c", "\"q\"", "-"}).paths,
+                ElementsAre("[a,b]", "x=y", "#c", "\"q\"", "-"));
+    EXPECT_THAT(ParseCommandLine({"--scan-file", "bad\xff\nname"}).paths, ElementsAre("bad\xff\nname"));
+    EXPECT_THAT(ParseCommandLine({"--scan-file", ""}).paths, ElementsAre(""));
+}
+
+class WrongLine : public testing::TestWithParam<Arguments> {};
+
+TEST_P(WrongLine, IsAUsageFailureInOneSafeLine) {
+    try {
+        ParseCommandLine(GetParam());
+        FAIL() << "was taken";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.Code(), ExitCode::Usage);
+        const std::string text = failure.what();
+        EXPECT_FALSE(text.empty());
+        EXPECT_EQ(text.find_first_of("\n\x1b"), std::string::npos) << text;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, WrongLine,
+    testing::Values(Arguments{}, Arguments{"--json"}, Arguments{"--unknown"}, Arguments{"--scan-file"},
+                    Arguments{"--start-task"}, Arguments{"--start-task", ""},
+                    Arguments{"--get-task-list", "--app-info"}, Arguments{"--start-task", "1", "--stop-task", "1"},
+                    Arguments{"--start-task", "1", "--start-task", "2"}, Arguments{"--start-task", "1", "2"},
+                    Arguments{"file"}, Arguments{"--app-info", "file"}, Arguments{"--scan-file", "a", "--bogus"},
+                    Arguments{"--scan-file", "a", "-x"}, Arguments{"--\x1b[2J\n"}, Arguments{"--app-info=yes please"}));
+
+TEST(CommandLine, JsonIsSeenOnAWrongLineButNotAmongFileNames) {
+    EXPECT_TRUE(AsksForJson({"--bogus", "--json"}));
+    EXPECT_FALSE(AsksForJson({"--scan-file", "--", "--json"}));
+}
+
+} // namespace
+} // namespace tfs::control

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// A service in the test's own process: a locator with the interfaces that commands ask for.
+#pragma once
+
+#include <contract/tfs/app_info.h>
+#include <contract/tfs/event.h>
+#include <contract/tfs/tasks.h>
+#include <foundation/object.h>
+
+#include <functional>
+#include <vector>
+
+namespace tfs::control::test {
+
+using ulk::types::string16_t;
+
+class FakeTasks : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ITfsTaskManager> {
+public:
+    std::vector<core::TaskInfo> tasks;
+    std::vector<OxsStatistic> statistics;
+    std::vector<std::string> createdAreas;
+    std::vector<string16_t> commands;
+    result_t startResult = ulk::sOk;
+    std::function<void()> onStart = [] {};
+    std::function<void()> onStop = [] {};
+
+    result_t GetTaskList(std::vector<core::TaskInfo>& out) override {
+        out = tasks;
+        return ulk::sOk;
+    }
+    result_t GetStatistics(std::vector<OxsStatistic>& out) override {
+        out = statistics;
+        return ulk::sOk;
+    }
+    result_t GetStatistic(const string16_t& taskName, OxsStatistic& out) override {
+        for (const OxsStatistic& statistic : statistics) {
+            if (statistic.taskName == taskName) {
+                out = statistic;
+                return ulk::sOk;
+            }
+        }
+        return ulk::eNotFound;
+    }
+    result_t GetOdsStatistics(ScanStatistic&) override { return ulk::eNotSupported; }
+    result_t StartTask(const string16_t& idOrName) override {
+        commands.push_back(string16_t(u"start ") + idOrName);
+        if (ULK_SUCCEEDED(startResult))
+            onStart();
+        return startResult;
+    }
+    result_t StopTask(const string16_t& idOrName) override {
+        commands.push_back(string16_t(u"stop ") + idOrName);
+        onStop();
+        return ulk::sOk;
+    }
+    result_t PauseTask(const string16_t&) override { return ulk::eNotSupported; }
+    result_t ResumeTask(const string16_t&) override { return ulk::eNotSupported; }
+    result_t DeleteTask(const string16_t& taskName) override {
+        commands.push_back(string16_t(u"delete ") + taskName);
+        return ulk::sOk;
+    }
+    result_t DeleteStatistic(const OxsStatistic&) override { return ulk::eNotSupported; }
+    result_t GetSchedule(const string16_t&, TaskSchedule&) override { return ulk::eNotSupported; }
+    result_t GetTaskInfo(const string16_t& idOrName, core::TaskInfo& out) override {
+        for (const core::TaskInfo& task : tasks) {
+            if (task.taskName == idOrName || ulk::text::ToUtf8Lossy(idOrName) == std::to_string(task.taskId)) {
+                out = task;
+                return ulk::sOk;
+            }
+        }
+        return ulk::eNotFound;
+    }
+    result_t CreateScanTask(const ScanSettings& settings, core::TaskInfo& out) override {
+        createdAreas = settings.areas;
+        out.taskId = FirstTemporaryTaskId;
+        out.taskName = u"Scan_File_100";
+        tasks.push_back(out);
+        tasks.back().state = types::TaskState::Started;
+        return ulk::sOk;
+    }
+};
+
+class FakeSubscriber : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, IEventSubscriber> {
+public:
+    ulk::Ptr<IRemoteEventsReceiver> receiver;
+    EventFilter filter;
+
+    result_t Subscribe(IRemoteEventsReceiver* newReceiver, const EventFilter& newFilter) override {
+        receiver = ulk::Ptr<IRemoteEventsReceiver>(newReceiver);
+        filter = newFilter;
+        return ulk::sOk;
+    }
+    result_t Unsubscribe(IRemoteEventsReceiver*) override {
+        receiver.Reset();
+        return ulk::sOk;
+    }
+    /// Like the service: what the filter doesn't take isn't delivered.
+    void Publish(const Event& event) {
+        if (receiver && filter.Passes(event))
+            receiver->OnEvent(event);
+    }
+};
+
+class FakeLocator : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IServiceLocator> {
+public:
+    ulk::Ptr<FakeTasks> tasks = ulk::Ptr<FakeTasks>::Adopt(new FakeTasks);
+    ulk::Ptr<FakeSubscriber> subscriber = ulk::Ptr<FakeSubscriber>::Adopt(new FakeSubscriber);
+
+    result_t GetInterface(ulk::iid_t iid, std::uint32_t, void** out) noexcept override {
+        *out = nullptr;
+        if (ULK_SUCCEEDED(tasks->QueryInterface(iid, out)))
+            return ulk::sOk;
+        return subscriber->QueryInterface(iid, out);
+    }
+};
+
+} // namespace tfs::control::test

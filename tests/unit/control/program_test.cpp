@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <control/failure.h>
+#include <control/program.h>
+#include <control/run_command.h>
+#include <tests/unit/control/fake_service.h>
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace tfs::control {
+namespace {
+
+using nlohmann::json;
+using ulk::Ptr;
+
+Ptr<test::FakeLocator> locator;
+
+ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
+    return RunServiceCommand(line, {locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
+}
+
+ExitCode FailToConnect(const CommandLine&, IReporter&) {
+    throw Failure(ExitCode::Unavailable, "The service cannot be reached.");
+}
+
+class Program : public testing::Test {
+protected:
+    void SetUp() override {
+        locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator);
+        core::TaskInfo update{};
+        update.taskId = 6;
+        update.taskName = u"Update";
+        core::TaskInfo scan{};
+        scan.taskId = 2;
+        scan.taskName = u"Scan_My_Computer";
+        scan.taskType = u"ODS";
+        scan.displayName = u"evil\x1b[2J\u202e";
+        locator->tasks->tasks = {update, scan};
+    }
+    void TearDown() override { locator.Reset(); }
+
+    int Run(const std::vector<std::string>& arguments, ServiceRunner runner = RunOnFake) {
+        m_out.str("");
+        m_err.str("");
+        return RunProgram(arguments, m_out, m_err, runner);
+    }
+    json Json() { return json::parse(m_out.str()); }
+
+    std::ostringstream m_out;
+    std::ostringstream m_err;
+};
+
+TEST_F(Program, ListsTasksById) {
+    ASSERT_EQ(Run({"--get-task-list", "--json"}), 0);
+    const json tasks = Json().at("tasks");
+    ASSERT_EQ(tasks.size(), 2u);
+    EXPECT_EQ(tasks[0].at("id"), 2);
+    EXPECT_EQ(tasks[0].at("state"), "Stopped");
+    EXPECT_EQ(tasks[1].at("name"), "Update");
+
+    ASSERT_EQ(Run({"--get-task-list"}), 0);
+    EXPECT_EQ(m_out.str().find('\x1b'), std::string::npos);
+    EXPECT_NE(m_out.str().find("evil\\x1b[2J\\u{202e}"), std::string::npos) << m_out.str();
+}
+
+TEST_F(Program, FindsATaskByIdAndByName) {
+    ASSERT_EQ(Run({"--get-task-state", "2", "--json"}), 0);
+    const json byId = Json();
+    ASSERT_EQ(Run({"--get-task-state", "Scan_My_Computer", "--json"}), 0);
+    EXPECT_EQ(Json(), byId);
+    EXPECT_TRUE(byId.at("lastRun").is_null());
+}
+
+TEST_F(Program, StartsAndStops) {
+    ASSERT_EQ(Run({"--start-task", "2"}), 0);
+    ASSERT_EQ(Run({"--stop-task", "Scan_My_Computer", "--json"}), 0);
+    EXPECT_EQ(Json().at("command"), "stop");
+    EXPECT_EQ(locator->tasks->commands, (std::vector<test::string16_t>{u"start 2", u"stop Scan_My_Computer"}));
+}
+
+TEST_F(Program, TellsEveryFailureByCodeAndText) {
+    locator->tasks->startResult = ulk::eInvalidState;
+    const struct {
+        std::vector<std::string> arguments;
+        int code;
+        const char* name;
+    } cases[] = {
+        {{"--start-task", "2"}, 65, "invalid-state"}, {{"--get-task-state", "99"}, 66, "not-found"},
+        {{"--stop-task", "\xff\n"}, 66, "not-found"}, {{"--scan-file", "/nonexistent"}, 66, "not-found"},
+        {{"--scan-file", ""}, 64, "usage"},           {{"--nonsense"}, 64, "usage"},
+    };
+    for (auto [arguments, code, name] : cases) {
+        EXPECT_EQ(Run(arguments), code);
+        EXPECT_EQ(m_out.str(), "");
+        const std::string told = m_err.str();
+        EXPECT_EQ(told.find("tesl-control: "), 0u);
+        EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+
+        arguments.insert(arguments.begin(), "--json");
+        EXPECT_EQ(Run(arguments), code);
+        EXPECT_EQ(m_err.str(), "");
+        EXPECT_EQ(Json().at("error").at("code"), name);
+        EXPECT_EQ(Json().at("error").at("exitCode"), code);
+    }
+}
+
+TEST_F(Program, SaysThatTheServiceCannotBeReached) {
+    EXPECT_EQ(Run({"--app-info", "--json"}, FailToConnect), 69);
+    EXPECT_EQ(Json().at("error").at("code"), "unavailable");
+}
+
+TEST_F(Program, HelpAndVersionNeedNoService) {
+    EXPECT_EQ(Run({"--help"}, FailToConnect), 0);
+    for (const char* text : {"--scan-file", "--get-task-state", "  69  ", "  77  "})
+        EXPECT_NE(m_out.str().find(text), std::string::npos) << text;
+    EXPECT_EQ(Run({"--version", "--json"}, FailToConnect), 0);
+    EXPECT_FALSE(Json().at("version").get<std::string>().empty());
+}
+
+TEST_F(Program, TellsWhenItsOutputIsLost) {
+    m_out.setstate(std::ios::badbit);
+    EXPECT_EQ(RunProgram({"--version"}, m_out, m_err, FailToConnect), 74);
+}
+
+} // namespace
+} // namespace tfs::control
