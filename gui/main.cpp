@@ -1,13 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <iostream>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <contract/product_paths.h>
 #include <gui/common/certified_build.h>
 #include <gui/restart_checker.h>
@@ -15,6 +6,14 @@
 #include <gui/tesl_gui.h>
 #include <tfs_common/config_data.h>
 #include <tfs_common/pidfile.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -40,8 +39,8 @@ int NotifyRunningInstance(const tfs::PidFile& pidFile) {
         std::cout << "Already running instance with pid " << pid << " has been notified\n";
         return 0;
     }
-    std::cerr << "Another instance with pid " << pid << " is already running but not responding: "
-              << std::strerror(error) << '\n';
+    std::cerr << "Another instance with pid " << pid
+              << " is already running but not responding: " << std::strerror(error) << '\n';
     return 1;
 }
 
@@ -60,8 +59,8 @@ int RunApplication(int& argc, char** argv, const ConfigPtr& config) {
     const auto crashDumps = tfs::gui::MakeCrashDumpSettings(::getuid());
     const auto tracer = tfs::gui::MakeTracerSettings(*config, ProgramName, allComponentsLogging);
     TeslGuiApp::GetInstance(std::shared_ptr<TeslGuiApp>(new TeslGuiApp(argc, argv, config)), false);
-    const result_t result = loader->Run(tracer, app_core::loader::RunModeForeground, crashDumps, nullptr,
-                                        TeslGuiApp::GetInstance().get());
+    const result_t result =
+        loader->Run(tracer, app_core::loader::RunModeForeground, crashDumps, nullptr, TeslGuiApp::GetInstance().get());
     TeslGuiApp::GetInstance(nullptr, true);
     return result;
 }

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/product_paths.h>
 #include <gui/restart_checker.h>
 
-#include <cerrno>
-#include <utility>
-
-#include <unistd.h>
-
 #include <QtCore/QCoreApplication>
-
-#include <contract/product_paths.h>
+#include <cerrno>
+#include <unistd.h>
+#include <utility>
 
 namespace tfs::gui {
 namespace {

@@ -7,10 +7,9 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace tfs::gui {
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/trace.h>
+#include <gui/common/application.h>
 #include <gui/signal_handlers.h>
-
-#include <cstdint>
-#include <sstream>
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QWindow>
-
-#include <foundation/trace.h>
-#include <gui/common/application.h>
+#include <cstdint>
+#include <sstream>
 
 namespace tfs::gui {
 namespace {
@@ -51,7 +49,8 @@ result_t InstallSignalHandlers() {
     const struct {
         int signum;
         sighandler_t handler;
-    } actions[] = {{SIGINT, &OnSignal}, {SIGTERM, &OnSignal}, {SIGUSR1, &OnSignal}, {SIGPIPE, SIG_IGN}, {SIGHUP, SIG_IGN}};
+    } actions[] = {
+        {SIGINT, &OnSignal}, {SIGTERM, &OnSignal}, {SIGUSR1, &OnSignal}, {SIGPIPE, SIG_IGN}, {SIGHUP, SIG_IGN}};
     for (const auto& action : actions) {
         if (const result_t result = InstallSignalHandler(action.signum, action.handler); !ULK_SUCCEEDED(result))
             return result;

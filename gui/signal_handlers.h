@@ -2,9 +2,9 @@
 // How the program answers to signals.
 #pragma once
 
-#include <csignal>
-
 #include <foundation/result.h>
+
+#include <csignal>
 
 namespace tfs::gui {
 

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/product_paths.h>
+#include <foundation/trace.h>
 #include <gui/start_settings.h>
 
 #include <clocale>
 #include <cstdlib>
 #include <optional>
-
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <contract/product_paths.h>
-#include <foundation/trace.h>
 
 namespace tfs::gui {
 namespace {
@@ -54,8 +52,8 @@ std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configured
     }
 }
 
-app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config,
-                                                    std::string_view programName, bool allComponentsLogging) {
+app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config, std::string_view programName,
+                                                    bool allComponentsLogging) {
     app_core::loader::TracerSettings settings;
     settings.level = ChooseTraceLevel(allComponentsLogging, config.traceLevel);
     settings.enabled = settings.level != 0;

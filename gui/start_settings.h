@@ -2,15 +2,14 @@
 // What main sets up before the application loader takes over.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <string_view>
-
-#include <sys/types.h>
-
 #include <contract/app_core/loader.h>
 #include <foundation/module.h>
 #include <tfs_common/config_data.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
 
 namespace tfs::gui {
 
@@ -22,8 +21,8 @@ result_t ApplyLocale(const std::string& locale);
 std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configuredLevel) noexcept;
 
 /// Settings of this run's trace for a program of that name.
-app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config,
-                                                    std::string_view programName, bool allComponentsLogging);
+app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config, std::string_view programName,
+                                                    bool allComponentsLogging);
 
 /// Where crash dumps go. A user other than root has a folder of his own, which is made where it is missing; where that
 /// fails the settings name it all the same.

@@ -1,17 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/tesl_gui.h>
-
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <stdexcept>
-
-#include <unistd.h>
-
-#include <QtGui/QIcon>
-#include <QtQml/QQmlApplicationEngine>
-#include <QtQuickControls2/QQuickStyle>
-
 #include <contract/product_paths.h>
 #include <contract/remoting.h>
 #include <contract/tfs/event.h>
@@ -21,7 +8,17 @@
 #include <gui/qml/qml_resources.h>
 #include <gui/qml_bootstrap.h>
 #include <gui/signal_handlers.h>
+#include <gui/tesl_gui.h>
 #include <tfs_common/scoped_service_manager_initializer.h>
+
+#include <QtGui/QIcon>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQuickControls2/QQuickStyle>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <unistd.h>
 
 Q_DECLARE_METATYPE(tfs::Event)
 
@@ -238,8 +235,7 @@ int TeslGuiApp::RunEventLoop() {
 }
 
 ulk::IServiceLocator* TeslGuiApp::GetRemoteServiceLocator() {
-    ulk::IServiceLocator* const remote =
-        m_productConnection ? m_productConnection->GetRemoteServiceLocator() : nullptr;
+    ulk::IServiceLocator* const remote = m_productConnection ? m_productConnection->GetRemoteServiceLocator() : nullptr;
     if (remote == nullptr)
         ThrowNoConnection();
     return remote;

@@ -2,16 +2,15 @@
 // The application, from entry to exit.
 #pragma once
 
-#include <memory>
-
-#include <QtWidgets/QApplication>
-
 #include <contract/app_core/loader.h>
 #include <foundation/object.h>
 #include <foundation/trace.h>
 #include <gui/common/application.h>
 #include <gui/common/product_connection.h>
 #include <tfs_common/config_data.h>
+
+#include <QtWidgets/QApplication>
+#include <memory>
 
 namespace tfs::gui {
 

@@ -2,19 +2,17 @@
 #include <tfs_common/config_data.h>
 
 #include <algorithm>
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
 #include <cerrno>
 #include <charconv>
+#include <fcntl.h>
 #include <limits>
 #include <optional>
 #include <sstream>
-#include <type_traits>
-
-#include <fcntl.h>
 #include <sys/stat.h>
+#include <type_traits>
 #include <unistd.h>
-
-#include <boost/property_tree/ini_parser.hpp>
-#include <boost/property_tree/ptree.hpp>
 
 namespace tfs::loader {
 namespace {

@@ -2,16 +2,15 @@
 // The product's configuration, read once at start from tesl.ini and never changed afterwards.
 #pragma once
 
+#include <contract/product_paths.h>
+#include <foundation/guid.h>
+#include <foundation/string16.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
-
 #include <sys/types.h>
-
-#include <contract/product_paths.h>
-#include <foundation/guid.h>
-#include <foundation/string16.h>
 
 namespace tfs::loader {
 

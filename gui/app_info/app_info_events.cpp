@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The part of AppInfoModel that runs on its subscription's thread.
-#include <gui/app_info/app_info_model.h>
-
 #include <foundation/check.h>
+#include <gui/app_info/app_info_model.h>
 #include <gui/app_info/task_popups.h>
 #include <gui/common/application.h>
 #include <gui/task_manager/task_event_fields.h>
@@ -24,20 +23,45 @@ const EventHandlers<AppInfoModel>& AppInfoModel::Handlers() {
             {EventName::TaskStateChanged, &AppInfoModel::OnTaskStateChanged},
             {EventName::TaskNotStarted, &AppInfoModel::OnTaskNotStarted},
         };
-        map.Add({EventName::TaskCreated, EventName::TaskDeleted, EventName::ApplicationSettingsChanged,
-                 EventName::ThreatDetected, EventName::OtherObjectDetected, EventName::AVBasesApplied,
-                 EventName::AVBasesAreOutOfDate, EventName::AVBasesAreTotallyOutOfDate, EventName::BlacklistCorrupted,
-                 EventName::AVBasesCorrupted, EventName::IllegalUpdate, EventName::LicenseExpired,
-                 EventName::LicenseExpiresSoon, EventName::LicenseInstalled, EventName::LicenseNotInstalled,
-                 EventName::LicenseRevoked, EventName::LicenseNotRevoked, EventName::BackupSizeLimitReached,
-                 EventName::BackupObjectRemovedSoon, EventName::SubscriptionExpired, EventName::SubscriptionExpiresSoon,
-                 EventName::SubscriptionExpirationDateChanged, EventName::FileIntegrityIssue,
-                 EventName::FileIntegrityOk, EventName::BaselineBuilt, EventName::FileIntegrityMonitorAlarmOverflow,
-                 EventName::ObjectIntegrityCannotBeChecked, EventName::IntegrityMonitorError,
-                 EventName::EncryptionDetected, EventName::HostBlocked, EventName::HostNotBlocked,
-                 EventName::HostUnblocked, EventName::NetworkActivityAllowed, EventName::NetworkActivityBlocked,
-                 EventName::PatchDownloaded, EventName::PatchInstalled, EventName::ProductModuleInstalled,
-                 EventName::ObjectRemovedFromBackup, EventName::ObjectRestoredFromBackup,
+        map.Add({EventName::TaskCreated,
+                 EventName::TaskDeleted,
+                 EventName::ApplicationSettingsChanged,
+                 EventName::ThreatDetected,
+                 EventName::OtherObjectDetected,
+                 EventName::AVBasesApplied,
+                 EventName::AVBasesAreOutOfDate,
+                 EventName::AVBasesAreTotallyOutOfDate,
+                 EventName::BlacklistCorrupted,
+                 EventName::AVBasesCorrupted,
+                 EventName::IllegalUpdate,
+                 EventName::LicenseExpired,
+                 EventName::LicenseExpiresSoon,
+                 EventName::LicenseInstalled,
+                 EventName::LicenseNotInstalled,
+                 EventName::LicenseRevoked,
+                 EventName::LicenseNotRevoked,
+                 EventName::BackupSizeLimitReached,
+                 EventName::BackupObjectRemovedSoon,
+                 EventName::SubscriptionExpired,
+                 EventName::SubscriptionExpiresSoon,
+                 EventName::SubscriptionExpirationDateChanged,
+                 EventName::FileIntegrityIssue,
+                 EventName::FileIntegrityOk,
+                 EventName::BaselineBuilt,
+                 EventName::FileIntegrityMonitorAlarmOverflow,
+                 EventName::ObjectIntegrityCannotBeChecked,
+                 EventName::IntegrityMonitorError,
+                 EventName::EncryptionDetected,
+                 EventName::HostBlocked,
+                 EventName::HostNotBlocked,
+                 EventName::HostUnblocked,
+                 EventName::NetworkActivityAllowed,
+                 EventName::NetworkActivityBlocked,
+                 EventName::PatchDownloaded,
+                 EventName::PatchInstalled,
+                 EventName::ProductModuleInstalled,
+                 EventName::ObjectRemovedFromBackup,
+                 EventName::ObjectRestoredFromBackup,
                  EventName::ObjectSavedToBackup},
                 &AppInfoModel::OnAppSettingsChanged);
         return map;
@@ -68,8 +92,8 @@ result_t AppInfoModel::OnEvent(const Event& event) { return Handlers().Call(*thi
 
 result_t AppInfoModel::OnAppSettingsChanged(const Event&) {
     NoteChange();
-    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__ << ", m_lastUpdateTime = "
-                                            << m_lastUpdateTime.load();
+    ULK_TRACE(Tracer(), ulk::level::Detail)
+        << __PRETTY_FUNCTION__ << ", m_lastUpdateTime = " << m_lastUpdateTime.load();
     return ulk::sOk;
 }
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/app_info/app_info_model.h>
-
-#include <ctime>
-
-#include <QtCore/QMutexLocker>
-
 #include <gui/common/app_settings.h>
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
 #include <gui/common/policy.h>
+
+#include <QtCore/QMutexLocker>
+#include <ctime>
 
 namespace tfs::gui {
 namespace {
@@ -77,9 +75,8 @@ void AppInfoModel::CheckTaskPolicyChanged() {
     }
     GUI_CATCH_ALL
     if (!ULK_SUCCEEDED(result)) {
-        ULK_TRACE(Tracer(), ulk::level::Failure)
-            << "CheckTaskPolicyChanged"
-            << " - cannot get info about task management policy";
+        ULK_TRACE(Tracer(), ulk::level::Failure) << "CheckTaskPolicyChanged"
+                                                 << " - cannot get info about task management policy";
         return;
     }
     if (local == m_allowUserManageLocalTasks && group == m_allowUserManageGroupTasks)

@@ -2,16 +2,15 @@
 // The summary on the main page: verdict on the device, last scan and update, and the popups of the tray.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
+#include <gui/app_info/app_info_reader.h>
+#include <gui/common/event_handlers.h>
+#include <gui/common/events_processor.h>
 
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
-
-#include <gui/app_info/app_info_reader.h>
-#include <gui/common/event_handlers.h>
-#include <gui/common/events_processor.h>
+#include <atomic>
+#include <cstdint>
 
 namespace tfs::gui {
 

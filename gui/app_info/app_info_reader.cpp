@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/app_info/app_info_reader.h>
-
-#include <algorithm>
-
 #include <foundation/check.h>
 #include <foundation/objclient.h>
+#include <gui/app_info/app_info_reader.h>
 #include <gui/common/application.h>
 #include <gui/common/elapsed_time.h>
 #include <gui/common/localized_text.h>
 #include <gui/protection_info/databases_state.h>
 #include <gui/protection_info/protection_state_info_provider.h>
+
+#include <algorithm>
 
 namespace tfs::gui {
 namespace {
@@ -58,8 +57,7 @@ void AppInfoReader::UpdateOASState(ulk::IServiceLocator* remoteSl, CurrentDanger
         danger.Add(Danger::Critical);
 }
 
-void AppInfoReader::UpdateTasksInfo(ulk::IServiceLocator* remoteSl, AppInfoValues& values,
-                                    CurrentDangerInfo& danger) {
+void AppInfoReader::UpdateTasksInfo(ulk::IServiceLocator* remoteSl, AppInfoValues& values, CurrentDangerInfo& danger) {
     ulk::Ptr<IAppInfoProvider> appInfoProvider;
     ULK_CHECK_THROW(ulk::GetInterface(remoteSl, appInfoProvider.Ref()), "Cannot get IAppInfoProvider");
     AppInfo appInfo;

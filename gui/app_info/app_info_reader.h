@@ -2,14 +2,14 @@
 // Asks the service for all that the main page shows.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-
 #include <contract/tfs/app_info.h>
 #include <foundation/object.h>
 #include <gui/app_info/app_info_values.h>
 #include <gui/app_info/current_danger_info.h>
 #include <gui/task_manager/tasklist_actions.h>
+
+#include <cstdint>
+#include <functional>
 
 namespace tfs::gui {
 

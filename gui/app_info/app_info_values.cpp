@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/app_info/app_info_values.h>
-
 #include <gui/common/localized_text.h>
 
 namespace tfs::gui {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/app_info/current_danger_info.h>
-
-#include <algorithm>
-
 #include <foundation/trace.h>
+#include <gui/app_info/current_danger_info.h>
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
+
+#include <algorithm>
 
 namespace tfs::gui {
 

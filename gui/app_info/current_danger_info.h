@@ -2,10 +2,9 @@
 // The sum of what is wrong with the device.
 #pragma once
 
+#include <QtCore/QString>
 #include <cstdint>
 #include <map>
-
-#include <QtCore/QString>
 
 namespace tfs::gui {
 

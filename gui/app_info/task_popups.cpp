@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/app_info/task_popups.h>
-
 #include <foundation/check.h>
 #include <foundation/objclient.h>
+#include <gui/app_info/task_popups.h>
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
 #include <gui/task_manager/component_id.h>
@@ -63,11 +62,10 @@ std::optional<TaskFailure> ForTaskNotStarted(ulk::IServiceLocator* remoteSl, con
     if (TypesThatRaisePopups().count(task.taskType) == 0)
         return std::nullopt;
     const auto component = ComponentOfTaskType(task.taskType);
-    ULK_CHECK_THROW(event.GetAdditionalData(AdditionalName::TaskName, taskName),
-                    "Cannot extract TaskName from event");
-    return TaskFailure{component ? static_cast<std::uint32_t>(*component) : 0,
-                       LocalizedFormat(entry::GuiPopupTaskFailureText, LocalizedTaskName(task),
-                                       NotStartedReason(ReasonOf(event)))};
+    ULK_CHECK_THROW(event.GetAdditionalData(AdditionalName::TaskName, taskName), "Cannot extract TaskName from event");
+    return TaskFailure{
+        component ? static_cast<std::uint32_t>(*component) : 0,
+        LocalizedFormat(entry::GuiPopupTaskFailureText, LocalizedTaskName(task), NotStartedReason(ReasonOf(event)))};
 }
 
 QString ForCustomScanStopped(ulk::IServiceLocator* remoteSl, const TaskInfo& task) {

@@ -2,14 +2,13 @@
 // What the popups of the tray say about tasks.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-
-#include <QtCore/QString>
-
 #include <contract/tfs/event.h>
 #include <foundation/object.h>
 #include <gui/task_manager/task_info.h>
+
+#include <QtCore/QString>
+#include <cstdint>
+#include <optional>
 
 namespace tfs::gui::task_popups {
 

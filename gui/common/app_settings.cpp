@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/tfs/app_info.h>
 #include <gui/common/app_settings.h>
+#include <gui/common/remote_interface.h>
 
 #include <unistd.h>
-
-#include <contract/tfs/app_info.h>
-#include <gui/common/remote_interface.h>
 
 namespace tfs::gui::app_settings {
 namespace {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/exceptions.h>
 #include <gui/common/application.h>
 
 #include <atomic>
-
-#include <foundation/exceptions.h>
 
 namespace tfs::gui {
 namespace {

@@ -2,9 +2,9 @@
 // The marker of a certified build.
 #pragma once
 
-#include <string>
-
 #include <contract/product_paths.h>
+
+#include <string>
 
 namespace tfs::gui {
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/common/elapsed_time.h>
-
 #include <foundation/datetime.h>
+#include <gui/common/elapsed_time.h>
 #include <gui/common/localized_text.h>
 
 namespace tfs::gui {
@@ -34,8 +33,6 @@ QString TimeAgoText(std::int64_t momentTicks) {
     return ElapsedTimeText(age);
 }
 
-QString TimeAgoTextFromSeconds(std::int64_t seconds) {
-    return TimeAgoText(ulk::datetime::TicksFromSeconds(seconds));
-}
+QString TimeAgoTextFromSeconds(std::int64_t seconds) { return TimeAgoText(ulk::datetime::TicksFromSeconds(seconds)); }
 
 } // namespace tfs::gui

@@ -2,9 +2,8 @@
 // How long ago something was, in words.
 #pragma once
 
-#include <cstdint>
-
 #include <QtCore/QString>
+#include <cstdint>
 
 namespace tfs::gui {
 

@@ -2,12 +2,12 @@
 // A model's static map from event to member function, and the filter that follows from it.
 #pragma once
 
+#include <contract/tfs/event.h>
+#include <gui/common/exception_text.h>
+
 #include <algorithm>
 #include <initializer_list>
 #include <map>
-
-#include <contract/tfs/event.h>
-#include <gui/common/exception_text.h>
 
 namespace tfs::gui {
 

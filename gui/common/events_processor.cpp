@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/common/events_processor.h>
-
 #include <foundation/check.h>
+#include <gui/common/events_processor.h>
 #include <gui/common/exception_text.h>
 
 namespace tfs::gui {

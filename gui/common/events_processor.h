@@ -2,11 +2,11 @@
 // A model's subscription: a name, a handler and the subscription behind them.
 #pragma once
 
-#include <boost/function.hpp>
-
 #include <foundation/objclient.h>
 #include <gui/common/events_subscription.h>
 #include <gui/common/gui_event_receiver.h>
+
+#include <boost/function.hpp>
 
 namespace tfs::gui {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/check.h>
 #include <gui/common/events_subscription.h>
+#include <gui/common/exception_text.h>
 
 #include <new>
 #include <system_error>
-
-#include <foundation/check.h>
-#include <gui/common/exception_text.h>
 
 namespace tfs::gui {
 

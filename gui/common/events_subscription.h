@@ -2,14 +2,14 @@
 // One subscription at the service, with the thread that carries its events to a receiver.
 #pragma once
 
-#include <atomic>
-#include <thread>
-
 #include <contract/tfs/event.h>
 #include <foundation/objclient.h>
 #include <foundation/sync.h>
 #include <gui/common/gui_event_receiver.h>
 #include <gui/common/queue_event.h>
+
+#include <atomic>
+#include <thread>
 
 namespace tfs::gui {
 

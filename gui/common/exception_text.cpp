@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/common/exception_text.h>
-
 #include <foundation/exceptions.h>
 #include <foundation/trace.h>
 #include <gui/common/application.h>
+#include <gui/common/exception_text.h>
 
 namespace tfs::gui {
 

@@ -2,12 +2,11 @@
 // Catalogue texts in the form that Qt shows.
 #pragma once
 
-#include <cstdint>
-
-#include <QtCore/QString>
-
 #include <foundation/string16.h>
 #include <tfs_common/translator.h>
+
+#include <QtCore/QString>
+#include <cstdint>
 
 namespace tfs::gui {
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/common/policy.h>
-
 #include <contract/tfs/app_info.h>
 #include <gui/common/exception_text.h>
+#include <gui/common/policy.h>
 #include <gui/common/remote_interface.h>
 
 namespace tfs::gui::policy {

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/common/product_connection.h>
-
-#include <chrono>
-
-#include <QtCore/QMutexLocker>
-
 #include <foundation/check.h>
 #include <gui/common/application.h>
 #include <gui/common/certified_build.h>
 #include <gui/common/exception_text.h>
 #include <gui/common/localized_text.h>
+#include <gui/common/product_connection.h>
 #include <remote/remote_client_initializer.h>
+
+#include <QtCore/QMutexLocker>
+#include <chrono>
 
 namespace tfs::gui {
 namespace {

@@ -2,17 +2,15 @@
 // The one object that knows whether the local service can be reached.
 #pragma once
 
-#include <future>
-#include <memory>
+#include <foundation/object.h>
+#include <tfs_common/config_data.h>
 
 #include <QtCore/QObject>
 #include <QtCore/QRecursiveMutex>
 #include <QtCore/QTimer>
-
 #include <boost/signals2/signal.hpp>
-
-#include <foundation/object.h>
-#include <tfs_common/config_data.h>
+#include <future>
+#include <memory>
 
 namespace tfs::remote {
 class UlkRemoteClientInitializer;

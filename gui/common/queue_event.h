@@ -2,11 +2,11 @@
 // A flag that one thread sets and another waits for.
 #pragma once
 
+#include <foundation/result.h>
+
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-
-#include <foundation/result.h>
 
 namespace tfs::gui {
 

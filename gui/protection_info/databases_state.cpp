@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/protection_info/databases_state.h>
-
 #include <foundation/datetime.h>
+#include <gui/protection_info/databases_state.h>
 
 namespace tfs::gui {
 namespace {

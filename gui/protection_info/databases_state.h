@@ -2,9 +2,9 @@
 // How old the databases are, in four classes.
 #pragma once
 
-#include <cstdint>
-
 #include <contract/tfs/app_info.h>
+
+#include <cstdint>
 
 namespace tfs::gui {
 

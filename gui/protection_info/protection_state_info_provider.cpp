@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/protection_info/protection_state_info_provider.h>
-
 #include <foundation/check.h>
 #include <foundation/objclient.h>
 #include <gui/common/application.h>
 #include <gui/common/exception_text.h>
+#include <gui/protection_info/protection_state_info_provider.h>
 #include <gui/task_manager/tasklist_actions.h>
 
 namespace tfs::gui {
@@ -12,8 +11,8 @@ namespace tfs::gui {
 result_t ProtectionStateInfoProvider::GetAppInfo(ulk::IServiceLocator* remoteSl, AppInfo& appInfo) {
     ulk::ITracer* const tracer = application::GetTracer();
     ulk::Ptr<IAppInfoProvider> appInfoProvider;
-    const result_t result = ULK_CHECK_TRACE(tracer, ulk::GetInterface(remoteSl, appInfoProvider.Ref()),
-                                            "Cannot get AppInfoProvider");
+    const result_t result =
+        ULK_CHECK_TRACE(tracer, ulk::GetInterface(remoteSl, appInfoProvider.Ref()), "Cannot get AppInfoProvider");
     if (!ULK_SUCCEEDED(result))
         return result;
     return ULK_CHECK_TRACE(tracer, appInfoProvider->GetAppInfo(appInfo), "Cannot get application info");

@@ -2,10 +2,10 @@
 // Numbers by which the Reports page knows the components.
 #pragma once
 
+#include <foundation/string16.h>
+
 #include <cstdint>
 #include <optional>
-
-#include <foundation/string16.h>
 
 namespace tfs::gui {
 

@@ -2,12 +2,11 @@
 // One row of the task list.
 #pragma once
 
-#include <cstdint>
+#include <gui/task_manager/task_info.h>
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-
-#include <gui/task_manager/task_info.h>
+#include <cstdint>
 
 namespace tfs::gui {
 

@@ -2,13 +2,13 @@
 // New values of rows on their way from the subscription's thread to the model's.
 #pragma once
 
+#include <foundation/sync.h>
+#include <gui/task_manager/one_task_info.h>
+
 #include <ctime>
 #include <deque>
 #include <map>
 #include <vector>
-
-#include <foundation/sync.h>
-#include <gui/task_manager/one_task_info.h>
 
 namespace tfs::gui {
 

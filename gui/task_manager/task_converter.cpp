@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/task_manager/task_converter.h>
-
 #include <gui/common/application.h>
 #include <gui/common/elapsed_time.h>
 #include <gui/common/localized_text.h>
 #include <gui/task_manager/component_id.h>
+#include <gui/task_manager/task_converter.h>
 #include <gui/task_manager/task_names.h>
 
 namespace tfs::gui {

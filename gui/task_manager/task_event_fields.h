@@ -2,10 +2,10 @@
 // The additional data of an event about a task.
 #pragma once
 
+#include <contract/tfs/event.h>
+
 #include <cstdint>
 #include <optional>
-
-#include <contract/tfs/event.h>
 
 namespace tfs::gui {
 

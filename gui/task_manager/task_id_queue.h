@@ -2,11 +2,11 @@
 // Task identifiers on their way from the subscription's thread to the model's.
 #pragma once
 
+#include <foundation/sync.h>
+
 #include <cstdint>
 #include <utility>
 #include <vector>
-
-#include <foundation/sync.h>
 
 namespace tfs::gui {
 

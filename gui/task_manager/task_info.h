@@ -2,11 +2,11 @@
 // A task as the window knows it: the service's record, and what this user may do with it.
 #pragma once
 
+#include <contract/tfs/tasks.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
-
-#include <contract/tfs/tasks.h>
 
 namespace tfs::gui {
 

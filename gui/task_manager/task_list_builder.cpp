@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/check.h>
+#include <foundation/datetime.h>
 #include <gui/task_manager/task_list_builder.h>
 
 #include <algorithm>
 #include <ctime>
-
 #include <unistd.h>
-
-#include <foundation/check.h>
-#include <foundation/datetime.h>
 
 namespace tfs::gui {
 namespace {

@@ -2,12 +2,12 @@
 // Merges the service's tasks and statistics into one list of rows and decides what this user may do.
 #pragma once
 
-#include <map>
-
 #include <contract/tfs/app_info.h>
 #include <foundation/trace.h>
 #include <gui/task_manager/task_info.h>
 #include <gui/task_manager/task_match.h>
+
+#include <map>
 
 namespace tfs::gui {
 

@@ -2,13 +2,13 @@
 // Which tasks a caller wants: by identifier or name, or by type.
 #pragma once
 
+#include <gui/task_manager/task_info.h>
+
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <unordered_set>
-
-#include <gui/task_manager/task_info.h>
 
 namespace tfs::gui {
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/task_manager/task_names.h>
-
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
+#include <gui/task_manager/task_names.h>
 
 namespace tfs::gui {
 namespace {

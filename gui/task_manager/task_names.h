@@ -2,9 +2,9 @@
 // The names under which tasks are shown.
 #pragma once
 
-#include <QtCore/QString>
-
 #include <gui/task_manager/task_info.h>
+
+#include <QtCore/QString>
 
 namespace tfs::gui {
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/task_manager/tasklist_actions.h>
-
-#include <stdexcept>
-
 #include <foundation/check.h>
 #include <foundation/objclient.h>
 #include <gui/common/application.h>
 #include <gui/common/exception_text.h>
 #include <gui/task_manager/task_list_builder.h>
+#include <gui/task_manager/tasklist_actions.h>
+
+#include <stdexcept>
 
 namespace tfs::gui {
 namespace {
@@ -102,8 +101,7 @@ result_t OnDemandTaskListActions::GetTaskList(ulk::IServiceLocator* remoteSl, co
     if (!ULK_SUCCEEDED(result))
         return result;
     ulk::types::vector_t<OxsStatistic> statistics;
-    result = ULK_CHECK_TRACE(Tracer(), taskManager->GetStatistics(statistics),
-                             "Error while taking statistics list.");
+    result = ULK_CHECK_TRACE(Tracer(), taskManager->GetStatistics(statistics), "Error while taking statistics list.");
     if (!ULK_SUCCEEDED(result))
         return result;
     ulk::Ptr<IPolicyProvider> policyProvider;
@@ -162,8 +160,8 @@ result_t OnDemandTaskListActions::GetTaskInfo(ulk::IServiceLocator* remoteSl, co
                                               TaskInfo& task) {
     try {
         ulk::types::vector_t<TaskInfo> found;
-        const result_t result = ULK_CHECK_TRACE(
-            Tracer(), GetTaskList(remoteSl, IsTaskByTaskIdOrName(idOrName), found), "() cannot get task settings");
+        const result_t result = ULK_CHECK_TRACE(Tracer(), GetTaskList(remoteSl, IsTaskByTaskIdOrName(idOrName), found),
+                                                "() cannot get task settings");
         if (!ULK_SUCCEEDED(result))
             return result;
         if (found.size() > 1) {

@@ -2,11 +2,11 @@
 // The one facade through which the window reads and drives the service's tasks.
 #pragma once
 
-#include <string>
-
 #include <foundation/object.h>
 #include <gui/task_manager/task_info.h>
 #include <gui/task_manager/task_match.h>
+
+#include <string>
 
 namespace tfs::gui {
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The part of TaskListModel that runs on its subscription's thread.
-#include <gui/task_manager/task_converter.h>
-#include <gui/task_manager/task_event_fields.h>
-#include <gui/task_manager/tasklist_model.h>
-
 #include <foundation/check.h>
 #include <gui/common/app_settings.h>
 #include <gui/common/application.h>
+#include <gui/task_manager/task_converter.h>
+#include <gui/task_manager/task_event_fields.h>
+#include <gui/task_manager/tasklist_model.h>
 
 namespace tfs::gui {
 namespace {

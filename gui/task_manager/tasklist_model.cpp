@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/task_manager/tasklist_model.h>
-
 #include <contract/tfs/app_info.h>
 #include <foundation/check.h>
 #include <gui/common/app_settings.h>
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
 #include <gui/task_manager/task_converter.h>
+#include <gui/task_manager/tasklist_model.h>
 
 namespace tfs::gui {
 namespace {
@@ -179,8 +178,8 @@ void TaskListModel::DeleteTemporaryTasksInfo() {
     for (const TaskInfo& task : tasks) {
         if (task.hasRemoteTask)
             continue;
-        ULK_TRACE(Tracer(), ulk::level::Detail) << "Delete task " << task.core.taskName << " (" << task.core.taskId
-                                                << ") due to no remote task is left";
+        ULK_TRACE(Tracer(), ulk::level::Detail)
+            << "Delete task " << task.core.taskName << " (" << task.core.taskId << ") due to no remote task is left";
         (void)ULK_CHECK_TRACE(Tracer(), m_actions.DeleteTask(remote.Get(), task),
                               "Cannot delete task statistics of task " + ulk::text::ToUtf8Lossy(task.core.taskName));
     }
@@ -231,9 +230,8 @@ void TaskListModel::ChangeExistingTaskInfo() {
     for (OneTaskInfo& change : changes) {
         const int row = FindRowOnGuiThread(change.taskId);
         if (row == -1) {
-            ULK_TRACE(Tracer(), ulk::level::Failure)
-                << "ChangeExistingTaskInfo"
-                << " cannot find task " << change.taskId;
+            ULK_TRACE(Tracer(), ulk::level::Failure) << "ChangeExistingTaskInfo"
+                                                     << " cannot find task " << change.taskId;
             continue;
         }
         ReplaceRow(row, std::move(change));

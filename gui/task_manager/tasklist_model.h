@@ -2,12 +2,6 @@
 // The list behind the pages Scan and Update.
 #pragma once
 
-#include <atomic>
-#include <vector>
-
-#include <QtCore/QAbstractListModel>
-#include <QtCore/QTimer>
-
 #include <foundation/sync.h>
 #include <gui/common/event_handlers.h>
 #include <gui/common/events_processor.h>
@@ -15,6 +9,11 @@
 #include <gui/task_manager/task_change_queue.h>
 #include <gui/task_manager/task_id_queue.h>
 #include <gui/task_manager/tasklist_actions.h>
+
+#include <QtCore/QAbstractListModel>
+#include <QtCore/QTimer>
+#include <atomic>
+#include <vector>
 
 namespace tfs::gui {
 

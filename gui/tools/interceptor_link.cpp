@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <gui/common/application.h>
 #include <gui/tools/interceptor_link.h>
+#include <tfs_common/translator.h>
 
 #include <boost/format.hpp>
-
-#include <gui/common/application.h>
-#include <tfs_common/translator.h>
 
 namespace tfs::gui {
 namespace {

@@ -2,9 +2,8 @@
 // Addresses of online pages behind the maker's redirection endpoint.
 #pragma once
 
-#include <string>
-
 #include <QtCore/QString>
+#include <string>
 
 namespace tfs::gui {
 

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/datetime.h>
+#include <gui/common/application.h>
+#include <gui/common/exception_text.h>
 #include <gui/tools/screen_saver.h>
-
-#include <ctime>
 
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
 #include <QtGui/QImage>
-
-#include <foundation/datetime.h>
-#include <gui/common/application.h>
-#include <gui/common/exception_text.h>
+#include <ctime>
 
 namespace tfs::tools {
 

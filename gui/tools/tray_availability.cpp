@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/tools/tray_availability.h>
+#include <gui/tools/xembed_tray.h>
 
 #include <QtCore/QFileInfo>
 #include <QtDBus/QDBusConnection>
@@ -9,8 +10,6 @@
 #include <QtDBus/QDBusServiceWatcher>
 #include <QtDBus/QDBusVariant>
 #include <QtGui/QGuiApplication>
-
-#include <gui/tools/xembed_tray.h>
 
 namespace tfs::tools {
 namespace {
@@ -45,8 +44,7 @@ void TrayAvailability::WatchStatusNotifierHost() {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    auto* const watcher =
-        new QDBusServiceWatcher(WatcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    auto* const watcher = new QDBusServiceWatcher(WatcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &TrayAvailability::AskForStatusNotifierHost);
     bus.connect(WatcherService, WatcherPath, WatcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
                 SLOT(onHostRegistered()));

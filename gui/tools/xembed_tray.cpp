@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-
 #include <xcb/xcb.h>
 
 namespace tfs::tools {
@@ -28,8 +27,7 @@ bool HasXEmbedTray() noexcept {
         return false;
     char name[32];
     std::snprintf(name, sizeof(name), "_NET_SYSTEM_TRAY_S%d", screen);
-    const auto atomCookie =
-        xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(std::strlen(name)), name);
+    const auto atomCookie = xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(std::strlen(name)), name);
     const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(
         xcb_intern_atom_reply(connection.get(), atomCookie, nullptr));
     if (!atom || atom->atom == XCB_ATOM_NONE)

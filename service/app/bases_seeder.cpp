@@ -42,7 +42,8 @@ result_t SeedBases(const std::string& seedFolder, const std::string& basesFolder
             const fs::path target = fs::path(basesFolder) / seed.filename();
             const fs::path fresh = target.native() + FreshSuffix;
             fs::copy_file(seed, fresh, fs::copy_options::overwrite_existing);
-            // The scanner reads them as another user.
+            // The scanner reads them as another user, and tells their age by their time.
+            fs::last_write_time(fresh, fs::last_write_time(seed));
             fs::permissions(fresh, fs::perms(0644));
             fs::rename(fresh, target);
             ++copied;

@@ -109,12 +109,13 @@ void RpcLoop::Serve(kj::AutoCloseFd socket, const Caller& caller) {
     const auto place = m_connections.insert(
         m_connections.end(), kj::heap<Connection>(m_io, kj::mv(socket), caller, m_dependencies.options,
                                                   m_dependencies.api, m_hub, m_dependencies.tracer));
+    // KJ keeps a reference to an lvalue handed to then(): hand it temporaries.
     const auto remove = [this, place, uid = caller.uid] {
         m_peakQueuedBytes = std::max(m_peakQueuedBytes, (*place)->PeakQueuedBytes());
         m_connections.erase(place);
         Leave(uid);
     };
-    m_tasks.add((*place)->OnEnd().then(remove, [remove](kj::Exception&&) { remove(); }));
+    m_tasks.add((*place)->OnEnd().then([remove] { remove(); }, [remove](kj::Exception&&) { remove(); }));
 }
 
 void RpcLoop::Leave(uid_t uid) {

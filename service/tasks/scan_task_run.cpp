@@ -22,7 +22,7 @@ ScanTaskRun::ScanTaskRun(Description description, IScanEngine& engine, IRunHost&
 void ScanTaskRun::Execute() noexcept {
     RunOutcome outcome;
     try {
-        outcome = Run();
+        Run(outcome);
     } catch (const std::exception& e) {
         outcome.end = scan::ScanEnd::Failed;
         outcome.error = e.what();
@@ -34,12 +34,11 @@ void ScanTaskRun::Execute() noexcept {
     }
 }
 
-RunOutcome ScanTaskRun::Run() {
-    RunOutcome outcome;
+void ScanTaskRun::Run(RunOutcome& outcome) {
     const result_t ready = m_engine.WaitUntilReady([this] { return IsStopped(); }, outcome.error);
     if (!ULK_SUCCEEDED(ready) || IsStopped()) {
         outcome.end = IsStopped() ? scan::ScanEnd::Stopped : scan::ScanEnd::Failed;
-        return outcome;
+        return;
     }
     if (m_description.areasOfUser)
         AdmitAreas();
@@ -54,14 +53,14 @@ RunOutcome ScanTaskRun::Run() {
         m_inner = inner;
         if (m_stopped) {
             outcome.end = scan::ScanEnd::Stopped;
-            return outcome;
+            return;
         }
     }
     m_host.OnRunBegun(m_description.task);
     outcome.begun = true;
     if (!inner) {
         outcome.end = scan::ScanEnd::Completed; // every area has been told as not processed
-        return outcome;
+        return;
     }
     scan::ScanResult result = inner->Run();
     {
@@ -73,7 +72,6 @@ RunOutcome ScanTaskRun::Run() {
     m_counters.scannedObjects = result.counters.scannedObjects;
     m_counters.skippedObjects = result.counters.skipped;
     m_bytes = result.counters.scannedBytes;
-    return outcome;
 }
 
 void ScanTaskRun::AdmitAreas() {

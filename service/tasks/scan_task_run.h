@@ -60,7 +60,7 @@ private:
     void OnNotProcessed(const scan::NotProcessed& object) override;
     void OnProgress(const scan::ScanProgress& progress) override;
 
-    RunOutcome Run();
+    void Run(RunOutcome& outcome);
     void AdmitAreas();
     void CountNotProcessed(const scan::NotProcessed& object);
     void TellCounters();

@@ -89,7 +89,8 @@ class WithService(ProductCase):
         path = os.path.join(self.scope, "locked.zip")
         with zipfile.ZipFile(path, "w") as archive:
             archive.writestr("a.txt", b"hidden " * 100)
-        content = bytearray(open(path, "rb").read())
+        with open(path, "rb") as file:
+            content = bytearray(file.read())
         for mark, offset in ((b"PK\x03\x04", 6), (b"PK\x01\x02", 8)):
             content[content.index(mark) + offset] |= 1  # the flag of an encrypted member
         samples.write(path, bytes(content))

@@ -50,9 +50,10 @@ class Journey(WindowCase):
                 return None
             top = rows[0].box()[1]
             return min(starts, key=lambda node: abs(node.box()[1] - top))
-        start = wait_until(start_of_row, 20, "a Start button shows")
-        wait_until(start.is_enabled, 10, "the Start button is enabled")
-        self.assertTrue(start.press())
+        def press_start():
+            start = start_of_row()
+            return start is not None and start.is_enabled() and start.press()
+        wait_until(press_start, 20, "the Start button of the full scan is pressed")
 
     def watch_progress(self, window):
         """What the bar shows, in order, until the result's text stands there."""
@@ -60,9 +61,9 @@ class Journey(WindowCase):
 
         def result_shows():
             for node in window.nodes():
-                if node.role() == "progress bar" and node.is_showing() and node.value() is not None:
-                    if not values or values[-1] != node.value():
-                        values.append(node.value())
+                percent = node.percent() if node.role() == "progress bar" and node.is_showing() else None
+                if percent is not None and (not values or values[-1] != percent):
+                    values.append(percent)
             return window.shows("Threat detected")
 
         wait_until(result_shows, 90, "the text \"Threat detected\" shows")

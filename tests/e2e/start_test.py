@@ -88,11 +88,15 @@ class Start(WindowCase):
             self.assert_ends(1, "Cannot create application loader. Code: (0x)?8")
 
     def test_other_missing_modules_end_the_start_without_a_crash(self):
-        for name in ("loader.so", "libinstrumental_services.so", "libkey_value_storage.so"):
+        for name in ("loader.so", "libparams.so", "libkey_value_storage.so"):
             with self.subTest(name), Replaced(os.path.join(self.product.library_folder, name), None):
                 process = self.open_window(name).process
                 code = process.wait(30)
                 self.assertGreater(code, 0, f"{name}: {code} {process.output()}")
+
+    def test_a_missing_tracer_costs_the_trace_and_not_the_window(self):
+        with Replaced(os.path.join(self.product.library_folder, "libinstrumental_services.so"), None):
+            self.assert_opens(TFS_ENABLE_ALL_COMPONENTS_LOGGING="1")
 
     def test_without_a_display_the_program_ends(self):
         process = self.open_window("blind", DISPLAY="", QT_QPA_PLATFORM="xcb").process

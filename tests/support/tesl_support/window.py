@@ -44,8 +44,10 @@ class Node:
     def is_enabled(self):
         return self.has_state(Atspi.StateType.ENABLED)
 
-    def value(self):
-        return _safely(lambda: self._accessible.get_value_iface().get_current_value(), None)
+    def percent(self):
+        """What a progress bar tells: its description is the number and "%". None where it tells nothing."""
+        text = _safely(self._accessible.get_description, "") or ""
+        return int(text[:-1]) if text.endswith("%") and text[:-1].isdigit() else None
 
     def parent(self):
         parent = _safely(self._accessible.get_parent, None)
@@ -63,16 +65,17 @@ class Node:
 
     def box(self):
         """x, y, width, height on the screen."""
-        area = self._accessible.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
+        area = self._accessible.get_extents(Atspi.CoordType.SCREEN)
         return area.x, area.y, area.width, area.height
 
     def press(self):
-        """Performs the press action; false where there is none."""
-        actions = self._accessible.get_action_iface()
-        for i in range(_safely(actions.get_n_actions, 0)):
-            if actions.get_action_name(i).lower() in ("press", "click"):
-                return actions.do_action(i)
-        return False
+        """Performs the press action; false where there is none, or the object has gone."""
+        def press_action():
+            for i in range(self._accessible.get_n_actions()):
+                if self._accessible.get_action_name(i).lower() in ("press", "click"):
+                    return self._accessible.do_action(i)
+            return False
+        return _safely(press_action, False)
 
 
 class Window:
@@ -124,9 +127,11 @@ class Window:
         wait_until(self.is_connected, seconds, "the main page shows")
 
     def press(self, name, seconds=20, **how):
-        """Waits for the object and presses it."""
-        node = wait_until(lambda: self.find(name, **how), seconds, f"\"{name}\" shows")
-        assert node.press(), f"\"{name}\" can't be pressed"
+        """Waits for the object and presses it; one of a page that is on its way out may go under the hand."""
+        def find_and_press():
+            node = self.find(name, **how)
+            return node is not None and node.press()
+        wait_until(find_and_press, seconds, f"\"{name}\" shows and can be pressed")
 
     def answer_time(self):
         """Seconds that the program takes to answer a question about its tree."""

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cstdlib>
-#include <fstream>
-#include <string>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
+#include "temp_folder.h"
 
 #include <tfs_common/config_data.h>
 
-#include "temp_folder.h"
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tfs::loader {
 namespace {
@@ -88,8 +86,8 @@ TEST_F(ConfigDataTest, aFileThatFailsWhollyLeavesNothingBehind) {
     const std::string good = "[General]\nSocketPath=/run/other\nLocale=de_DE\nScanMemoryLimit=4096\n";
     const std::string bad[] = {
         good + "a line that is none\n",
-        good + "[General]\nLocale=fr_FR\n",             // the section twice
-        good + "PCID=not a guid\n",                     // throws after other keys were read
+        good + "[General]\nLocale=fr_FR\n", // the section twice
+        good + "PCID=not a guid\n",         // throws after other keys were read
         good + "MachineId=00112233-4455-6677-8899-AABBCCDDEEF\n",
         good + "PCID=00112233x4455-6677-8899-AABBCCDDEEFF\n",
         std::string(300, '\xff'),

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <stdexcept>
-#include <thread>
+#include "gui_fixture.h"
 
 #include <gui/common/events_processor.h>
 
-#include "gui_fixture.h"
+#include <stdexcept>
+#include <thread>
 
 namespace tfs::gui {
 namespace {

@@ -28,9 +28,8 @@ std::size_t FakeTracer::Count(int level, const std::string& part) const {
 
 std::size_t FakeTracer::Count(const std::string& part) const {
     const std::lock_guard lock(m_mutex);
-    return static_cast<std::size_t>(std::count_if(m_lines.begin(), m_lines.end(), [&](const auto& line) {
-        return line.second.find(part) != std::string::npos;
-    }));
+    return static_cast<std::size_t>(std::count_if(
+        m_lines.begin(), m_lines.end(), [&](const auto& line) { return line.second.find(part) != std::string::npos; }));
 }
 
 void FakeTracer::Clear() {

@@ -2,17 +2,17 @@
 // A service in the test's own process: the interfaces that the window calls, answered from plain data.
 #pragma once
 
-#include <atomic>
-#include <map>
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include <contract/tfs/app_info.h>
 #include <contract/tfs/event.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/object.h>
 #include <foundation/trace.h>
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
 
 namespace tfs::gui::test {
 

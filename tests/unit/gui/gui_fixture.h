@@ -2,16 +2,14 @@
 // A test with a service behind the window's models.
 #pragma once
 
-#include <chrono>
-#include <functional>
-
-#include <QtCore/QCoreApplication>
-
-#include <gtest/gtest.h>
+#include "fake_services.h"
 
 #include <gui/common/application.h>
 
-#include "fake_services.h"
+#include <QtCore/QCoreApplication>
+#include <chrono>
+#include <functional>
+#include <gtest/gtest.h>
 
 namespace tfs::gui::test {
 

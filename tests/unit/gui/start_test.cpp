@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What main does before there is an application.
-#include <atomic>
-#include <clocale>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include <sys/stat.h>
-#include <unistd.h>
+#include "gui_fixture.h"
+#include "temp_folder.h"
 
 #include <gui/common/certified_build.h>
 #include <gui/restart_checker.h>
 #include <gui/signal_handlers.h>
 #include <gui/start_settings.h>
 
-#include "gui_fixture.h"
-#include "temp_folder.h"
+#include <atomic>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tfs::gui {
 namespace {
@@ -72,8 +71,12 @@ TEST(CertifiedBuild, isToldByTheFirstLineAlone) {
     const struct {
         const char* text;
         bool certified;
-    } rows[] = {{"Certified product", true},     {"Certified product\nmore\n", true}, {"Certified product\r\n", false},
-                {" Certified product\n", false}, {"\nCertified product\n", false},    {"certified product\n", false},
+    } rows[] = {{"Certified product", true},
+                {"Certified product\nmore\n", true},
+                {"Certified product\r\n", false},
+                {" Certified product\n", false},
+                {"\nCertified product\n", false},
+                {"certified product\n", false},
                 {"", false}};
     for (const auto& row : rows) {
         std::ofstream(marker, std::ios::trunc) << row.text;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Words and classes that models derive from numbers.
+#include "gui_fixture.h"
+
 #include <foundation/datetime.h>
 #include <gui/app_info/current_danger_info.h>
 #include <gui/app_info/task_popups.h>
@@ -8,8 +10,6 @@
 #include <gui/task_manager/task_event_fields.h>
 #include <gui/task_manager/task_names.h>
 #include <gui/tools/interceptor_link.h>
-
-#include "gui_fixture.h"
 
 namespace tfs::gui {
 namespace {
@@ -51,9 +51,12 @@ TEST(DatabasesState, changesAtThreeAndEightWholeDays) {
     const struct {
         std::int64_t age;
         DatabasesState state;
-    } rows[] = {{0, DatabasesState::UpToDate},           {3 * Day - Hour, DatabasesState::UpToDate},
-                {3 * Day, DatabasesState::OutOfDate},    {8 * Day - 1, DatabasesState::OutOfDate},
-                {8 * Day, DatabasesState::TotallyOutOfDate}, {-30 * Day, DatabasesState::UpToDate}};
+    } rows[] = {{0, DatabasesState::UpToDate},
+                {3 * Day - Hour, DatabasesState::UpToDate},
+                {3 * Day, DatabasesState::OutOfDate},
+                {8 * Day - 1, DatabasesState::OutOfDate},
+                {8 * Day, DatabasesState::TotallyOutOfDate},
+                {-30 * Day, DatabasesState::UpToDate}};
     for (const auto& row : rows) {
         info.avBasesDate = now - row.age;
         EXPECT_EQ(ClassifyDatabases(info, now), row.state) << row.age;
@@ -150,8 +153,7 @@ TEST(TaskPopups, reasonsHaveTheirTexts) {
 }
 
 TEST(InterceptorLink, carriesLanguageVersionAndProduct) {
-    EXPECT_TRUE(GetInterceptorLink("a&b=c").endsWith(
-        QLatin1String("/?hl=en&version=10.1.4&pid=teslarm64&link=a&b=c")));
+    EXPECT_TRUE(GetInterceptorLink("a&b=c").endsWith(QLatin1String("/?hl=en&version=10.1.4&pid=teslarm64&link=a&b=c")));
     EXPECT_TRUE(GetInterceptorLink("50%1%").endsWith(QLatin1String("&link=50%1%")));
 }
 

@@ -59,11 +59,16 @@ TEST_F(SeedBasesTest, AnEmptyFolderIsFilledOnceAndReadableByTheScanner) {
     folder.Write("seeds/tesl.hdb", "one");
     folder.Write("seeds/tesl.ndb", "two");
     folder.Write("seeds/.hidden", "no");
+    const auto released = std::filesystem::file_time_type::clock::now() - std::chrono::hours(240);
+    std::filesystem::last_write_time(seeds + "/tesl.ndb", released);
     ASSERT_EQ(::symlink("/etc/passwd", (seeds + "/link.ndb").c_str()), 0);
     ASSERT_EQ(Seed(), ulk::sOk);
     EXPECT_EQ(copied, 2u);
     EXPECT_EQ(Content(bases + "/tesl.ndb"), "two");
     EXPECT_EQ(ModeOf(bases + "/tesl.ndb"), 0644u);
+    // A copy is as old as what it was copied from.
+    EXPECT_EQ(std::filesystem::last_write_time(bases + "/tesl.ndb"),
+              std::filesystem::last_write_time(seeds + "/tesl.ndb"));
     EXPECT_FALSE(std::filesystem::exists(bases + "/link.ndb"));
     folder.Write("seeds/tesl.ndb", "newer");
     ASSERT_EQ(Seed(), ulk::sOk);

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Whatever was not wholly read is never clean.
+#include <filesystem>
+#include <fstream>
+
+#include <tests/unit/scanner/scan_files.h>
+#include <tests/unit/scanner/scan_harness.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace tfs::test {
+namespace {
+
+std::string Noise(std::size_t size, std::uint32_t state = 7) {
+    std::string content(size, '\0');
+    for (char& c : content)
+        c = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
+    return content;
+}
+
+/// Scans one descriptor through the dispatcher itself.
+class OneFile final : public IScanClient {
+public:
+    void OnVerdict(std::uint64_t, FileVerdict verdict) override {
+        const std::lock_guard lock(m_lock);
+        m_verdict = std::move(verdict);
+        m_done = true;
+    }
+    void OnBytes(std::uint64_t, std::uint64_t) override {}
+    bool Done() {
+        const std::lock_guard lock(m_lock);
+        return m_done;
+    }
+    FileVerdict Verdict() {
+        const std::lock_guard lock(m_lock);
+        return m_verdict;
+    }
+
+private:
+    std::mutex m_lock;
+    bool m_done = false;
+    FileVerdict m_verdict;
+};
+
+VerdictCode CodeOf(Scanner& scanner, scanner::Descriptor file) {
+    auto client = std::make_shared<OneFile>();
+    const auto state = scanner.Service().Inner().Attach(client);
+    EXPECT_TRUE(scanner.Service().Inner().Submit(state, FileJob{1, 0, std::move(file)}));
+    EXPECT_TRUE(Eventually([&] { return client->Done(); }));
+    scanner.Service().Inner().Detach(state);
+    return client->Verdict().code;
+}
+
+scanner::Descriptor Opened(const std::string& path, int flags = O_RDONLY) {
+    return scanner::Descriptor(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
+}
+
+TEST(ScanLimits, DescriptorsThatAreNoDiskFilesAreNeverClean) {
+    Scanner scanner;
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("file", "content");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(CodeOf(scanner, Opened(file)), VerdictCode::Clean);
+    EXPECT_EQ(CodeOf(scanner, Opened(folder.Path())), VerdictCode::ReadError);
+    EXPECT_EQ(CodeOf(scanner, Opened(folder / "pipe")), VerdictCode::ReadError);
+    EXPECT_EQ(CodeOf(scanner, Opened("/dev/zero")), VerdictCode::ReadError);
+    EXPECT_EQ(CodeOf(scanner, Opened("/proc/self/status")), VerdictCode::Changed);
+    EXPECT_EQ(CodeOf(scanner, Opened(file, O_WRONLY)), VerdictCode::ReadError);
+    EXPECT_EQ(CodeOf(scanner, Opened("/proc/self/mem")), VerdictCode::ReadError);
+    EXPECT_EQ(CodeOf(scanner, scanner::Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))),
+              VerdictCode::ReadError);
+}
+
+TEST(ScanLimits, EncryptedArchivesAreNotProcessed) {
+    Scanner scanner;
+    const TemporaryFolder folder;
+    const std::string source = folder.Write("e.com", TestThreat());
+    const std::string encrypted = folder / "encrypted.zip";
+    Run("cd '" + folder.Path() + "' && zip -q -P secret encrypted.zip e.com && rm e.com");
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    EXPECT_EQ(scan.Observer().ReasonOf(encrypted), "encrypted");
+    EXPECT_EQ(result.counters.encrypted, 1u);
+    EXPECT_EQ(result.counters.scannedObjects, 0u);
+}
+
+TEST(ScanLimits, AnythingOverALimitIsNotProcessedUnlessAThreatIsFoundFirst) {
+    ScannerConfig config = TestConfig();
+    config.maxFileSize = 1 << 20;
+    config.maxScanSize = 3 << 20;
+    config.maxFiles = 100;
+    Scanner scanner(config);
+    const TemporaryFolder folder;
+    std::vector<std::pair<std::string, std::string>> many;
+    for (int i = 0; i < 300; ++i)
+        many.emplace_back("m" + std::to_string(i), "content " + std::to_string(i));
+    std::string deep = "content";
+    for (int i = 0; i < 42; ++i)
+        deep = Zip({{"level.zip", deep}});
+    const std::string large = folder.Write("large", Noise((1 << 20) + 1));
+    const std::string fits = folder.Write("fits", Noise(1 << 20));
+    const std::string parts = folder.Write("many.zip", Zip(many));
+    const std::string levels = folder.Write("deep.zip", deep);
+    // A small file that unpacks to what is too large: first as one part, then as many that are too large together.
+    folder.Write("zeros", std::string(2 << 20, '\0'));
+    for (int i = 0; i < 8; ++i)
+        folder.Write("sum/part" + std::to_string(i), Noise(1000 << 10, static_cast<std::uint32_t>(i)).substr(0, 500) +
+                                                          std::string(900 << 10, 'z'));
+    Run("cd '" + folder.Path() + "' && zip -q bomb.zip zeros && rm zeros && zip -qr sum.zip sum && rm -r sum");
+    many.insert(many.begin(), {"e.com", TestThreat()});
+    const std::string caught = folder.Write("caught.zip", Zip(many));
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    for (const std::string& path : {large, parts, levels, folder / "bomb.zip", folder / "sum.zip"})
+        EXPECT_EQ(scan.Observer().ReasonOf(path), "over a limit") << path;
+    EXPECT_EQ(scan.Observer().ThreatOf(caught), "EICAR-Test-File");
+    EXPECT_EQ(scan.Observer().ReasonOf(fits), "");
+    EXPECT_EQ(result.counters.scannedObjects, 2u);
+    EXPECT_EQ(result.counters.notProcessed, 5u);
+}
+
+TEST(ScanLimits, AFileThatTakesTooLongIsNotProcessed) {
+    ScannerConfig config = TestConfig();
+    config.fileTimeLimitMs = 300;
+    Scanner scanner(config);
+    const TemporaryFolder folder;
+    const std::string large = folder.Write("large", Noise(600u << 20));
+    const std::string small = folder.Write("e.com", TestThreat());
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    EXPECT_EQ(result.end, ScanEnd::Completed);
+    EXPECT_EQ(scan.Observer().ReasonOf(large), "takes too long");
+    EXPECT_FALSE(scan.Observer().ThreatOf(small).empty());
+}
+
+TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
+    ScannerConfig config = TestConfig();
+    config.temporarySize = 1 << 20;
+    Scanner scanner(config);
+    if (scanner.Service().State().sandbox.find("private tmpfs") == std::string::npos)
+        GTEST_SKIP() << "no tmpfs of its own can be mounted here";
+    const TemporaryFolder folder;
+    folder.Write("zeros", std::string(20 << 20, 'z') + TestThreat());
+    Run("cd '" + folder.Path() + "' && zip -q full.zip zeros && tar -czf full.tar.gz zeros && rm zeros");
+    folder.Write("e.com", TestThreat());
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    scan.Result();
+    EXPECT_EQ(scan.Observer().ReasonOf(folder / "full.zip"), "no space for temporary files");
+    EXPECT_EQ(scan.Observer().ReasonOf(folder / "full.tar.gz"), "no space for temporary files");
+    EXPECT_FALSE(scan.Observer().ThreatOf(folder / "e.com").empty());
+}
+
+TEST(ScanLimits, AHugeSparseBombIsNotProcessed) {
+    Scanner scanner;
+    const TemporaryFolder folder;
+    Run("cd '" + folder.Path() + "' && truncate -s 2500M zeros && zip -q bomb.zip zeros && rm zeros");
+    Run("truncate -s 3G '" + folder.Path() + "/sparse'");
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    EXPECT_EQ(result.counters.scannedObjects, 0u) << "clean would be a lie";
+    EXPECT_EQ(scan.Observer().ReasonOf(folder / "sparse"), "over a limit");
+    EXPECT_EQ(result.counters.notProcessed, 2u);
+}
+
+TEST(ScanLimits, AFileThatChangesWhileItIsReadIsNotClean) {
+    Scanner scanner;
+    const TemporaryFolder folder;
+    struct Row {
+        const char* name;
+        void (*change)(const std::string&);
+    };
+    const Row rows[] = {
+        {"truncated", [](const std::string& path) { std::filesystem::resize_file(path, 1000); }},
+        {"grown",
+         [](const std::string& path) { std::ofstream(path, std::ios::app | std::ios::binary) << "more" << std::flush; }},
+        {"rewritten",
+         [](const std::string& path) {
+             std::fstream(path, std::ios::in | std::ios::out | std::ios::binary) << "other" << std::flush;
+         }},
+    };
+    for (const Row& row : rows) {
+        const std::string path = folder.Write(row.name, Noise(200u << 20));
+        RunningScan scan(scanner.Service(), Area(path));
+        ASSERT_TRUE(Eventually([&] { // in work
+            const auto workers = scanner.Workers();
+            return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'R'; });
+        }));
+        row.change(path);
+        const ScanResult result = scan.Result();
+        EXPECT_EQ(result.counters.scannedObjects, 0u) << row.name;
+        EXPECT_EQ(scan.Observer().ReasonOf(path), "changed while it was read") << row.name;
+        std::filesystem::remove(path);
+    }
+}
+
+} // namespace
+} // namespace tfs::test
