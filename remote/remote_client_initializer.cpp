@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/check.h>
+#include <foundation/objclient.h>
 #include <remote/remote_client_initializer.h>
 
 #include <utility>
-
-#include <foundation/check.h>
-#include <foundation/objclient.h>
 
 namespace tfs::remote {
 

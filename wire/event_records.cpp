@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <wire/event_records.h>
-
 #include <foundation/exceptions.h>
+#include <wire/event_records.h>
 #include <wire/task_records.h>
 #include <wire/text.h>
 

@@ -2,10 +2,10 @@
 // Events and filters to and from the message. On the thread that owns the message.
 #pragma once
 
-#include <cstddef>
-
 #include <contract/tfs/event.h>
 #include <wire/tesl.capnp.h>
+
+#include <cstddef>
 
 namespace tfs::wire {
 

@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <wire/guarded_stream.h>
+#include <wire/protocol.h>
 
 #include <capnp/rpc.capnp.h>
 #include <kj/debug.h>
 
 namespace tfs::wire {
+
+capnp::ReaderOptions NetworkOptions() noexcept {
+    capnp::ReaderOptions options;
+    options.traversalLimitInWords = (ReplySizeLimit + EnvelopeSize) / sizeof(capnp::word);
+    return options;
+}
 
 GuardedStream::GuardedStream(kj::AsyncIoStream& stream, StreamLimits limits) : m_stream(stream), m_limits(limits) {}
 
@@ -12,10 +19,10 @@ kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>>
 GuardedStream::tryReadMessage(kj::ArrayPtr<kj::AutoCloseFd> fdSpace, capnp::ReaderOptions options,
                               kj::ArrayPtr<capnp::word> scratchSpace) {
     using Message = kj::Maybe<capnp::MessageReaderAndFds>;
+    options.traversalLimitInWords = (m_limits.messageSize + EnvelopeSize) / sizeof(capnp::word);
     return WaitUntilReadable()
-        .then([this, fdSpace, options, scratchSpace] {
-            return m_stream.tryReadMessage(fdSpace, options, scratchSpace);
-        })
+        .then(
+            [this, fdSpace, options, scratchSpace] { return m_stream.tryReadMessage(fdSpace, options, scratchSpace); })
         .then([this](Message message) -> Message {
             KJ_IF_MAYBE (m, message)
                 Inspect(*m->reader);

@@ -2,15 +2,16 @@
 // The message stream of a connection, with the limits that the RPC library doesn't keep by itself.
 #pragma once
 
-#include <cstddef>
-
 #include <capnp/serialize-async.h>
+#include <cstddef>
 #include <kj/async-io.h>
 #include <kj/function.h>
 
 namespace tfs::wire {
 
 struct StreamLimits {
+    /// Bytes of one message that is received; a larger one breaks the connection.
+    std::size_t messageSize;
     /// Calls of the peer that it hasn't finished; one more breaks the connection. 0: none.
     std::size_t openQuestions = 0;
     /// Capabilities in one message; more break the connection.
@@ -22,6 +23,10 @@ enum class StreamEnd {
     Closed, ///< the peer is gone
     Broken, ///< what came isn't the protocol, or is beyond a limit
 };
+
+/// For the network object. It refuses to send what it wouldn't take itself, so that it gets the larger of the two
+/// limits; the stream keeps the one for receiving.
+capnp::ReaderOptions NetworkOptions() noexcept;
 
 /// Wraps the messages of one socket. Lives on the loop's thread and outlives the network object that reads it.
 ///

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/exceptions.h>
 #include <wire/loop_thread.h>
+#include <wire/results.h>
 
+#include <cerrno>
+#include <kj/async-unix.h>
+#include <kj/exception.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-#include <cerrno>
-
-#include <foundation/exceptions.h>
-#include <kj/async-unix.h>
-#include <kj/exception.h>
-#include <wire/results.h>
 
 namespace tfs::wire {
 namespace {

@@ -2,16 +2,16 @@
 // A KJ event loop on a thread of its own, and the queue by which other threads hand it work.
 #pragma once
 
+#include <foundation/sync.h>
+#include <foundation/trace.h>
+
 #include <atomic>
 #include <functional>
+#include <kj/async-io.h>
 #include <memory>
 #include <thread>
 #include <utility>
 #include <vector>
-
-#include <foundation/sync.h>
-#include <foundation/trace.h>
-#include <kj/async-io.h>
 
 namespace tfs::wire {
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/exceptions.h>
 #include <wire/results.h>
 
-#include <new>
-
-#include <foundation/exceptions.h>
 #include <kj/exception.h>
+#include <new>
 
 namespace tfs::wire {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <wire/socket_address.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace tfs::wire {
 
@@ -27,7 +26,8 @@ int SocketAddress::Set(std::string_view path) {
         m_folder = ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
         if (m_folder < 0)
             return errno;
-        text = "/proc/self/fd/" + std::to_string(m_folder) + "/" + text.substr(slash == std::string::npos ? 0 : slash + 1);
+        text =
+            "/proc/self/fd/" + std::to_string(m_folder) + "/" + text.substr(slash == std::string::npos ? 0 : slash + 1);
         if (text.size() >= sizeof(m_address.sun_path))
             return ENAMETOOLONG;
     }

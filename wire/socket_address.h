@@ -2,11 +2,10 @@
 // Addresses of Unix sockets, for paths of any length.
 #pragma once
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include <string>
 #include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 namespace tfs::wire {
 

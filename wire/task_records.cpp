@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <wire/task_records.h>
-
 #include <wire/text.h>
 
 namespace tfs::wire {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <wire/text.h>
-
 #include <foundation/exceptions.h>
+#include <wire/text.h>
 
 #include <bit>
 #include <cstring>

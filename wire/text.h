@@ -2,11 +2,11 @@
 // Texts between the framework's strings and the message.
 #pragma once
 
-#include <string>
-#include <string_view>
+#include <foundation/string16.h>
 
 #include <capnp/blob.h>
-#include <foundation/string16.h>
+#include <string>
+#include <string_view>
 
 namespace tfs::wire {
 

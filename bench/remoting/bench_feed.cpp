@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <bench/remoting/bench_feed.h>
-
 #include <algorithm>
+#include <bench/remoting/bench_feed.h>
 #include <string>
 
 namespace tfs::bench {
@@ -39,8 +38,7 @@ service::store::FeedPosition BenchFeed::End() const noexcept {
     return {m_nextSequence, static_cast<Event::IdType>(m_nextSequence - 1)};
 }
 
-bool BenchFeed::Read(std::uint64_t sequence, std::size_t limit,
-                     std::vector<service::store::FeedItem>& items) const {
+bool BenchFeed::Read(std::uint64_t sequence, std::size_t limit, std::vector<service::store::FeedItem>& items) const {
     const std::lock_guard lock(m_mutex);
     const std::uint64_t oldest = m_nextSequence - m_ring.size();
     if (sequence < oldest)

@@ -2,12 +2,12 @@
 // A feed whose store costs nothing: any event can be made again from its id.
 #pragma once
 
+#include <service/store/event_feed.h>
+
 #include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
-
-#include <service/store/event_feed.h>
 
 namespace tfs::bench {
 
@@ -19,8 +19,7 @@ public:
     void Publish(unsigned count);
 
     service::store::FeedPosition End() const noexcept override;
-    bool Read(std::uint64_t sequence, std::size_t limit,
-              std::vector<service::store::FeedItem>& items) const override;
+    bool Read(std::uint64_t sequence, std::size_t limit, std::vector<service::store::FeedItem>& items) const override;
     result_t ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit,
                         std::vector<Event>& events) override;
     void SetWakeup(std::function<void()> wakeup) override;

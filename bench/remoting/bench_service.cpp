@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <bench/remoting/bench_service.h>
-
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
-#include <stdexcept>
+#include <service/rpc/rpc_server.h>
 
 #include <bench/remoting/bench_feed.h>
-#include <service/rpc/rpc_server.h>
+#include <bench/remoting/bench_service.h>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <signal.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace tfs::bench {
 namespace {
@@ -39,9 +37,7 @@ public:
     result_t ResumeTask(const Caller&, const std::u16string&) noexcept override { return ulk::sOk; }
     result_t DeleteTask(const Caller&, const std::u16string&) noexcept override { return ulk::sOk; }
     result_t DeleteStatistic(const Caller&, const OxsStatistic&) noexcept override { return ulk::sOk; }
-    result_t CreateScanTask(const Caller&, const ScanSettings&, core::TaskInfo&) noexcept override {
-        return ulk::sOk;
-    }
+    result_t CreateScanTask(const Caller&, const ScanSettings&, core::TaskInfo&) noexcept override { return ulk::sOk; }
 };
 
 } // namespace

@@ -2,9 +2,8 @@
 // The service's side of a measurement, in a process of its own.
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
+#include <sys/types.h>
 
 namespace tfs::bench {
 

@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The same thread arrangement with nothing but Cap'n Proto: the caller waits on the loop's executor, without deadlines,
 // limits or authorisation.
-#include <bench/remoting/measured.h>
-
-#include <unistd.h>
+#include <wire/event_records.h>
+#include <wire/text.h>
 
 #include <atomic>
+#include <bench/remoting/bench_feed.h>
+#include <bench/remoting/bench_service.h>
+#include <bench/remoting/measured.h>
+#include <capnp/rpc-twoparty.h>
 #include <condition_variable>
 #include <future>
+#include <kj/async-io.h>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
-
-#include <bench/remoting/bench_feed.h>
-#include <bench/remoting/bench_service.h>
-#include <capnp/rpc-twoparty.h>
-#include <kj/async-io.h>
-#include <wire/event_records.h>
-#include <wire/text.h>
+#include <unistd.h>
 
 namespace tfs::bench {
 namespace {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Measures calls and events through the remoting against bare Cap'n Proto. Ends with 1 where a goal is missed.
 #include <algorithm>
+#include <bench/remoting/bench_service.h>
+#include <bench/remoting/measured.h>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -8,9 +10,6 @@
 #include <filesystem>
 #include <stdexcept>
 #include <vector>
-
-#include <bench/remoting/bench_service.h>
-#include <bench/remoting/measured.h>
 
 namespace {
 
@@ -66,8 +65,8 @@ bool CompareEvents(const ChildProcess& service, const std::string& served, const
     const double single = EventsPerSecond(*Directly(bare), [] {});
     const double batches = EventsPerSecond(*Directly(bareBatches), [] {});
     const double ratio = ours / single;
-    std::printf("%s %.0f/s, bare %.0f/s, ratio %.2f (goal: at least 0.70); bare in batches of 100: %.0f/s\n", name, ours,
-                single, ratio, batches);
+    std::printf("%s %.0f/s, bare %.0f/s, ratio %.2f (goal: at least 0.70); bare in batches of 100: %.0f/s\n", name,
+                ours, single, ratio, batches);
     return ratio >= 0.7;
 }
 

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <bench/remoting/measured.h>
-
-#include <unistd.h>
-
-#include <future>
-#include <stdexcept>
-
-#include <bench/remoting/bench_service.h>
 #include <contract/remoting.h>
 #include <contract/tfs/event.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/module.h>
 #include <foundation/objclient.h>
+
+#include <bench/remoting/bench_service.h>
+#include <bench/remoting/measured.h>
+#include <future>
+#include <stdexcept>
+#include <unistd.h>
 
 namespace tfs::bench {
 namespace {
@@ -46,8 +44,8 @@ public:
         void* object = nullptr;
         Require(module.CreateObject(ulk::remoting::ConnectionFactoryClass, nullptr,
                                     ulk::remoting::IConnectionFactory::Iid, &object));
-        const auto factory = ulk::Ptr<ulk::remoting::IConnectionFactory>::Adopt(
-            static_cast<ulk::remoting::IConnectionFactory*>(object));
+        const auto factory =
+            ulk::Ptr<ulk::remoting::IConnectionFactory>::Adopt(static_cast<ulk::remoting::IConnectionFactory*>(object));
         ulk::remoting::ConnectionSettings settings;
         settings.address = socketPath;
         settings.heartbeatMs = heartbeatMs;

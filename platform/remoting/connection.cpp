@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/connection.h>
-
-#include <unistd.h>
-
-#include <exception>
-
-#include <kj/io.h>
 #include <platform/remoting/remote_locator.h>
 #include <platform/remoting/transport.h>
+
+#include <exception>
+#include <kj/io.h>
+#include <unistd.h>
 
 namespace ulk::remoting {
 

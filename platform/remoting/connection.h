@@ -2,12 +2,12 @@
 // One connection to the service: its loop's thread, and the object that is handed out for it.
 #pragma once
 
-#include <memory>
-#include <thread>
-
 #include <contract/remoting.h>
 #include <foundation/sync.h>
 #include <platform/remoting/connection_core.h>
+
+#include <memory>
+#include <thread>
 
 namespace ulk::remoting {
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <platform/remoting/connection_core.h>
-
 #include <foundation/exceptions.h>
+#include <platform/remoting/connection_core.h>
 #include <platform/remoting/subscription.h>
 
 namespace ulk::remoting {
@@ -20,9 +19,8 @@ std::shared_ptr<void> ConnectionCore::TakePlace() {
         m_callsInFlight.fetch_sub(1, std::memory_order_relaxed);
         return nullptr;
     }
-    return std::shared_ptr<void>(this, [core = shared_from_this()](void*) {
-        core->m_callsInFlight.fetch_sub(1, std::memory_order_relaxed);
-    });
+    return std::shared_ptr<void>(
+        this, [core = shared_from_this()](void*) { core->m_callsInFlight.fetch_sub(1, std::memory_order_relaxed); });
 }
 
 result_t ConnectionCore::Resolve(iid_t iid) noexcept {

@@ -2,12 +2,6 @@
 // What a connection's proxies share: the way to its loop, its state, its subscriptions.
 #pragma once
 
-#include <atomic>
-#include <map>
-#include <memory>
-#include <set>
-#include <utility>
-
 #include <contract/tfs/event.h>
 #include <foundation/sync.h>
 #include <platform/remoting/limits.h>
@@ -15,6 +9,12 @@
 #include <platform/remoting/session.h>
 #include <wire/loop_thread.h>
 #include <wire/results.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <set>
+#include <utility>
 
 namespace ulk::remoting {
 
@@ -89,13 +89,11 @@ public:
                 m_ticket->Answer(eInvalidSize);
                 return;
             }
-            session.Track(m_id, request.send().then(
-                                    [ticket = m_ticket, read = std::move(m_read)](auto&& answer) mutable {
-                                        TakeAnswer(*ticket, read, answer);
-                                    },
-                                    [ticket = m_ticket](kj::Exception&& e) {
-                                        ticket->Answer(tfs::wire::ResultFromException(e));
-                                    }));
+            session.Track(m_id, request.send().then([ticket = m_ticket, read = std::move(m_read)](
+                                                        auto&& answer) mutable { TakeAnswer(*ticket, read, answer); },
+                                                    [ticket = m_ticket](kj::Exception&& e) {
+                                                        ticket->Answer(tfs::wire::ResultFromException(e));
+                                                    }));
         } catch (...) {
             m_ticket->Answer(tfs::wire::ResultFromCurrentException());
         }

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <platform/remoting/connection_factory.h>
-
-#include <unistd.h>
-
 #include <foundation/objclient.h>
 #include <platform/remoting/connection.h>
+#include <platform/remoting/connection_factory.h>
 #include <platform/remoting/socket_connect.h>
 #include <platform/remoting/transport.h>
+
+#include <unistd.h>
 
 namespace ulk::remoting {
 

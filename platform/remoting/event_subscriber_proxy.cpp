@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/proxies.h>
 #include <platform/remoting/subscription.h>
-
-#include <string>
-
 #include <wire/event_records.h>
 #include <wire/text.h>
+
+#include <string>
 
 namespace ulk::remoting {
 namespace {
 
 void PostDrop(const std::shared_ptr<ConnectionCore>& core, const std::shared_ptr<Subscription>& subscription) {
-    core->Queue().PostFunction(
-        [core, subscription] { core->LoopSession().DropSubscription(subscription.get()); });
+    core->Queue().PostFunction([core, subscription] { core->LoopSession().DropSubscription(subscription.get()); });
 }
 
 } // namespace
@@ -68,9 +66,7 @@ result_t EventSubscriberProxy::Unsubscribe(tfs::IRemoteEventsReceiver* receiver)
         Nothing nothing;
         return core->Call(
             nothing,
-            [subscription](Session& session) {
-                return session.TakeSubscription(subscription.get()).cancelRequest();
-            },
+            [subscription](Session& session) { return session.TakeSubscription(subscription.get()).cancelRequest(); },
             [](auto&, Nothing&) {});
     } catch (...) {
         return tfs::wire::ResultFromCurrentException();

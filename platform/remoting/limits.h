@@ -2,13 +2,13 @@
 // The settings of one connection with their defaults filled in.
 #pragma once
 
+#include <contract/remoting.h>
+#include <wire/protocol.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
-
-#include <contract/remoting.h>
-#include <wire/protocol.h>
 
 namespace ulk::remoting {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The module's export and the factories of its two classes.
-#include <new>
-
 #include <foundation/module.h>
 #include <platform/remoting/connection_factory.h>
 #include <platform/remoting/transport.h>
+
+#include <new>
 
 namespace {
 

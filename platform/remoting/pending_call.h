@@ -2,14 +2,14 @@
 // One call between the thread that waits for it and the loop that makes it.
 #pragma once
 
+#include <foundation/result.h>
+#include <foundation/sync.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <utility>
-
-#include <foundation/result.h>
-#include <foundation/sync.h>
 
 namespace ulk::remoting {
 

@@ -2,11 +2,11 @@
 // Base of the proxies: an interface of contract/ whose calls go to the service.
 #pragma once
 
-#include <memory>
-#include <utility>
-
 #include <foundation/object.h>
 #include <platform/remoting/connection_core.h>
+
+#include <memory>
+#include <utility>
 
 namespace ulk::remoting {
 

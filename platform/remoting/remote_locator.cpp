@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <platform/remoting/proxies.h>
 #include <platform/remoting/remote_locator.h>
 
 #include <algorithm>
 #include <iterator>
 #include <new>
-
-#include <platform/remoting/proxies.h>
 
 namespace ulk::remoting {
 namespace {

@@ -2,10 +2,10 @@
 // The remote locator: identifiers in, proxies out.
 #pragma once
 
-#include <memory>
-
 #include <foundation/object.h>
 #include <platform/remoting/connection_core.h>
+
+#include <memory>
 
 namespace ulk::remoting {
 

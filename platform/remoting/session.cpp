@@ -1,27 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <platform/remoting/session.h>
-
-#include <unistd.h>
-
-#include <cassert>
-
-#include <capnp/message.h>
 #include <foundation/exceptions.h>
-#include <kj/io.h>
 #include <platform/remoting/connection_core.h>
+#include <platform/remoting/session.h>
 #include <wire/protocol.h>
 #include <wire/text.h>
+
+#include <capnp/message.h>
+#include <cassert>
+#include <kj/io.h>
+#include <unistd.h>
 
 namespace ulk::remoting {
 namespace {
 
 namespace schema = tfs::wire::schema;
-
-capnp::ReaderOptions OptionsFor(const ConnectionLimits& limits) {
-    capnp::ReaderOptions options;
-    options.traversalLimitInWords = (limits.messageSize + tfs::wire::EnvelopeSize) / sizeof(capnp::word);
-    return options;
-}
 
 std::string ProgramName() {
     char path[4096];
@@ -35,8 +27,8 @@ std::string ProgramName() {
 Session::Session(kj::AsyncIoContext& io, kj::AutoCloseFd socket, ConnectionCore& core)
     : m_core(core), m_timer(io.provider->getTimer()),
       m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket), kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC)),
-      m_stream(*m_socket, tfs::wire::StreamLimits{}),
-      m_network(m_stream, capnp::rpc::twoparty::Side::CLIENT, OptionsFor(core.Limits())),
+      m_stream(*m_socket, tfs::wire::StreamLimits{core.Limits().messageSize}),
+      m_network(m_stream, capnp::rpc::twoparty::Side::CLIENT, tfs::wire::NetworkOptions()),
       m_rpc(capnp::makeRpcClient(m_network)), m_tasks(*this) {
     m_stream.SetOnEnd([this](tfs::wire::StreamEnd why) { OnStreamEnd(why); });
 }
@@ -147,10 +139,11 @@ kj::Promise<void> Session::Beat() {
         .then([this, interval] {
             return m_timer.timeoutAfter(2 * interval, Locator().pingRequest().send().ignoreResult());
         })
-        .then([this] { return Beat(); }, [this](kj::Exception&&) -> kj::Promise<void> {
-            End("the service doesn't answer");
-            return kj::READY_NOW;
-        });
+        .then([this] { return Beat(); },
+              [this](kj::Exception&&) -> kj::Promise<void> {
+                  End("the service doesn't answer");
+                  return kj::READY_NOW;
+              });
 }
 
 void Session::OnStreamEnd(tfs::wire::StreamEnd why) {

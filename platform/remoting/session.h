@@ -2,20 +2,20 @@
 // The loop's side of a connection: every KJ object that there is of it.
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <unordered_map>
-
-#include <capnp/rpc-twoparty.h>
 #include <foundation/object.h>
 #include <foundation/trace.h>
-#include <kj/async-io.h>
 #include <platform/remoting/limits.h>
 #include <platform/remoting/pending_call.h>
 #include <wire/guarded_stream.h>
 #include <wire/loop_thread.h>
 #include <wire/tesl.capnp.h>
+
+#include <capnp/rpc-twoparty.h>
+#include <cstdint>
+#include <functional>
+#include <kj/async-io.h>
+#include <memory>
+#include <unordered_map>
 
 namespace ulk::remoting {
 

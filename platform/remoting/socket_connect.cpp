@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/socket_connect.h>
-
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <unistd.h>
+#include <wire/results.h>
+#include <wire/socket_address.h>
 
 #include <algorithm>
 #include <cerrno>
-
-#include <wire/results.h>
-#include <wire/socket_address.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 namespace ulk::remoting {
 namespace {
@@ -54,8 +52,8 @@ result_t ConnectSocket(const std::string& path, std::chrono::steady_clock::time_
             return ResultOfConnect(errno);
         int error = 0;
         do {
-            const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
-                deadline - std::chrono::steady_clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
                 error = EAGAIN;
                 break;

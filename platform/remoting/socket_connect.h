@@ -2,10 +2,10 @@
 // Opening the socket to the service.
 #pragma once
 
+#include <foundation/result.h>
+
 #include <chrono>
 #include <string>
-
-#include <foundation/result.h>
 
 namespace ulk::remoting {
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/proxies.h>
-
-#include <string>
-
 #include <wire/task_records.h>
 #include <wire/text.h>
+
+#include <string>
 
 namespace ulk::remoting {
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/subscription.h>
-
 #include <wire/event_records.h>
 
 namespace ulk::remoting {

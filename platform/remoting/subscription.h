@@ -2,14 +2,14 @@
 // A receiver of events on this side, and the capability through which the service reaches it.
 #pragma once
 
-#include <condition_variable>
-#include <memory>
-#include <thread>
-
 #include <contract/tfs/event.h>
 #include <foundation/sync.h>
 #include <foundation/trace.h>
 #include <wire/tesl.capnp.h>
+
+#include <condition_variable>
+#include <memory>
+#include <thread>
 
 namespace ulk::remoting {
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/proxies.h>
-
-#include <string>
-
 #include <wire/task_records.h>
 #include <wire/text.h>
+
+#include <string>
 
 namespace ulk::remoting {
 namespace {
@@ -93,9 +92,8 @@ result_t TaskManagerProxy::GetSchedule(const string16_t& taskName, tfs::TaskSche
 }
 
 result_t TaskManagerProxy::GetTaskInfo(const string16_t& idOrName, tfs::core::TaskInfo& task) {
-    return Call(
-        task, NamingTask(idOrName, [](auto& client) { return client.getTaskInfoRequest(); }),
-        [](auto& answer, auto& record) { tfs::wire::Read(answer.getInfo(), record); });
+    return Call(task, NamingTask(idOrName, [](auto& client) { return client.getTaskInfoRequest(); }),
+                [](auto& answer, auto& record) { tfs::wire::Read(answer.getInfo(), record); });
 }
 
 result_t TaskManagerProxy::CreateScanTask(const tfs::ScanSettings& settings, tfs::core::TaskInfo& task) {

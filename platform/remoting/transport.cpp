@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <platform/remoting/connection.h>
 #include <platform/remoting/transport.h>
 
 #include <algorithm>
 #include <new>
-
-#include <platform/remoting/connection.h>
 
 namespace ulk::remoting {
 namespace {

@@ -2,12 +2,12 @@
 // The part of the transport that a process has once.
 #pragma once
 
+#include <contract/remoting.h>
+#include <foundation/sync.h>
+
 #include <memory>
 #include <thread>
 #include <vector>
-
-#include <contract/remoting.h>
-#include <foundation/sync.h>
 
 namespace ulk::remoting {
 

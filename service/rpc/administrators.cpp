@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/administrators.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <grp.h>
 #include <pwd.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
 #include <vector>
 
 namespace tfs::service::rpc {

@@ -2,12 +2,11 @@
 // Who is an administrator.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace tfs::service::rpc {
 

@@ -1,29 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/connection.h>
-
 #include <service/rpc/locator_server.h>
 
 namespace tfs::service::rpc {
-namespace {
-
-capnp::ReaderOptions ReaderOptionsFor(const RpcServerOptions& options) {
-    capnp::ReaderOptions result;
-    result.traversalLimitInWords = (options.messageSize + wire::EnvelopeSize) / sizeof(capnp::word);
-    return result;
-}
-
-} // namespace
-
 Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who,
                        const RpcServerOptions& options, IServiceApi& serviceApi, EventHub& eventHub,
                        ulk::ITracer* tracer)
     : ConnectionContext(who, serviceApi, eventHub, options.subscriptions), m_options(options), m_tracer(tracer),
-      m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket),
-                                                 kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
-                                                     kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
+      m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket), kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
+                                                                     kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
       // A client finishes its calls a little after it has taken their answers, hence twice the number.
-      m_stream(*m_socket, wire::StreamLimits{std::size_t{options.callsInFlight} * 2, 4}),
-      m_network(m_stream, capnp::rpc::twoparty::Side::SERVER, ReaderOptionsFor(options)) {
+      m_stream(*m_socket, wire::StreamLimits{options.messageSize, std::size_t{options.callsInFlight} * 2}),
+      m_network(m_stream, capnp::rpc::twoparty::Side::SERVER, wire::NetworkOptions()) {
     auto kick = kj::newPromiseAndFulfiller<void>();
     m_kick = kj::mv(kick.fulfiller);
     m_kicked = kj::mv(kick.promise);

@@ -2,15 +2,15 @@
 // One client's connection on the service's side.
 #pragma once
 
-#include <algorithm>
-
-#include <capnp/rpc-twoparty.h>
 #include <foundation/trace.h>
-#include <kj/async-io.h>
-#include <kj/io.h>
 #include <service/rpc/connection_context.h>
 #include <service/rpc/rpc_server.h>
 #include <wire/guarded_stream.h>
+
+#include <algorithm>
+#include <capnp/rpc-twoparty.h>
+#include <kj/async-io.h>
+#include <kj/io.h>
 
 namespace tfs::service::rpc {
 

@@ -2,10 +2,10 @@
 // What the objects of one connection share.
 #pragma once
 
-#include <cstddef>
-
-#include <kj/async.h>
 #include <service/rpc/service_api.h>
+
+#include <cstddef>
+#include <kj/async.h>
 
 namespace tfs::service::rpc {
 

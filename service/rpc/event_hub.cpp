@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/event_hub.h>
+#include <service/rpc/event_subscription.h>
+#include <wire/results.h>
 
 #include <memory>
 #include <utility>
-
-#include <service/rpc/event_subscription.h>
-#include <wire/results.h>
 
 namespace tfs::service::rpc {
 

@@ -2,17 +2,17 @@
 // Where the subscriptions of all connections meet the service's event feed.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-#include <map>
-#include <set>
-#include <vector>
-
 #include <foundation/trace.h>
-#include <kj/async-io.h>
 #include <service/rpc/worker.h>
 #include <service/store/event_feed.h>
 #include <wire/loop_thread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <kj/async-io.h>
+#include <map>
+#include <set>
+#include <vector>
 
 namespace tfs::service::rpc {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/rpc/event_subscription.h>
-
-#include <utility>
-
 #include <service/rpc/event_hub.h>
+#include <service/rpc/event_subscription.h>
 #include <service/rpc/objects.h>
 #include <wire/event_records.h>
+
+#include <utility>
 
 namespace tfs::service::rpc {
 namespace {
@@ -123,8 +122,9 @@ kj::Promise<void> EventSubscription::CatchUpTo(Event::IdType lastId) {
                 return kj::READY_NOW;
             }
             m_failedReads = 0;
-            return SendPage(std::make_shared<const std::vector<Event>>(std::move(page.events)), 0)
-                .then([this, lastId] { return CatchUpTo(lastId); });
+            return SendPage(std::make_shared<const std::vector<Event>>(std::move(page.events)), 0).then([this, lastId] {
+                return CatchUpTo(lastId);
+            });
         });
 }
 

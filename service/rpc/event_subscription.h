@@ -2,16 +2,16 @@
 // One subscription: a cursor into the feed and the capability that its events go to.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <vector>
-
-#include <kj/async.h>
 #include <service/rpc/connection_context.h>
 #include <service/rpc/method.h>
 #include <service/store/event_feed.h>
 #include <wire/tesl.capnp.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <kj/async.h>
+#include <memory>
+#include <vector>
 
 namespace tfs::service::rpc {
 
@@ -42,9 +42,9 @@ private:
     ConnectionContext& m_context;
     const EventFilter m_filter;
     wire::schema::EventReceiver::Client m_receiver;
-    std::uint64_t m_sequence = 0;   ///< next to be read from the ring
-    Event::IdType m_lastId = 0;     ///< newest stored event that was dealt with
-    unsigned m_failedReads = 0;     ///< of the store, in a row
+    std::uint64_t m_sequence = 0; ///< next to be read from the ring
+    Event::IdType m_lastId = 0;   ///< newest stored event that was dealt with
+    unsigned m_failedReads = 0;   ///< of the store, in a row
     std::vector<store::FeedItem> m_items;
     std::vector<const Event*> m_batch; ///< point into m_items or into the page being sent
     bool m_published = false;

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/listening_socket.h>
+#include <wire/socket_address.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
 #include <utility>
-
-#include <wire/socket_address.h>
 
 namespace tfs::service::rpc {
 namespace {

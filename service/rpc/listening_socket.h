@@ -2,11 +2,10 @@
 // The socket file of the service.
 #pragma once
 
-#include <sys/types.h>
+#include <foundation/result.h>
 
 #include <string>
-
-#include <foundation/result.h>
+#include <sys/types.h>
 
 namespace tfs::service::rpc {
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/rpc/event_hub.h>
+#include <service/rpc/event_subscription.h>
 #include <service/rpc/locator_server.h>
+#include <service/rpc/objects.h>
 
 #include <algorithm>
 #include <iterator>
-
-#include <service/rpc/event_hub.h>
-#include <service/rpc/event_subscription.h>
-#include <service/rpc/objects.h>
 
 namespace tfs::service::rpc {
 namespace {
@@ -22,12 +21,9 @@ struct ObjectEntry {
 };
 
 constexpr ObjectEntry Objects[] = {
-    {IAppInfoProvider::Iid, &Make<AppInfoObject>},
-    {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
-    {IPolicyProvider::Iid, &Make<PolicyProviderObject>},
-    {IPolicyManager::Iid, &Make<PolicyManagerObject>},
-    {ITfsTaskManager::Iid, &Make<TaskManagerObject>},
-    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
+    {IAppInfoProvider::Iid, &Make<AppInfoObject>},       {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
+    {IPolicyProvider::Iid, &Make<PolicyProviderObject>}, {IPolicyManager::Iid, &Make<PolicyManagerObject>},
+    {ITfsTaskManager::Iid, &Make<TaskManagerObject>},    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
 };
 
 } // namespace
@@ -73,8 +69,8 @@ result_t LocatorObject::GetInterface(Schema::GetInterfaceParams::Reader params,
 
 std::span<const std::span<const Method>> AllMethodTables() noexcept {
     static const std::span<const Method> Tables[] = {
-        LocatorObject::Methods(),        AppInfoObject::Methods(),     AppSettingsObject::Methods(),
-        PolicyProviderObject::Methods(), PolicyManagerObject::Methods(), TaskManagerObject::Methods(),
+        LocatorObject::Methods(),         AppInfoObject::Methods(),       AppSettingsObject::Methods(),
+        PolicyProviderObject::Methods(),  PolicyManagerObject::Methods(), TaskManagerObject::Methods(),
         EventSubscriberObject::Methods(), SubscriptionObject::Methods(),
     };
     return Tables;

@@ -2,12 +2,12 @@
 // The bootstrap object of a connection.
 #pragma once
 
-#include <cstdint>
-#include <map>
-
 #include <service/rpc/connection_context.h>
 #include <service/rpc/method.h>
 #include <wire/tesl.capnp.h>
+
+#include <cstdint>
+#include <map>
 
 namespace tfs::service::rpc {
 

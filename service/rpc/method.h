@@ -2,16 +2,16 @@
 // How a method of the service is registered: with its body and with the privilege that it needs.
 #pragma once
 
-#include <cstdint>
-#include <span>
-
-#include <capnp/capability.h>
-#include <capnp/generated-header-support.h>
 #include <foundation/result.h>
-#include <kj/async.h>
 #include <service/rpc/service_api.h>
 #include <wire/protocol.h>
 #include <wire/results.h>
+
+#include <capnp/capability.h>
+#include <capnp/generated-header-support.h>
+#include <cstdint>
+#include <kj/async.h>
+#include <span>
 
 namespace tfs::service::rpc {
 
@@ -52,8 +52,8 @@ private:
     const Caller m_caller;
 };
 
-/// One row of an object's table. A body is `result_t Object::Body(Params::Reader, Results::Builder)`; its code goes into
-/// the results. An exception from it is turned into a code, and never ends the loop.
+/// One row of an object's table. A body is `result_t Object::Body(Params::Reader, Results::Builder)`; its code goes
+/// into the results. An exception from it is turned into a code, and never ends the loop.
 class Method {
 public:
     /// Interface and ordinal are those of the schema. A row can't be made without a privilege.

@@ -2,11 +2,11 @@
 // The objects that the locator of a connection hands out. On the loop's thread.
 #pragma once
 
-#include <span>
-
 #include <service/rpc/connection_context.h>
 #include <service/rpc/method.h>
 #include <wire/tesl.capnp.h>
+
+#include <span>
 
 namespace tfs::service::rpc {
 

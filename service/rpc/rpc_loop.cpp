@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/rpc_loop.h>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace tfs::service::rpc {
 
@@ -30,8 +29,7 @@ kj::Promise<void> RpcLoop::AcceptLoop() {
 
 bool RpcLoop::AcceptWaiting() {
     while (true) {
-        const int accepted =
-            ::accept4(m_dependencies.listeningSocket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        const int accepted = ::accept4(m_dependencies.listeningSocket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (accepted >= 0) {
             Admit(kj::AutoCloseFd(accepted));
             continue;
@@ -83,11 +81,11 @@ void RpcLoop::Admit(kj::AutoCloseFd socket) {
     }
     const std::uint64_t id = m_nextNewcomer++;
     m_newcomers.emplace(id, Newcomer{kj::mv(socket), caller});
-    const bool posted = m_dependencies.groupWorker.Post([this, id, uid = peer.uid, &options,
-                                                         &queue = m_dependencies.queue] {
-        const bool isAdministrator = LookUpAdministrator(uid, options.adminGroup, options.developmentRun);
-        queue.PostFunction([this, id, isAdministrator] { Identify(id, isAdministrator); });
-    });
+    const bool posted =
+        m_dependencies.groupWorker.Post([this, id, uid = peer.uid, &options, &queue = m_dependencies.queue] {
+            const bool isAdministrator = LookUpAdministrator(uid, options.adminGroup, options.developmentRun);
+            queue.PostFunction([this, id, isAdministrator] { Identify(id, isAdministrator); });
+        });
     if (!posted) {
         m_newcomers.erase(id);
         Leave(peer.uid);
@@ -106,9 +104,9 @@ void RpcLoop::Serve(kj::AutoCloseFd socket, const Caller& caller) {
     ULK_TRACE(m_dependencies.tracer, ulk::level::Detail)
         << "rpc: user " << caller.uid << " (process " << static_cast<int>(caller.pid) << ") connected"
         << (caller.isAdministrator ? " as administrator" : "");
-    const auto place = m_connections.insert(
-        m_connections.end(), kj::heap<Connection>(m_io, kj::mv(socket), caller, m_dependencies.options,
-                                                  m_dependencies.api, m_hub, m_dependencies.tracer));
+    const auto place = m_connections.insert(m_connections.end(),
+                                            kj::heap<Connection>(m_io, kj::mv(socket), caller, m_dependencies.options,
+                                                                 m_dependencies.api, m_hub, m_dependencies.tracer));
     // KJ keeps a reference to an lvalue handed to then(): hand it temporaries.
     const auto remove = [this, place, uid = caller.uid] {
         m_peakQueuedBytes = std::max(m_peakQueuedBytes, (*place)->PeakQueuedBytes());

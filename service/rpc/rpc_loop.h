@@ -2,17 +2,17 @@
 // The loop's side of the server: accepting, counting, ending connections.
 #pragma once
 
-#include <cstdint>
-#include <list>
-#include <map>
-
-#include <kj/async-io.h>
-#include <kj/async-unix.h>
 #include <service/rpc/administrators.h>
 #include <service/rpc/connection.h>
 #include <service/rpc/event_hub.h>
 #include <service/rpc/rpc_server.h>
 #include <service/rpc/worker.h>
+
+#include <cstdint>
+#include <kj/async-io.h>
+#include <kj/async-unix.h>
+#include <list>
+#include <map>
 
 namespace tfs::service::rpc {
 

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/rpc/listening_socket.h>
+#include <service/rpc/rpc_loop.h>
 #include <service/rpc/rpc_server.h>
+#include <service/rpc/worker.h>
+#include <wire/loop_thread.h>
+#include <wire/results.h>
 
 #include <future>
 #include <thread>
 #include <utility>
-
-#include <service/rpc/listening_socket.h>
-#include <service/rpc/rpc_loop.h>
-#include <service/rpc/worker.h>
-#include <wire/loop_thread.h>
-#include <wire/results.h>
 
 namespace tfs::service::rpc {
 
@@ -40,7 +39,7 @@ public:
         auto answer = promise->get_future();
         m_queue.PostFunction([this, promise] { promise->set_value(m_loop->Figures()); });
         return answer.wait_for(std::chrono::seconds(5)) == std::future_status::ready ? answer.get()
-                                                                                    : RpcServerFigures{};
+                                                                                     : RpcServerFigures{};
     }
 
 private:
@@ -49,8 +48,8 @@ private:
         bool running = false;
         try {
             auto io = kj::setupAsyncIo();
-            RpcLoop loop(io, {m_options, m_api, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker,
-                              m_socket.Descriptor()});
+            RpcLoop loop(
+                io, {m_options, m_api, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker, m_socket.Descriptor()});
             m_loop = &loop;
             running = true;
             started.set_value(ulk::sOk);

@@ -2,16 +2,16 @@
 // The service's socket: accepts clients, authorises their calls, carries events to them.
 #pragma once
 
+#include <foundation/object.h>
+#include <foundation/trace.h>
+#include <service/rpc/service_api.h>
+#include <service/store/event_feed.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include <foundation/object.h>
-#include <foundation/trace.h>
-#include <service/rpc/service_api.h>
-#include <service/store/event_feed.h>
 
 namespace tfs::service::rpc {
 

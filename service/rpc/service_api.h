@@ -2,14 +2,13 @@
 // What the remote interfaces may ask of the service's areas.
 #pragma once
 
-#include <sys/types.h>
-
-#include <string>
-#include <vector>
-
 #include <contract/tfs/app_info.h>
 #include <contract/tfs/event.h>
 #include <contract/tfs/tasks.h>
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
 
 namespace tfs::service::rpc {
 

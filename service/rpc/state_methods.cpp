@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Application state, settings and policy: reads, open to everybody.
 #include <service/rpc/objects.h>
-
 #include <wire/task_records.h>
 #include <wire/text.h>
 

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Tasks: reads and the making of a custom scan for everybody, commands for those whom the task allows them.
 #include <service/rpc/objects.h>
-
-#include <linux/limits.h>
-
-#include <algorithm>
-
 #include <wire/task_records.h>
 #include <wire/text.h>
+
+#include <algorithm>
+#include <linux/limits.h>
 
 namespace tfs::service::rpc {
 namespace {

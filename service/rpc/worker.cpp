@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/worker.h>
+#include <wire/loop_thread.h>
 
 #include <exception>
-
-#include <wire/loop_thread.h>
 
 namespace tfs::service::rpc {
 

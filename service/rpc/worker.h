@@ -2,12 +2,12 @@
 // A helper thread for what may block.
 #pragma once
 
+#include <foundation/sync.h>
+
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <thread>
-
-#include <foundation/sync.h>
 
 namespace tfs::service::rpc {
 

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Every operation of every proxy, with all its fields, from the caller to the service and back.
-#include <gtest/gtest.h>
-
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include <thread>
-
 #include <contract/tfs/app_info.h>
 #include <contract/tfs/tasks.h>
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
 #include <tests/unit/remoting/test_client.h>
+
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
 
 namespace tfs::test {
 

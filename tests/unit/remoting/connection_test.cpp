@@ -1,17 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Connections that never come about, and connections that are lost before, during and after a call.
-#include <gtest/gtest.h>
-
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <thread>
-
 #include <contract/tfs/app_info.h>
 #include <contract/tfs/tasks.h>
 #include <service/rpc/rpc_server.h>
@@ -19,6 +7,16 @@
 #include <tests/unit/remoting/fake_service.h>
 #include <tests/unit/remoting/raw_peer.h>
 #include <tests/unit/remoting/test_client.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace tfs::test {
 
@@ -31,7 +29,9 @@ TEST(ConnectionRefusedTest, MissingRefusingAndForbiddenSockets) {
     EXPECT_EQ(Connect(Settings(folder.File("none")), connection), ulk::eNotReady);
     EXPECT_FALSE(connection);
 
-    { const Stranger gone(folder.File("stale"), [](int) {}); }
+    {
+        const Stranger gone(folder.File("stale"), [](int) {});
+    }
     EXPECT_EQ(Connect(Settings(folder.File("stale")), connection), ulk::eNotReady);
 
     std::ofstream(folder.File("file")) << "text";
@@ -67,8 +67,8 @@ TEST(ConnectionRefusedTest, StrangersThatAnswerGarbage) {
     const std::string answers[] = {
         "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n" + std::string(4000, 'x'),
         std::string(4096, '\xff'),
-        std::string("\xff\xff\x00\x00", 4) + std::string(4000, '\x01'),            // too many segments
-        std::string("\0\0\0\0\xff\xff\xff\x7f", 8) + std::string(64, '\0'),        // 16 GB in one segment
+        std::string("\xff\xff\x00\x00", 4) + std::string(4000, '\x01'),                          // too many segments
+        std::string("\0\0\0\0\xff\xff\xff\x7f", 8) + std::string(64, '\0'),                      // 16 GB in one segment
         std::string("\0\0\0\0\x01\0\0\0", 8) + std::string(8, '\xfe') + std::string(64, '\xee'), // broken pointer
     };
     for (const std::string& answer : answers) {

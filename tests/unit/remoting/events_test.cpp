@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Events from the feed to a receiver: order, filters, slow and rude subscribers, ends at every moment.
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <stdexcept>
-#include <thread>
-
 #include <contract/tfs/tasks.h>
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
 #include <tests/unit/remoting/test_client.h>
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <thread>
 
 namespace tfs::test {
 

@@ -42,8 +42,7 @@ service::store::FeedPosition FakeFeed::End() const noexcept {
     return {m_nextSequence, static_cast<Event::IdType>(m_stored.size())};
 }
 
-bool FakeFeed::Read(std::uint64_t sequence, std::size_t limit,
-                    std::vector<service::store::FeedItem>& items) const {
+bool FakeFeed::Read(std::uint64_t sequence, std::size_t limit, std::vector<service::store::FeedItem>& items) const {
     const std::lock_guard lock(m_mutex);
     const std::uint64_t oldest = m_nextSequence - m_ring.size();
     if (sequence < oldest)

@@ -2,13 +2,13 @@
 // An event feed in memory: a ring of a chosen size, and a store that is a list.
 #pragma once
 
+#include <service/store/event_feed.h>
+
 #include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <vector>
-
-#include <service/store/event_feed.h>
 
 namespace tfs::test {
 
@@ -22,8 +22,7 @@ public:
     void PublishTransient(Event event);
 
     service::store::FeedPosition End() const noexcept override;
-    bool Read(std::uint64_t sequence, std::size_t limit,
-              std::vector<service::store::FeedItem>& items) const override;
+    bool Read(std::uint64_t sequence, std::size_t limit, std::vector<service::store::FeedItem>& items) const override;
     result_t ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit,
                         std::vector<Event>& events) override;
     void SetWakeup(std::function<void()> wakeup) override;

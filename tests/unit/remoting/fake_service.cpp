@@ -110,8 +110,7 @@ result_t FakeService::DeleteStatistic(const Caller& caller, const OxsStatistic& 
     return Note({"DeleteStatistic", {}, caller, {}, statistic});
 }
 
-result_t FakeService::CreateScanTask(const Caller& caller, const ScanSettings& settings,
-                                     core::TaskInfo& out) noexcept {
+result_t FakeService::CreateScanTask(const Caller& caller, const ScanSettings& settings, core::TaskInfo& out) noexcept {
     if (!tasks.empty())
         out = tasks.front();
     return Note({"CreateScanTask", {}, caller, settings, {}});

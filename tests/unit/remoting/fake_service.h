@@ -2,13 +2,13 @@
 // The service's areas as the transport sees them: answers with what the test has put in, and notes what was asked.
 #pragma once
 
+#include <service/rpc/service_api.h>
+
 #include <atomic>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include <service/rpc/service_api.h>
 
 namespace tfs::test {
 

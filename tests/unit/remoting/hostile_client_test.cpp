@@ -1,15 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Clients that do everything wrong; each costs its own connection and nothing else.
-#include <gtest/gtest.h>
-
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <random>
-#include <set>
-
-#include <capnp/rpc.capnp.h>
-#include <capnp/serialize.h>
 #include <contract/tfs/tasks.h>
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
@@ -18,6 +8,14 @@
 #include <tests/unit/remoting/test_client.h>
 #include <wire/protocol.h>
 #include <wire/tesl.capnp.h>
+
+#include <capnp/rpc.capnp.h>
+#include <capnp/serialize.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace tfs::test {
 
@@ -92,10 +90,10 @@ TEST_F(HostileClientTest, GarbageEndsTheConnection) {
         std::string(64, '\xff'),
         std::string("\xff\xff\x00\x00", 4) + std::string(4000, '\x01'),
         std::string("\0\0\0\0\xff\xff\xff\x7f", 8) + std::string(64, '\0'),
-        std::string("\0\0\0\0\0\0\0\x08", 8),                       // 1 GB
+        std::string("\0\0\0\0\0\0\0\x08", 8),                         // 1 GB
         std::string("\0\0\0\0\0\0\x04\0", 8) + std::string(64, '\0'), // 2 MB, over the limit
-        Finish(77),                                                 // of no question
-        Bootstrap(0) + Bootstrap(0),                                // one number twice
+        Finish(77),                                                   // of no question
+        Bootstrap(0) + Bootstrap(0),                                  // one number twice
     };
     for (const std::string& frame : frames) {
         const RawClient client(options.socketPath);

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What may stand at the socket's path before the service comes, and what is left when it goes.
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
 #include <tests/unit/remoting/raw_peer.h>
 #include <tests/unit/remoting/test_client.h>
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tfs::test {
 
@@ -45,7 +43,9 @@ TEST_F(ListeningSocketTest, IsOpenToAllAndGoesWithTheServer) {
 }
 
 TEST_F(ListeningSocketTest, StaleSocketIsReplaced) {
-    { const Stranger gone(path, [](int) {}); }
+    {
+        const Stranger gone(path, [](int) {});
+    }
     ASSERT_TRUE(fs::exists(path));
     auto server = Server(path);
     EXPECT_EQ(server.Start(), ulk::sOk);
@@ -68,7 +68,9 @@ TEST_F(ListeningSocketTest, OtherThingsAtThePathAreLeftAlone) {
     fs::remove(path);
 
     // A link to a stale socket is not the socket.
-    { const Stranger gone(folder.File("stale"), [](int) {}); }
+    {
+        const Stranger gone(folder.File("stale"), [](int) {});
+    }
     fs::create_symlink(folder.File("stale"), path);
     EXPECT_EQ(Server(path).Start(), ulk::eAlreadyExists);
     EXPECT_TRUE(fs::is_symlink(path));

@@ -1,16 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Which method needs which privilege, and that the need is kept.
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
-#include <map>
-#include <set>
-#include <string>
-
-#include <capnp/rpc-twoparty.h>
-#include <capnp/schema.h>
-#include <kj/async-io.h>
 #include <service/rpc/administrators.h>
 #include <service/rpc/method.h>
 #include <service/rpc/rpc_server.h>
@@ -21,6 +10,15 @@
 #include <wire/socket_address.h>
 #include <wire/tesl.capnp.h>
 #include <wire/text.h>
+
+#include <capnp/rpc-twoparty.h>
+#include <capnp/schema.h>
+#include <gtest/gtest.h>
+#include <kj/async-io.h>
+#include <map>
+#include <set>
+#include <string>
+#include <unistd.h>
 
 namespace tfs::test {
 

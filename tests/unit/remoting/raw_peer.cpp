@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <tests/unit/remoting/raw_peer.h>
+#include <wire/socket_address.h>
 
+#include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <cerrno>
 #include <vector>
-
-#include <wire/socket_address.h>
 
 namespace tfs::test {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Records against messages that no proxy would make.
-#include <gtest/gtest.h>
-
-#include <capnp/message.h>
 #include <foundation/exceptions.h>
 #include <tests/unit/remoting/fake_service.h>
 #include <wire/event_records.h>
 #include <wire/text.h>
+
+#include <capnp/message.h>
+#include <gtest/gtest.h>
 
 namespace tfs::test {
 

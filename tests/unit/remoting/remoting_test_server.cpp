@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Serves on the given socket until its standard input ends. Says "r" when ready; publishes an event for each byte read.
-#include <unistd.h>
-
-#include <cstdio>
-
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
+
+#include <cstdio>
+#include <unistd.h>
 
 int main(int argc, char** argv) {
     if (argc != 2)

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A service that is killed and started again and again.
-#include <gtest/gtest.h>
-
 #include <contract/tfs/tasks.h>
 #include <tests/unit/remoting/test_client.h>
+
+#include <gtest/gtest.h>
 
 namespace tfs::test {
 

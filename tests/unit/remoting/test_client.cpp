@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <tests/unit/remoting/test_client.h>
 
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <signal.h>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
 #include <thread>
+#include <unistd.h>
 
 namespace tfs::test {
 
@@ -66,8 +65,7 @@ ulk::Ptr<ulk::remoting::IConnectionFactory> ConnectionFactory() {
     if (!ULK_SUCCEEDED(RemotingModule().CreateObject(ulk::remoting::ConnectionFactoryClass, nullptr,
                                                      ulk::remoting::IConnectionFactory::Iid, &object)))
         throw std::runtime_error("no connection factory");
-    return ulk::Ptr<ulk::remoting::IConnectionFactory>::Adopt(
-        static_cast<ulk::remoting::IConnectionFactory*>(object));
+    return ulk::Ptr<ulk::remoting::IConnectionFactory>::Adopt(static_cast<ulk::remoting::IConnectionFactory*>(object));
 }
 
 ulk::Ptr<ulk::remoting::ITransport> Transport() {

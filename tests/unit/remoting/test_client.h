@@ -2,19 +2,18 @@
 // A client of the module and a server for it, each in one line of a test.
 #pragma once
 
-#include <sys/types.h>
+#include <contract/remoting.h>
+#include <contract/tfs/event.h>
+#include <foundation/module.h>
+#include <foundation/objclient.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
+#include <sys/types.h>
 #include <vector>
-
-#include <contract/remoting.h>
-#include <contract/tfs/event.h>
-#include <foundation/module.h>
-#include <foundation/objclient.h>
 
 namespace tfs::test {
 
