@@ -122,8 +122,12 @@ start_virtual_display() {
         address=$(<"$logs/bus")
         export DBUS_SESSION_BUS_ADDRESS="$address"
     fi
+    if [[ -z ${XDG_RUNTIME_DIR:-} ]]; then
+        mkdir -p -m 700 "$logs/runtime"
+        export XDG_RUNTIME_DIR="$logs/runtime"
+    fi
     export QT_QUICK_BACKEND=software
-    start_process openbox 2>"$logs/openbox.log"
+    start_process openbox >"$logs/openbox.log" 2>&1
     wait_for 20 has_window_manager || die "The window manager did not start; see $logs/openbox.log."
     start_process trayer --edge bottom --align right --widthtype request --height 28 2>"$logs/trayer.log"
     wait_for 20 has_tray || die "The tray did not start; see $logs/trayer.log."

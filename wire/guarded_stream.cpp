@@ -87,6 +87,15 @@ void GuardedStream::ReportEnd(StreamEnd why) {
     }
 }
 
+kj::Promise<void> GuardedStream::Watch(kj::Promise<void> write) {
+    // After a failed write the network drops the read under way, which then can't tell of the end any more.
+    return write.then([this] { Written(); },
+                      [this](kj::Exception&& e) {
+                          ReportEnd(StreamEnd::Closed);
+                          kj::throwFatalException(kj::mv(e));
+                      });
+}
+
 void GuardedStream::Written() {
     auto waiting = kj::mv(m_waiting);
     m_waiting = kj::Vector<kj::Own<kj::PromiseFulfiller<void>>>();
@@ -96,12 +105,12 @@ void GuardedStream::Written() {
 
 kj::Promise<void> GuardedStream::writeMessage(kj::ArrayPtr<const int> fds,
                                               kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>> segments) {
-    return m_stream.writeMessage(fds, segments).then([this] { Written(); });
+    return Watch(m_stream.writeMessage(fds, segments));
 }
 
 kj::Promise<void>
 GuardedStream::writeMessages(kj::ArrayPtr<kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>>> messages) {
-    return m_stream.writeMessages(messages).then([this] { Written(); });
+    return Watch(m_stream.writeMessages(messages));
 }
 
 kj::Maybe<int> GuardedStream::getSendBufferSize() { return m_stream.getSendBufferSize(); }

@@ -18,7 +18,7 @@ struct StreamLimits {
     std::size_t capabilitiesPerMessage = 4;
 };
 
-/// Why nothing more can be read.
+/// Why nothing more can be read or written.
 enum class StreamEnd {
     Closed, ///< the peer is gone
     Broken, ///< what came isn't the protocol, or is beyond a limit
@@ -33,7 +33,7 @@ capnp::ReaderOptions NetworkOptions() noexcept;
 /// - While `mayRead` says no, nothing is read: a peer that doesn't take its answers gets no further calls through, so
 ///   that the write queue stays bounded (a very long one would overflow the stack when it is torn down).
 /// - Counts the peer's open calls and the capabilities of each message.
-/// - Tells at once when reading has ended; the library itself may wait first for a write that never ends.
+/// - Tells at once when reading or writing has ended; the library itself may wait first for a write that never ends.
 class GuardedStream final : public capnp::MessageStream {
 public:
     GuardedStream(kj::AsyncIoStream& stream, StreamLimits limits);
@@ -59,6 +59,7 @@ private:
     kj::Promise<void> WaitUntilReadable();
     void Inspect(capnp::MessageReader& message);
     void ReportEnd(StreamEnd why);
+    kj::Promise<void> Watch(kj::Promise<void> write);
     void Written();
 
     capnp::AsyncIoMessageStream m_stream;

@@ -11,7 +11,9 @@ std::string ExceptionText(const std::exception& exception) {
     if (ours == nullptr)
         return exception.what();
     ulk::types::string16_t text(ours->Message());
-    ours->Describe(text);
+    // Without a code the description is the message.
+    if (dynamic_cast<const ulk::ResultCodeException*>(ours) != nullptr)
+        ours->Describe(text);
     return text.empty() ? std::string(exception.what()) : ulk::text::ToUtf8Lossy(text);
 }
 

@@ -32,7 +32,6 @@ SystemTrayIcon {
         onTriggered: tray.wasClicked = false
     }
 
-    visible: available
     icon.source: "qrc:/images/icon-t.svg"
     tooltip: window.title
 
@@ -48,4 +47,9 @@ SystemTrayIcon {
             onTriggered: Qt.quit()
         }
     }
+
+    // Shown last: a tray icon that is made visible before it has its picture stays empty on some hosts.
+    Component.onCompleted: visible = Qt.binding(function () {
+        return available;
+    })
 }

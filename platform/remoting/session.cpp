@@ -31,6 +31,7 @@ Session::Session(kj::AsyncIoContext& io, kj::AutoCloseFd socket, ConnectionCore&
       m_network(m_stream, capnp::rpc::twoparty::Side::CLIENT, tfs::wire::NetworkOptions()),
       m_rpc(capnp::makeRpcClient(m_network)), m_tasks(*this) {
     m_stream.SetOnEnd([this](tfs::wire::StreamEnd why) { OnStreamEnd(why); });
+    m_tasks.add(m_network.onDisconnect().then([this] { OnStreamEnd(tfs::wire::StreamEnd::Closed); }));
 }
 
 Session::~Session() noexcept(false) {

@@ -16,8 +16,8 @@ public:
     InstanceLock(const InstanceLock&) = delete;
     InstanceLock& operator=(const InstanceLock&) = delete;
 
-    /// eLocked where another process holds it, else the code of the system call. Writes the process number into the
-    /// file, for people.
+    /// eLocked where another process holds it and keeps it for half a second, else the code of the system call. Writes
+    /// the process number into the file, for people.
     result_t Acquire(const std::string& path) noexcept;
     void Release() noexcept;
 

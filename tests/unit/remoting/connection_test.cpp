@@ -110,6 +110,21 @@ TEST_F(ConnectionTest, LostBeforeACall) {
     EXPECT_EQ(client.result, ulk::eNotReady);
 }
 
+// A write that fails because the peer is gone cancels the read that would have seen the end.
+TEST_F(ConnectionTest, EndIsSeenAtOnceWithoutAHeartbeat) {
+    auto settings = Settings(folder.File("socket"));
+    settings.heartbeatMs = 60'000;
+    for (int round = 0; round < 100; ++round) {
+        Client client(settings);
+        const auto manager = client.Get<ITfsTaskManager>();
+        ASSERT_EQ(client.result, ulk::sOk);
+        EXPECT_EQ(manager->StartTask(u"2"), ulk::sOk); // its end is on the way while the service stops
+        server->Stop();
+        ASSERT_TRUE(WaitFor([&] { return !client.IsAlive(); }, 500ms)) << round;
+        ASSERT_EQ(server->Start(), ulk::sOk);
+    }
+}
+
 TEST_F(ConnectionTest, LostDuringACall) {
     ServerProcess process(folder.File("other"));
     Client client(folder.File("other"));

@@ -11,6 +11,7 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 
 namespace tfs::service::scan {
@@ -106,7 +107,7 @@ TEST(FileWalker, GoesDeeperThanAPathMayBeLongAndThanItMayOpenFiles) {
             deepest = path;
     ASSERT_GT(deepest.size(), 30000u);
     EXPECT_EQ(Walk({deepest}).files.size(), 1u);
-    test::Run("rm -rf '" + folder.Path() + "'"); // std::filesystem::remove_all recurses
+    test::RunCommand("rm -rf '" + folder.Path() + "'"); // std::filesystem::remove_all recurses
 }
 
 TEST(FileWalker, LeavesExcludedTreesAlone) {

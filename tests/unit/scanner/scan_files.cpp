@@ -86,7 +86,7 @@ std::string Zip(const std::vector<std::pair<std::string, std::string>>& members)
     return out;
 }
 
-void Run(const std::string& command) {
+void RunCommand(const std::string& command) {
     if (std::system(command.c_str()) != 0)
         throw std::runtime_error(command);
 }

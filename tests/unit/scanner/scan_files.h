@@ -32,6 +32,6 @@ std::string MarkerThreat();
 /// A zip archive with stored members.
 std::string Zip(const std::vector<std::pair<std::string, std::string>>& members);
 /// Runs a command by the shell; throws std::runtime_error when it fails.
-void Run(const std::string& command);
+void RunCommand(const std::string& command);
 
 } // namespace tfs::test

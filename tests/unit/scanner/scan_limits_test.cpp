@@ -80,7 +80,7 @@ TEST(ScanLimits, EncryptedArchivesAreNotProcessed) {
     const TemporaryFolder folder;
     const std::string source = folder.Write("e.com", TestThreat());
     const std::string encrypted = folder / "encrypted.zip";
-    Run("cd '" + folder.Path() + "' && zip -q -P secret encrypted.zip e.com && rm e.com");
+    RunCommand("cd '" + folder.Path() + "' && zip -q -P secret encrypted.zip e.com && rm e.com");
     RunningScan scan(scanner.Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();
     EXPECT_EQ(scan.Observer().ReasonOf(encrypted), "encrypted");
@@ -110,7 +110,7 @@ TEST(ScanLimits, AnythingOverALimitIsNotProcessedUnlessAThreatIsFoundFirst) {
     for (int i = 0; i < 8; ++i)
         folder.Write("sum/part" + std::to_string(i), Noise(1000 << 10, static_cast<std::uint32_t>(i)).substr(0, 500) +
                                                           std::string(900 << 10, 'z'));
-    Run("cd '" + folder.Path() + "' && zip -q bomb.zip zeros && rm zeros && zip -qr sum.zip sum && rm -r sum");
+    RunCommand("cd '" + folder.Path() + "' && zip -q bomb.zip zeros && rm zeros && zip -qr sum.zip sum && rm -r sum");
     many.insert(many.begin(), {"e.com", TestThreat()});
     const std::string caught = folder.Write("caught.zip", Zip(many));
     RunningScan scan(scanner.Service(), Area(folder.Path()));
@@ -145,7 +145,7 @@ TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
         GTEST_SKIP() << "no tmpfs of its own can be mounted here";
     const TemporaryFolder folder;
     folder.Write("zeros", std::string(20 << 20, 'z') + TestThreat());
-    Run("cd '" + folder.Path() + "' && zip -q full.zip zeros && tar -czf full.tar.gz zeros && rm zeros");
+    RunCommand("cd '" + folder.Path() + "' && zip -q full.zip zeros && tar -czf full.tar.gz zeros && rm zeros");
     folder.Write("e.com", TestThreat());
     RunningScan scan(scanner.Service(), Area(folder.Path()));
     scan.Result();
@@ -157,8 +157,8 @@ TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
 TEST(ScanLimits, AHugeSparseBombIsNotProcessed) {
     Scanner scanner;
     const TemporaryFolder folder;
-    Run("cd '" + folder.Path() + "' && truncate -s 2500M zeros && zip -q bomb.zip zeros && rm zeros");
-    Run("truncate -s 3G '" + folder.Path() + "/sparse'");
+    RunCommand("cd '" + folder.Path() + "' && truncate -s 2500M zeros && zip -q bomb.zip zeros && rm zeros");
+    RunCommand("truncate -s 3G '" + folder.Path() + "/sparse'");
     RunningScan scan(scanner.Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();
     EXPECT_EQ(result.counters.scannedObjects, 0u) << "clean would be a lie";

@@ -36,8 +36,8 @@ std::string BusyContent(std::size_t size) {
     return content;
 }
 
-/// Sets the file's times into the past, so that it is old enough to be remembered as clean.
-void MakeOld(const std::string& path, Scanner& scanner) {
+/// Waits until the file is old enough to be remembered as clean.
+void WaitUntilOld(const std::string& path) {
     // The status time can't be set; the cache wants it two seconds old.
     struct stat status {};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
@@ -46,7 +46,6 @@ void MakeOld(const std::string& path, Scanner& scanner) {
         ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
         return now.tv_sec - status.st_ctim.tv_sec > 2;
     }));
-    (void)scanner;
 }
 
 TEST_F(ScanRunTest, FindsTheThreatPlainAndInsideContainers) {
@@ -59,7 +58,7 @@ TEST_F(ScanRunTest, FindsTheThreatPlainAndInsideContainers) {
         folder.Write("hash.bin", std::string("tolvander harmless sample: granite ") + "meadow thirty-one\n");
     folder.Write("src/e.com", TestThreat());
     const std::string tar = folder / "three.tar.gz";
-    Run("tar -C '" + folder.Path() + "' -czf '" + tar + "' src && rm -r '" + folder.Path() + "/src'");
+    RunCommand("tar -C '" + folder.Path() + "' -czf '" + tar + "' src && rm -r '" + folder.Path() + "/src'");
     folder.Write("clean.txt", "nothing to see");
     RunningScan scan(Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();
@@ -74,8 +73,9 @@ TEST_F(ScanRunTest, FindsTheThreatPlainAndInsideContainers) {
     EXPECT_EQ(result.counters.percent, 100u);
     for (const ThreatFound& threat : scan.Observer().Threats()) {
         const char* inner = threat.path == nested ? "inner.zip/e.com" : threat.path == zip ? "e.com" : "";
-        if (threat.path != tar)
+        if (threat.path != tar) {
             EXPECT_EQ(threat.innerName, inner) << threat.path;
+        }
         EXPECT_EQ(threat.ownerUid, ::getuid());
         EXPECT_EQ(threat.size, std::filesystem::file_size(threat.path));
     }
@@ -115,7 +115,7 @@ TEST_F(ScanRunTest, AnUnchangedTreeIsNotReadAgainAndAChangedFileIs) {
     std::string last;
     for (int i = 0; i < 20; ++i)
         last = folder.Write("f" + std::to_string(i), "clean " + std::to_string(i));
-    MakeOld(last, *s_scanner);
+    WaitUntilOld(last);
     ASSERT_EQ(RunningScan(Service(), Area(folder.Path())).Result().counters.scannedObjects, 20u);
     // With all workers stopped only what is remembered can have a verdict.
     const auto workers = s_scanner->Workers();

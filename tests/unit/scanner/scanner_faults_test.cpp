@@ -113,8 +113,9 @@ TEST(ScannerFaults, AFileThatHangsEveryWorkerIsReported) {
     stop = true;
     stopper.join();
     EXPECT_EQ(result.end, ScanEnd::Completed);
-    if (result.counters.scannedObjects == 0) // a worker may answer before it is stopped
+    if (result.counters.scannedObjects == 0) { // a worker may answer before it is stopped
         EXPECT_EQ(scan.Observer().ReasonOf(path), "takes too long");
+    }
     EXPECT_EQ(result.counters.scannedObjects + result.counters.notProcessed, 1u);
 }
 
