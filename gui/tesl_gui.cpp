@@ -234,14 +234,7 @@ int TeslGuiApp::RunEventLoop() {
     return QApplication::exec();
 }
 
-ulk::IServiceLocator* TeslGuiApp::GetRemoteServiceLocator() {
-    ulk::IServiceLocator* const remote = m_productConnection ? m_productConnection->GetRemoteServiceLocator() : nullptr;
-    if (remote == nullptr)
-        ThrowNoConnection();
-    return remote;
-}
-
-ulk::Ptr<ulk::IServiceLocator> TeslGuiApp::AcquireRemoteServiceLocator() {
+ulk::Ptr<ulk::IServiceLocator> TeslGuiApp::GetRemoteServiceLocator() {
     ulk::Ptr<ulk::IServiceLocator> remote;
     if (m_productConnection)
         remote = m_productConnection->AcquireRemoteServiceLocator();

@@ -36,13 +36,10 @@ public:
     /// Traces its name; the event loop ends only by QCoreApplication::quit.
     result_t Shutdown() noexcept override;
 
-    /// How all models reach the service. The pointer carries no reference of the caller's: for the GUI thread only.
-    /// Throws ulk::RuntimeError with code 256 and "No connection to product" where there is none.
-    ulk::IServiceLocator* GetRemoteServiceLocator();
-
     ulk::ITracer* Tracer() const noexcept override { return m_tracer.Get(); }
     ulk::IServiceLocator* LocalServiceLocator() const noexcept override { return m_sl.Get(); }
-    ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator() override;
+    /// How all models reach the service, by way of application::AcquireRemoteServiceLocator.
+    ulk::Ptr<ulk::IServiceLocator> GetRemoteServiceLocator() override;
 
 private:
     result_t RunServices(app_core::loader::IApplicationInfrastructureLoader* infrastructureLoader,

@@ -53,7 +53,7 @@ result_t UlkRemoteClientInitializer::Initialize(const tfs::loader::ConfigData& c
 // clang-format on
 
 ulk::IServiceLocator* UlkRemoteClientInitializer::GetRemoteServiceLocator() {
-    if (!m_connection)
+    if (!ULK_CHECK_BOOL_TRACE(m_tracer.Get(), m_connection, "Cannot get remote service locator"))
         return nullptr;
     ulk::Ptr<ulk::IServiceLocator> remoteSl;
     if (!ULK_SUCCEEDED(ULK_CHECK_TRACE(m_tracer.Get(), m_connection->GetServiceLocator(remoteSl.Ref()),

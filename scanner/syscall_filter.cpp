@@ -51,9 +51,6 @@ constexpr int Allowed[] = {
     SCMP_SYS(unlinkat),
     SCMP_SYS(write),
     SCMP_SYS(writev),
-    // the channel
-    SCMP_SYS(recvmsg),
-    SCMP_SYS(sendmsg),
     // time, randomness, locks, ending
     SCMP_SYS(clock_gettime),
     SCMP_SYS(clock_nanosleep),
@@ -83,7 +80,6 @@ constexpr int Allowed[] = {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     SCMP_SYS(readlink),
     SCMP_SYS(sched_getaffinity),
-    SCMP_SYS(mprotect),
 #endif
 };
 
@@ -109,20 +105,15 @@ void FilterSystemCalls(int channel) {
     if (!filter)
         throw std::system_error(ENOMEM, std::generic_category(), "system call filter");
     Check(seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE, 2));
-    for (const int call : Allowed) {
-        if (call == SCMP_SYS(recvmsg) || call == SCMP_SYS(sendmsg))
-            Check(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 1,
-                                   SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(channel))));
-        else
-            Check(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0));
-    }
-    // Memory that can be written and run is never made.
-    Check(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mmap), 1,
-                           SCMP_A2(SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(PROT_EXEC), 0)));
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    Check(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, SCMP_SYS(mprotect), 1,
-                           SCMP_A2(SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(PROT_EXEC), 0)));
-#endif
+    for (const int call : Allowed)
+        Check(seccomp_rule_add(filter.get(), SCMP_ACT_ALLOW, call, 0));
+    const scmp_arg_cmp onChannel{0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(channel), 0};
+    for (const int call : {SCMP_SYS(recvmsg), SCMP_SYS(sendmsg)})
+        Check(seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call, 1, &onChannel));
+    // Memory that can be run is never made.
+    const scmp_arg_cmp notExecutable{2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0};
+    for (const int call : {SCMP_SYS(mmap), SCMP_SYS(mprotect)})
+        Check(seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, call, 1, &notExecutable));
     for (const int call : Refused)
         seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(call == SCMP_SYS(clone3) ? ENOSYS : EPERM), call, 0);
     Check(seccomp_load(filter.get()));

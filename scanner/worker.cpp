@@ -3,15 +3,21 @@
 
 #include <scanner/worker.h>
 
+#include <malloc.h>
+
 namespace tfs::scanner {
 namespace {
 
 /// How often a long read looks for a cancellation and tells how far it is.
 constexpr std::chrono::milliseconds LookInterval{50};
+constexpr int KeptMemory = 8 << 20;
 
 } // namespace
 
 void Worker::Run() {
+    // Memory that one file needed is kept for the next one instead of being given back and asked for again.
+    ::mallopt(M_MMAP_THRESHOLD, KeptMemory);
+    ::mallopt(M_TRIM_THRESHOLD, KeptMemory);
     Send(m_channel, {.kind = MessageKind::Ready});
     for (;;) {
         if (m_waiting.empty() && !Take(MSG_DONTWAIT)) {

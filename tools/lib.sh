@@ -123,7 +123,7 @@ start_virtual_display() {
         export DBUS_SESSION_BUS_ADDRESS="$address"
     fi
     if [[ -z ${XDG_RUNTIME_DIR:-} ]]; then
-        mkdir -p -m 700 "$logs/runtime"
+        [[ -d $logs/runtime ]] || mkdir -m 700 "$logs/runtime"
         export XDG_RUNTIME_DIR="$logs/runtime"
     fi
     export QT_QUICK_BACKEND=software

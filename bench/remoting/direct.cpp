@@ -59,7 +59,7 @@ public:
         });
         ready.get_future().wait();
     }
-    ~DirectPath() override {
+    ~DirectPath() noexcept override {
         m_stop->fulfill();
         m_thread.join();
     }

@@ -32,7 +32,7 @@ ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator() {
     IApplication* const instance = Current();
     if (instance == nullptr)
         ThrowNoConnection();
-    return instance->AcquireRemoteServiceLocator();
+    return instance->GetRemoteServiceLocator();
 }
 
 } // namespace application

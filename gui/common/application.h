@@ -16,7 +16,7 @@ public:
     virtual ulk::IServiceLocator* LocalServiceLocator() const noexcept = 0;
     /// The service's locator, held for the caller, who may be on a worker thread while the connection is dropped.
     /// Throws ulk::RuntimeError with code 256 and "No connection to product" where there is none.
-    virtual ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator() = 0;
+    virtual ulk::Ptr<ulk::IServiceLocator> GetRemoteServiceLocator() = 0;
 
 protected:
     ~IApplication() = default;
@@ -30,7 +30,7 @@ void Set(IApplication* instance) noexcept;
 /// Null without an application or before its tracer has been obtained.
 ulk::ITracer* GetTracer() noexcept;
 ulk::IServiceLocator* GetLocalServiceLocator() noexcept;
-/// Throws as IApplication::AcquireRemoteServiceLocator does, also without an application.
+/// IApplication::GetRemoteServiceLocator of the running application. Throws as it does, also without an application.
 ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator();
 
 } // namespace application

@@ -23,13 +23,34 @@ result_t EventSubscription::Subscribe(ulk::IServiceLocator* remoteSl, IGuiEventR
                                       const EventFilter& filter) {
     if (m_thread.joinable())
         return ulk::sOk;
+    try {
+        const result_t result = Begin(remoteSl, receiver, filter);
+        if (!ULK_SUCCEEDED(result))
+            Unsubscribe();
+        return result;
+    } catch (...) {
+        Unsubscribe();
+        throw;
+    }
+}
+
+result_t EventSubscription::Begin(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver,
+                                  const EventFilter& filter) {
     m_receiver = ulk::Ptr<IGuiEventReceiver>(receiver);
-    result_t result = ULK_CHECK_TRACE(GetTracer(), ulk::GetInterface(remoteSl, m_eventSubscriber.Ref()),
-                                      "Cannot get IEventSubscriber");
+    result_t result = ULK_CHECK_TRACE(GetTracer(), m_queueEvent.Create(true), "Cannot create queue event");
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    // Where the service couldn't be told to stop, something may have come since.
+    DropQueue();
+    result = ULK_CHECK_TRACE(GetTracer(), ulk::GetInterface(remoteSl, m_eventSubscriber.Ref()),
+                             "Cannot get IEventSubscriber");
     if (!ULK_SUCCEEDED(result))
         return result;
     result = ULK_CHECK_TRACE(GetTracer(), m_eventSubscriber->Subscribe(this, filter), "Cannot subscribe");
     if (!ULK_SUCCEEDED(result)) {
+        // A call whose answer came too late may have been carried out; mostly there is nothing to undo, so that a
+        // refusal is no news.
+        (void)m_eventSubscriber->Unsubscribe(this);
         m_eventSubscriber.Reset();
         return result;
     }
@@ -58,16 +79,20 @@ result_t EventSubscription::Unsubscribe() {
     }
     m_running = false;
     if (m_thread.joinable()) {
+        ULK_TRACE(GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__ << ": joining the thread";
         m_queueEvent.Set();
         m_thread.join();
         m_thread = std::thread();
     }
-    {
-        const ulk::LockGuard lock(m_queueMutex);
-        m_queue.clear();
-    }
+    m_queueEvent.Destroy();
+    DropQueue();
     m_receiver.Reset();
     return ulk::sOk;
+}
+
+void EventSubscription::DropQueue() {
+    const ulk::LockGuard lock(m_queueMutex);
+    m_queue.clear();
 }
 
 result_t EventSubscription::OnEvent(const Event& event) {
@@ -101,9 +126,6 @@ void EventSubscription::RunThread() {
         }
         ULK_TRACE(GetTracer(), ulk::level::Detail) << signature << ": got " << batch.size() << " events";
         for (const Event& event : batch) {
-            // A long batch of slow handlers must not hold up an Unsubscribe.
-            if (!m_running)
-                break;
             try {
                 m_receiver->OnEvent(event);
             }

@@ -23,17 +23,20 @@ public:
     result_t FinalConstruct();
     void FinalRelease() noexcept;
 
-    /// Starts the thread and subscribes. Does nothing while a thread exists; a failure leaves no thread behind.
+    /// Subscribes and starts the thread. Does nothing while a thread exists; a failure leaves nothing behind, neither
+    /// here nor at the service.
     result_t Subscribe(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver, const EventFilter& filter);
-    /// The service stops calling before the thread stops; what is still queued is dropped. Must not be called from
-    /// a handler.
+    /// The service stops calling before the thread stops. The batch under way is finished, what is still queued is
+    /// dropped. Must not be called from a handler.
     result_t Unsubscribe();
 
     result_t OnEvent(const Event& event) override;
     result_t GetReceiverName(ulk::types::string16_t& name) const override;
 
 private:
+    result_t Begin(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver, const EventFilter& filter);
     result_t CreateThread() noexcept;
+    void DropQueue();
     void RunThread();
 
     ulk::Mutex m_queueMutex;

@@ -8,15 +8,18 @@
 #include <remote/remote_client_initializer.h>
 
 #include <QtCore/QMutexLocker>
-#include <chrono>
+#include <QtCore/QThread>
+#include <utility>
 
 namespace tfs::gui {
 namespace {
 
 constexpr int PollIntervalMs = 1000;
-/// How long a caller waits for a connection that is being opened. A living service answers within a fraction of it;
-/// a stopped one must not hold up the painting of the window.
+/// How long the GUI thread waits for a connection that is being opened. A living service answers within a fraction of
+/// it; a stopped one must not hold up the painting of the window.
 constexpr auto OpeningPatience = std::chrono::milliseconds(200);
+/// The transport gives up after two seconds; the rest is for a busy machine.
+constexpr auto AttemptLimit = std::chrono::milliseconds(2500);
 
 } // namespace
 
@@ -26,7 +29,10 @@ ProductConnection::ProductConnection(QObject* parent) : QObject(parent), m_isCer
 
 ProductConnection::~ProductConnection() {
     ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
-    m_wasConnected = false;
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_wasConnected = false;
+    }
     try {
         m_lost();
     }
@@ -69,24 +75,57 @@ bool ProductConnection::CheckConnection() {
     return false;
 }
 
+bool ProductConnection::IsGuiThread() const { return QThread::currentThread() == thread(); }
+
+void ProductConnection::BeginAttempt() {
+    m_attempt = std::async(std::launch::async, [local = m_localServiceLocator, config = m_config] {
+        auto attempt = std::make_shared<Attempt>();
+        attempt->client = std::make_unique<tfs::remote::UlkRemoteClientInitializer>(local.Get());
+        attempt->result = attempt->client->Initialize(*config);
+        return attempt;
+    });
+    m_attemptDeadline = std::chrono::steady_clock::now() + AttemptLimit;
+}
+
+void ProductConnection::AwaitAttempt() noexcept {
+    try {
+        AttemptResult attempt;
+        std::chrono::steady_clock::time_point deadline;
+        {
+            const QMutexLocker lock(&m_mutex);
+            // While a service is unreachable each of many events in hand would wait, and a page that goes for them all.
+            if (m_remoteClient || m_hasLastAttemptFailed)
+                return;
+            if (!m_attempt.valid())
+                BeginAttempt();
+            attempt = m_attempt;
+            deadline = m_attemptDeadline;
+        }
+        // Without the mutex, which the poll needs.
+        attempt.wait_until(deadline);
+    }
+    GUI_CATCH_ALL
+}
+
 ProductConnection::Client ProductConnection::OpenClient() {
     if (!m_attempt.valid()) {
-        m_attempt = std::async(std::launch::async, [local = m_localServiceLocator, config = m_config] {
-            Attempt attempt{std::make_unique<tfs::remote::UlkRemoteClientInitializer>(local.Get()), ulk::sOk};
-            attempt.result = attempt.client->Initialize(*config);
-            return attempt;
-        });
-        m_attempt.wait_for(OpeningPatience);
+        BeginAttempt();
+        if (IsGuiThread())
+            m_attempt.wait_for(OpeningPatience);
     }
     if (m_attempt.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
         ulk::check::Throw(__FILE__, __LINE__, ulk::eNotReady, "Cannot connect to service");
-    // get() also rethrows what the client's constructor threw, and leaves the future free for the next attempt.
-    Attempt attempt = m_attempt.get();
+    // Left empty for the next attempt, also where get() throws what the client's constructor threw.
+    const AttemptResult done = std::exchange(m_attempt, AttemptResult());
+    m_hasLastAttemptFailed = true;
+    Attempt& attempt = *done.get();
     ULK_CHECK_THROW(attempt.result, "Cannot connect to service");
+    m_hasLastAttemptFailed = false;
     return std::move(attempt.client);
 }
 
 void ProductConnection::DropClient() noexcept {
+    m_wasClientDropped = m_wasClientDropped || m_wasConnected;
     m_remoteServiceLocator.Reset();
     m_remoteClient.reset();
 }
@@ -99,25 +138,33 @@ ulk::IServiceLocator* ProductConnection::GetRemoteServiceLocator() {
 }
 
 ulk::Ptr<ulk::IServiceLocator> ProductConnection::AcquireRemoteServiceLocator() {
+    if (!IsGuiThread())
+        AwaitAttempt();
     const QMutexLocker lock(&m_mutex);
     return ulk::Ptr<ulk::IServiceLocator>(GetRemoteServiceLocator());
+}
+
+std::pair<bool, bool> ProductConnection::Poll() {
+    const QMutexLocker lock(&m_mutex);
+    const bool isThere = CheckConnection();
+    // A connection that was replaced between two polls is a loss first; the next poll finds the new one.
+    const bool connected = !std::exchange(m_wasClientDropped, false) && isThere;
+    return {connected, std::exchange(m_wasConnected, connected)};
 }
 
 void ProductConnection::onTimer() {
     ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     try {
-        const bool connected = CheckConnection();
-        if (connected && !m_wasConnected) {
+        const auto [connected, wasConnected] = Poll();
+        if (connected && !wasConnected) {
             ULK_TRACE(application::GetTracer(), ulk::level::Notable) << "Established connection with product";
-            m_wasConnected = true;
             SetConnected(true);
             SetCertifiedBuild(false);
             m_established();
         } else if (connected) {
             ULK_TRACE(application::GetTracer(), ulk::level::Detail) << "Connection with product successfully checked";
-        } else if (m_wasConnected) {
+        } else if (wasConnected) {
             ULK_TRACE(application::GetTracer(), ulk::level::Failure) << "Connection to service lost!";
-            m_wasConnected = false;
             SetConnected(false);
             SetCertifiedBuild(IsCertifiedBuild());
             m_lost();

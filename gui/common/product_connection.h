@@ -9,6 +9,7 @@
 #include <QtCore/QRecursiveMutex>
 #include <QtCore/QTimer>
 #include <boost/signals2/signal.hpp>
+#include <chrono>
 #include <future>
 #include <memory>
 
@@ -34,12 +35,14 @@ public:
     /// Begins polling; the first poll comes after the first second.
     void Start(ulk::IServiceLocator* localServiceLocator, std::shared_ptr<const tfs::loader::ConfigData> config);
 
-    /// Makes sure of the connection, opening it where there is none. Never throws. Opening goes on beside the caller,
-    /// who waits for it only briefly: a service that accepts and then stays silent counts as unreachable meanwhile.
+    /// Makes sure of the connection, opening it where there is none. Never throws. Opening goes on beside the caller;
+    /// the GUI thread waits for it only briefly: a service that accepts and then stays silent counts as unreachable
+    /// meanwhile.
     bool CheckConnection();
     /// Null without a connection. The pointer carries no reference of the caller's: for the GUI thread only.
     ulk::IServiceLocator* GetRemoteServiceLocator();
-    /// The same with a reference, for any thread.
+    /// The same with a reference, for any thread. Other threads than the GUI's wait for a connection that is being
+    /// opened until the transport gives it up, unless the attempt before it has failed too.
     ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator();
 
     bool isConnectedToProduct() const { return m_isConnectedToProduct; }
@@ -62,9 +65,15 @@ private:
     using Client = std::unique_ptr<tfs::remote::UlkRemoteClientInitializer>;
     struct Attempt {
         Client client;
-        result_t result;
+        result_t result = ulk::eNotReady;
     };
+    using AttemptResult = std::shared_future<std::shared_ptr<Attempt>>;
 
+    /// Whether the service is reached, and whether the last poll had reached it.
+    std::pair<bool, bool> Poll();
+    bool IsGuiThread() const;
+    void BeginAttempt();
+    void AwaitAttempt() noexcept;
     Client OpenClient();
     void DropClient() noexcept;
     void SetConnected(bool connected);
@@ -78,11 +87,16 @@ private:
     ulk::Ptr<ulk::IServiceLocator> m_localServiceLocator;
     std::shared_ptr<const tfs::loader::ConfigData> m_config;
     Client m_remoteClient;
-    std::future<Attempt> m_attempt;
+    AttemptResult m_attempt;
+    std::chrono::steady_clock::time_point m_attemptDeadline;
+    bool m_hasLastAttemptFailed = false;
     ulk::Ptr<ulk::IServiceLocator> m_remoteServiceLocator;
     bool m_wasConnected = false;
+    /// A client was dropped since the last poll that found one. Whatever is subscribed through it is dead, also where
+    /// another thread has opened a new one by the next poll.
+    bool m_wasClientDropped = false;
     std::unique_ptr<QTimer> m_timer;
-    /// Guards the remote client, the attempt under way and the remote locator.
+    /// Guards the remote client, the attempt under way, the remote locator and the memory of the last poll.
     QRecursiveMutex m_mutex;
     boost::signals2::signal<void()> m_lost;
     boost::signals2::signal<void()> m_established;

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/common/queue_event.h>
 
+#include <exception>
+
 namespace tfs::gui {
 
 result_t QueueEvent::Create(bool autoReset) noexcept {
     try {
-        m_state = std::make_unique<State>();
-        m_state->autoReset = autoReset;
+        const std::lock_guard lock(m_mutex);
+        m_condition = std::make_unique<std::condition_variable>();
+        m_autoReset = autoReset;
+        m_signalled = false;
         return ulk::sOk;
     } catch (const std::exception&) {
         return ulk::eOutOfMemory;
@@ -14,22 +18,26 @@ result_t QueueEvent::Create(bool autoReset) noexcept {
 }
 
 void QueueEvent::Set() noexcept {
-    if (!m_state)
+    const std::lock_guard lock(m_mutex);
+    if (!m_condition)
         return;
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->signalled = true;
-    }
-    m_state->condition.notify_one();
+    m_signalled = true;
+    // Under the lock, or the condition variable could be gone by now.
+    m_condition->notify_one();
 }
 
 void QueueEvent::Wait() noexcept {
-    if (!m_state)
+    std::unique_lock lock(m_mutex);
+    if (!m_condition)
         return;
-    std::unique_lock lock(m_state->mutex);
-    m_state->condition.wait(lock, [this] { return m_state->signalled; });
-    if (m_state->autoReset)
-        m_state->signalled = false;
+    m_condition->wait(lock, [this] { return m_signalled; });
+    if (m_autoReset)
+        m_signalled = false;
+}
+
+void QueueEvent::Destroy() noexcept {
+    const std::lock_guard lock(m_mutex);
+    m_condition.reset();
 }
 
 } // namespace tfs::gui

@@ -10,27 +10,26 @@
 
 namespace tfs::gui {
 
-/// Condition variable with its mutex and two flags. Set may come from any thread, Wait from one. Waiting knows no
-/// deadline, so no clock is asked.
+/// Condition variable with its mutex and two flags. Set may come from any thread at any time, also while the event is
+/// being destroyed; Wait from one. Waiting knows no deadline, so that no clock is asked and none that is set back can
+/// hold it up.
 class QueueEvent {
 public:
-    /// With autoReset a wait that ends clears the signal. eOutOfMemory where the condition variable can't be made.
+    /// With autoReset a wait that ends clears the signal. Not signalled at first, also where there was an event before.
+    /// eOutOfMemory where the condition variable can't be made. Nobody may be waiting.
     result_t Create(bool autoReset) noexcept;
-    /// Sets the signal and wakes one waiter. Without effect before Create.
+    /// Sets the signal and wakes one waiter. Without effect before Create and after Destroy.
     void Set() noexcept;
-    /// Returns when the signal is set; at once before Create.
+    /// Returns when the signal is set; at once without an event.
     void Wait() noexcept;
     /// Nobody may be waiting.
-    void Destroy() noexcept { m_state.reset(); }
+    void Destroy() noexcept;
 
 private:
-    struct State {
-        std::mutex mutex;
-        std::condition_variable condition;
-        bool autoReset = false;
-        bool signalled = false;
-    };
-    std::unique_ptr<State> m_state;
+    std::mutex m_mutex;
+    std::unique_ptr<std::condition_variable> m_condition;
+    bool m_autoReset = false;
+    bool m_signalled = false;
 };
 
 } // namespace tfs::gui

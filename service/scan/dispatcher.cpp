@@ -121,10 +121,12 @@ void ScannerService::Impl::Wake() noexcept {
 int ScannerService::Impl::Timeout() const {
     if (m_phase == Phase::Starting || m_phase == Phase::Waiting || m_spawning != 0 || !m_clients.empty())
         return TickMs;
+    if (m_phase != Phase::Running)
+        return -1;
     const bool quiet = std::all_of(m_workers.begin(), m_workers.end(), [](const auto& each) {
         return each.second.ready && each.second.inFlight.empty() && !each.second.killed;
     });
-    return quiet && m_workers.size() >= m_targetWorkers ? -1 : m_phase == Phase::Running ? TickMs : -1;
+    return quiet && m_workers.size() == m_targetWorkers ? -1 : TickMs;
 }
 
 void ScannerService::Impl::Loop() {
@@ -135,11 +137,10 @@ void ScannerService::Impl::Loop() {
         KeepWorkers();
         RetireIdle();
         Dispatch();
-        const int timeout = m_callbacks.empty() && !m_stateDirty ? Timeout() : 0;
-        MakeCallbacks(lock);
-        if (m_stopping)
-            break;
+        Calls calls = TakeCalls();
+        const int timeout = Timeout();
         lock.unlock();
+        Make(std::move(calls));
         const int count = ::epoll_wait(m_poll.Get(), events, PollEvents, timeout);
         lock.lock();
         for (int i = 0; i < count && !m_stopping; ++i) {
@@ -161,30 +162,31 @@ void ScannerService::Impl::Loop() {
     EndParent(EndPatienceMs);
     m_phase = Phase::Stopped;
     Unavailable("stopped");
-    MakeCallbacks(lock);
+    Calls calls = TakeCalls();
+    lock.unlock();
+    Make(std::move(calls));
 }
 
-void ScannerService::Impl::MakeCallbacks(ulk::LockGuard& lock) {
-    std::vector<Callback> callbacks;
-    callbacks.swap(m_callbacks);
-    std::function<void()> stateChanged;
+ScannerService::Impl::Calls ScannerService::Impl::TakeCalls() {
+    Calls calls;
+    calls.toClients.swap(m_callbacks);
     if (m_stateDirty) {
         m_stateDirty = false;
-        stateChanged = m_stateChanged;
+        calls.stateChanged = m_stateChanged;
         m_changed.notify_all();
     }
-    if (callbacks.empty() && !stateChanged)
-        return;
-    lock.unlock();
-    for (Callback& each : callbacks) {
+    return calls;
+}
+
+void ScannerService::Impl::Make(Calls calls) {
+    for (Callback& each : calls.toClients) {
         if (each.isVerdict)
             each.client->OnVerdict(each.token, std::move(each.verdict));
         else
             each.client->OnBytes(each.token, each.bytes);
     }
-    if (stateChanged)
-        stateChanged();
-    lock.lock();
+    if (calls.stateChanged)
+        calls.stateChanged();
 }
 
 void ScannerService::Impl::Answer(Request& request, FileVerdict verdict) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <thread>
@@ -62,10 +63,16 @@ private:
         FileVerdict verdict;
     };
 
+    struct Calls {
+        std::vector<Callback> toClients;
+        std::function<void()> stateChanged;
+    };
+
     void Loop() ULK_EXCLUDES(m_lock);
     int Timeout() const ULK_REQUIRES(m_lock);
     void Wake() noexcept;
-    void MakeCallbacks(ulk::LockGuard& lock) ULK_REQUIRES(m_lock);
+    Calls TakeCalls() ULK_REQUIRES(m_lock);
+    static void Make(Calls calls);
     void Answer(Request& request, FileVerdict verdict) ULK_REQUIRES(m_lock);
     void Unavailable(const std::string& error) ULK_REQUIRES(m_lock);
 

@@ -2,12 +2,12 @@
 // The service's events as a log that many readers follow, each at its own pace.
 #pragma once
 
+#include <contract/tfs/event.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
-
-#include <contract/tfs/event.h>
 
 namespace tfs::service::store {
 
@@ -39,8 +39,8 @@ class IEventFeed {
 public:
     virtual ~IEventFeed() = default;
     virtual FeedPosition End() const noexcept = 0;
-    /// Copies at most `limit` items from `sequence` on. False when `sequence` has left the ring: the reader takes End(),
-    /// reads from the store what it missed up to lastStoredId, and goes on at nextSequence.
+    /// Copies at most `limit` items from `sequence` on. False when `sequence` has left the ring: the reader takes
+    /// End(), reads from the store what it missed up to lastStoredId, and goes on at nextSequence.
     virtual bool Read(std::uint64_t sequence, std::size_t limit, std::vector<FeedItem>& items) const = 0;
     /// Stored events with afterId < id <= upToId, ascending, at most `limit`. Includes what is not yet on disk.
     /// Blocking: touches the disk.

@@ -3,6 +3,11 @@
 
 #include <gui/common/events_processor.h>
 
+#include <cerrno>
+#include <functional>
+#include <numeric>
+#include <optional>
+#include <pthread.h>
 #include <stdexcept>
 #include <thread>
 
@@ -24,42 +29,83 @@ class Receiver {
 public:
     result_t operator()(const Event& event) {
         std::unique_lock lock(m_mutex);
-        m_condition.wait(lock, [this] { return !m_held; });
+        m_standsAt = event.id;
+        m_condition.wait(lock, [&] { return m_heldAt != event.id; });
+        m_standsAt.reset();
         m_ids.push_back(event.id);
-        if (m_throws)
-            throw std::runtime_error("handler gave up");
+        if (m_throw)
+            m_throw();
         return ulk::sOk;
     }
     std::vector<std::int64_t> Ids() {
         const std::lock_guard lock(m_mutex);
         return m_ids;
     }
-    void Hold(bool held) {
+    /// The handler stays in the event of this number; a hold at another event is let go.
+    void HoldAt(std::optional<std::int64_t> id) {
         {
             const std::lock_guard lock(m_mutex);
-            m_held = held;
+            m_heldAt = id;
         }
         m_condition.notify_all();
     }
-    void Throw() {
+    bool StandsAt(std::int64_t id) {
         const std::lock_guard lock(m_mutex);
-        m_throws = true;
+        return m_standsAt == id;
+    }
+    void Throw(std::function<void()> thrower) {
+        const std::lock_guard lock(m_mutex);
+        m_throw = std::move(thrower);
     }
 
 private:
     std::mutex m_mutex;
     std::condition_variable m_condition;
-    bool m_held = false;
-    bool m_throws = false;
+    std::optional<std::int64_t> m_heldAt;
+    std::optional<std::int64_t> m_standsAt;
+    std::function<void()> m_throw;
     std::vector<std::int64_t> m_ids;
+};
+
+/// While it lives no thread can be made: its stack would fill the address space.
+class NoThreads {
+public:
+    NoThreads() {
+        EXPECT_EQ(::pthread_getattr_default_np(&m_attributes), 0);
+        pthread_attr_t huge;
+        EXPECT_EQ(::pthread_getattr_default_np(&huge), 0);
+        EXPECT_EQ(::pthread_attr_setstacksize(&huge, std::size_t{1} << 48), 0);
+        EXPECT_EQ(::pthread_setattr_default_np(&huge), 0);
+        ::pthread_attr_destroy(&huge);
+    }
+    ~NoThreads() {
+        ::pthread_setattr_default_np(&m_attributes);
+        ::pthread_attr_destroy(&m_attributes);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+
+private:
+    pthread_attr_t m_attributes;
 };
 
 class EventSubscriptionTest : public test::GuiTest {
 protected:
     EventSubscriptionTest() { EXPECT_EQ(ulk::CreateInstance(m_app.local.Get(), m_processor.Ref()), ulk::sOk); }
     ~EventSubscriptionTest() override {
-        m_receiver.Hold(false);
+        m_receiver.HoldAt(std::nullopt);
         m_processor->Unsubscribe();
+    }
+
+    /// Pushes events of the numbers [from, to).
+    void Push(std::int64_t from, std::int64_t to) {
+        for (std::int64_t id = from; id < to; ++id)
+            EXPECT_TRUE(m_app.subscriber->Push(NumberedEvent(id)));
+    }
+    /// True where nothing but the test holds the processor.
+    bool IsProcessorReleased() {
+        m_processor->AddRef();
+        return m_processor->Release() == 1;
     }
 
     result_t Subscribe() {
@@ -71,32 +117,49 @@ protected:
     ulk::Ptr<EventsProcessor> m_processor;
 };
 
+std::vector<std::int64_t> Numbers(std::int64_t from, std::int64_t to) {
+    std::vector<std::int64_t> numbers(static_cast<std::size_t>(to - from));
+    std::iota(numbers.begin(), numbers.end(), from);
+    return numbers;
+}
+
 TEST_F(EventSubscriptionTest, whatComesDuringABatchIsTheNextBatch) {
     ASSERT_EQ(Subscribe(), ulk::sOk);
     EXPECT_EQ(m_app.subscriber->ReceiverName(), "Test");
-    m_receiver.Hold(true);
-    std::vector<std::int64_t> sent;
-    m_app.subscriber->Push(NumberedEvent(0));
-    sent.push_back(0);
-    ASSERT_TRUE(WaitUntil([this] { return m_app.tracer->Count(": got 1 events") == 1; }));
-    for (std::int64_t id = 1; id <= 500; ++id) {
-        ASSERT_TRUE(m_app.subscriber->Push(NumberedEvent(id)));
-        sent.push_back(id);
-    }
-    m_receiver.Hold(false);
-    ASSERT_TRUE(WaitUntil([&] { return m_receiver.Ids().size() == sent.size(); }));
-    EXPECT_EQ(m_receiver.Ids(), sent);
+    m_receiver.HoldAt(0);
+    Push(0, 1);
+    ASSERT_TRUE(WaitUntil([this] { return m_receiver.StandsAt(0); }));
+    Push(1, 501);
+    m_receiver.HoldAt(std::nullopt);
+    ASSERT_TRUE(WaitUntil([this] { return m_receiver.Ids().size() == 501; }));
+    EXPECT_EQ(m_receiver.Ids(), Numbers(0, 501));
     EXPECT_EQ(m_app.tracer->Count(": got 500 events"), 1u);
 }
 
 TEST_F(EventSubscriptionTest, aHandlerThatThrowsLosesItsEventAlone) {
-    m_receiver.Throw();
     ASSERT_EQ(Subscribe(), ulk::sOk);
     PushAndWait(NumberedEvent(1));
+    const std::string number = std::to_string(int{EventName::TaskCreated});
+    std::string signature;
+    for (const std::string& line : m_app.tracer->Lines(800)) {
+        if (line.find("EventsProcessor::OnEvent") != std::string::npos && line.ends_with(number))
+            signature = line.substr(0, line.size() - number.size());
+    }
+    ASSERT_FALSE(signature.empty()) << "the signature and the event's number";
+
+    m_receiver.Throw([] { throw std::runtime_error("handler gave up"); });
     PushAndWait(NumberedEvent(2));
-    EXPECT_EQ(m_receiver.Ids(), (std::vector<std::int64_t>{1, 2}));
-    EXPECT_EQ(m_app.tracer->Count(300, "handler gave up"), 2u);
-    EXPECT_EQ(m_processor->OnEvent(NumberedEvent(3)), ulk::eUnspecified);
+    EXPECT_EQ(m_app.tracer->Lines(300), (std::vector<std::string>{signature + "handler gave up"}));
+    m_app.tracer->Clear();
+    m_receiver.Throw([] { throw 1; });
+    PushAndWait(NumberedEvent(3));
+    EXPECT_EQ(m_app.tracer->Lines(300), (std::vector<std::string>{signature + ": unspecified error"}));
+    m_app.tracer->Clear();
+    m_receiver.Throw([] { ThrowNoConnection(); });
+    EXPECT_EQ(m_processor->OnEvent(NumberedEvent(4)), ulk::eUnspecified);
+    EXPECT_EQ(m_app.tracer->Lines(300),
+              (std::vector<std::string>{signature + "RuntimeError", signature + ": No connection to product"}));
+    EXPECT_EQ(m_receiver.Ids(), Numbers(1, 5));
 }
 
 TEST_F(EventSubscriptionTest, unsubscribingWhileEventsComeLeavesNoHandlerRunning) {
@@ -117,30 +180,56 @@ TEST_F(EventSubscriptionTest, unsubscribingWhileEventsComeLeavesNoHandlerRunning
     }
 }
 
-TEST_F(EventSubscriptionTest, aBatchUnderWayIsDroppedByUnsubscribe) {
+TEST_F(EventSubscriptionTest, unsubscribingFinishesTheBatchUnderWayAndDropsTheQueue) {
     ASSERT_EQ(Subscribe(), ulk::sOk);
-    m_receiver.Hold(true);
-    for (std::int64_t id = 0; id < 100; ++id)
-        m_app.subscriber->Push(NumberedEvent(id));
+    m_receiver.HoldAt(0);
+    Push(0, 1);
+    ASSERT_TRUE(WaitUntil([this] { return m_receiver.StandsAt(0); }));
+    Push(1, 10);
+    m_receiver.HoldAt(1);
+    ASSERT_TRUE(WaitUntil([this] { return m_receiver.StandsAt(1); }));
+    EXPECT_EQ(m_app.tracer->Count(": got 9 events"), 1u) << "a batch of more than the event that is held";
+    Push(10, 20);
     std::thread unsubscribing([this] { m_processor->Unsubscribe(); });
-    ASSERT_TRUE(WaitUntil([this] { return !m_app.subscriber->IsSubscribed(); }));
-    m_receiver.Hold(false);
+    EXPECT_TRUE(WaitUntil([this] { return m_app.tracer->Count("Unsubscribe(): joining the thread") == 1; }));
+    EXPECT_FALSE(m_app.subscriber->IsSubscribed()) << "the service stops before the thread does";
+    m_receiver.HoldAt(std::nullopt);
     unsubscribing.join();
-    EXPECT_LE(m_receiver.Ids().size(), 100u);
-    const std::size_t handled = m_receiver.Ids().size();
+    EXPECT_EQ(m_receiver.Ids(), Numbers(0, 10));
     EXPECT_EQ(m_app.tracer->Count("RunThread(): finished"), 1u);
-    EXPECT_EQ(m_receiver.Ids().size(), handled);
+
+    ASSERT_EQ(Subscribe(), ulk::sOk);
+    PushAndWait(NumberedEvent(10));
+    EXPECT_EQ(m_receiver.Ids(), Numbers(0, 11)) << "nothing of the first subscription comes to the second";
 }
 
-TEST_F(EventSubscriptionTest, aFailedSubscriptionLeavesNoThread) {
+TEST_F(EventSubscriptionTest, aFailedSubscriptionLeavesNothingBehind) {
     m_app.subscriber->subscribeResult = ulk::eAccessDenied;
     EXPECT_EQ(Subscribe(), ulk::eAccessDenied);
     EXPECT_EQ(m_app.tracer->Count(300, "Cannot subscribe"), 1u);
+    EXPECT_TRUE(IsProcessorReleased());
     m_app.remote->Remove(IEventSubscriber::Iid);
     EXPECT_EQ(Subscribe(), ulk::eNoInterface);
     EXPECT_EQ(m_app.tracer->Count(300, "Cannot get IEventSubscriber"), 1u);
+    EXPECT_TRUE(IsProcessorReleased());
     EXPECT_EQ(m_app.tracer->Count("RunThread(): start"), 0u);
     EXPECT_EQ(m_processor->Unsubscribe(), ulk::sOk) << "nothing to undo";
+}
+
+TEST_F(EventSubscriptionTest, withoutAThreadTheServiceIsToldToStop) {
+    m_app.subscriber->pushedAtOnce = {NumberedEvent(1)};
+    {
+        const NoThreads noThreads;
+        EXPECT_EQ(Subscribe(), ulk::ResultFromErrno(EAGAIN));
+    }
+    EXPECT_EQ(m_app.tracer->Count(300, "Cannot create event processing thread"), 1u);
+    EXPECT_FALSE(m_app.subscriber->IsSubscribed());
+    EXPECT_TRUE(IsProcessorReleased());
+
+    m_app.subscriber->pushedAtOnce.clear();
+    ASSERT_EQ(Subscribe(), ulk::sOk);
+    PushAndWait(NumberedEvent(2));
+    EXPECT_EQ(m_receiver.Ids(), Numbers(2, 3));
 }
 
 TEST_F(EventSubscriptionTest, aServiceThatIsGoneDoesNotStopUnsubscribing) {
@@ -150,14 +239,15 @@ TEST_F(EventSubscriptionTest, aServiceThatIsGoneDoesNotStopUnsubscribing) {
     EXPECT_EQ(m_processor->Unsubscribe(), ulk::sOk);
     EXPECT_EQ(m_app.tracer->Count(300, "Cannot unsubscribe"), 1u);
     EXPECT_EQ(m_app.tracer->Count("RunThread(): finished"), 1u);
-}
+    EXPECT_TRUE(IsProcessorReleased());
 
-TEST_F(EventSubscriptionTest, theWholeChainIsReleased) {
+    Push(1, 2); // the service hasn't heard of it
+    m_app.subscriber->unsubscribeResult = ulk::sOk;
     ASSERT_EQ(Subscribe(), ulk::sOk);
-    EventsProcessor* const raw = m_processor.Get();
-    m_processor->Unsubscribe();
-    EXPECT_EQ(raw->AddRef(), 2u) << "only the test holds it now";
-    raw->Release();
+    PushAndWait(NumberedEvent(2));
+    EXPECT_EQ(m_receiver.Ids(), Numbers(2, 3));
+    EXPECT_EQ(m_processor->Unsubscribe(), ulk::sOk);
+    EXPECT_TRUE(IsProcessorReleased());
 }
 
 } // namespace

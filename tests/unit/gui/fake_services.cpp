@@ -32,6 +32,16 @@ std::size_t FakeTracer::Count(const std::string& part) const {
         m_lines.begin(), m_lines.end(), [&](const auto& line) { return line.second.find(part) != std::string::npos; }));
 }
 
+std::vector<std::string> FakeTracer::Lines(int level) const {
+    const std::lock_guard lock(m_mutex);
+    std::vector<std::string> lines;
+    for (const auto& [lineLevel, text] : m_lines) {
+        if (lineLevel == level)
+            lines.push_back(text);
+    }
+    return lines;
+}
+
 void FakeTracer::Clear() {
     const std::lock_guard lock(m_mutex);
     m_lines.clear();
@@ -202,12 +212,14 @@ result_t FakeEventSubscriber::Subscribe(IRemoteEventsReceiver* receiver, const E
         return subscribeResult;
     m_receiver = ulk::Ptr<IRemoteEventsReceiver>(receiver);
     m_filter = filter;
+    for (const Event& event : pushedAtOnce)
+        m_receiver->OnEvent(event);
     return ulk::sOk;
 }
 
 result_t FakeEventSubscriber::Unsubscribe(IRemoteEventsReceiver* receiver) {
     const std::lock_guard lock(m_mutex);
-    if (m_receiver.Get() == receiver)
+    if (ULK_SUCCEEDED(unsubscribeResult) && m_receiver.Get() == receiver)
         m_receiver.Reset();
     return unsubscribeResult;
 }

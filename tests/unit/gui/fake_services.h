@@ -31,6 +31,8 @@ public:
 
     std::size_t Count(int level, const std::string& part) const;
     std::size_t Count(const std::string& part) const;
+    /// Whole lines of one level, in order.
+    std::vector<std::string> Lines(int level) const;
     void Clear();
 
 private:
@@ -143,7 +145,10 @@ public:
     std::string ReceiverName() const;
     bool IsSubscribed() const;
     result_t subscribeResult = ulk::sOk;
+    /// A failure leaves the subscription alive.
     result_t unsubscribeResult = ulk::sOk;
+    /// Pushed before Subscribe returns.
+    std::vector<Event> pushedAtOnce;
 
 private:
     mutable std::mutex m_mutex;

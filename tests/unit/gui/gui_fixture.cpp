@@ -51,7 +51,7 @@ FakeApplication::FakeApplication() {
 
 FakeApplication::~FakeApplication() { application::Set(nullptr); }
 
-ulk::Ptr<ulk::IServiceLocator> FakeApplication::AcquireRemoteServiceLocator() {
+ulk::Ptr<ulk::IServiceLocator> FakeApplication::GetRemoteServiceLocator() {
     if (!connected)
         ThrowNoConnection();
     return ulk::Ptr<ulk::IServiceLocator>(remote.Get());

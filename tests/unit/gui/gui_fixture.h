@@ -24,7 +24,7 @@ public:
 
     ulk::ITracer* Tracer() const noexcept override { return tracer.Get(); }
     ulk::IServiceLocator* LocalServiceLocator() const noexcept override { return local.Get(); }
-    ulk::Ptr<ulk::IServiceLocator> AcquireRemoteServiceLocator() override;
+    ulk::Ptr<ulk::IServiceLocator> GetRemoteServiceLocator() override;
 
     template <class T>
     static ulk::Ptr<T> Make() {

@@ -6,6 +6,7 @@
 #include <gui/common/app_settings.h>
 #include <gui/common/policy.h>
 #include <gui/common/product_connection.h>
+#include <remote/remote_client_initializer.h>
 
 #include <QtTest/QSignalSpy>
 #include <condition_variable>
@@ -26,6 +27,7 @@ struct Peer {
     std::mutex mutex;
     std::condition_variable condition;
     bool stalled = false;
+    int waiting = 0;
 
     void Stall(bool value) {
         {
@@ -36,7 +38,13 @@ struct Peer {
     }
     void WaitWhileStalled() {
         std::unique_lock lock(mutex);
+        ++waiting;
         condition.wait(lock, [this] { return !stalled; });
+        --waiting;
+    }
+    bool IsWaiting() {
+        const std::lock_guard lock(mutex);
+        return waiting != 0;
     }
 };
 
@@ -161,6 +169,71 @@ TEST_F(ProductConnectionTest, aServiceThatNeverAnswersDoesNotHoldUpTheCaller) {
     EXPECT_EQ(m_peer.connections, 1) << "the attempt under way was taken, not doubled";
 }
 
+TEST_F(ProductConnectionTest, aConnectionReplacedBetweenTwoPollsIsALossFirst) {
+    m_connection->onTimer();
+    ASSERT_EQ(m_established, 1);
+    QSignalSpy changed(m_connection.get(), &ProductConnection::isConnectedToProductChanged);
+    m_peer.alive = false;
+    EXPECT_FALSE(m_connection->AcquireRemoteServiceLocator());
+    m_peer.alive = true;
+    std::thread([this] { EXPECT_TRUE(m_connection->AcquireRemoteServiceLocator()); }).join();
+    EXPECT_EQ(m_peer.connections, 2) << "back before the poll";
+    EXPECT_EQ(changed.count(), 0);
+
+    m_connection->onTimer();
+    EXPECT_EQ(Traced(300, "Connection to service lost!"), 1u);
+    EXPECT_EQ(m_lost, 1);
+    EXPECT_FALSE(m_connection->isConnectedToProduct());
+    EXPECT_EQ(changed.count(), 1);
+
+    m_connection->onTimer();
+    EXPECT_EQ(m_established, 2);
+    EXPECT_TRUE(m_connection->isConnectedToProduct());
+    m_connection->onTimer();
+    EXPECT_EQ(m_lost, 1);
+    EXPECT_EQ(changed.count(), 2);
+    EXPECT_EQ(m_peer.connections, 2) << "the new connection is kept";
+}
+
+TEST_F(ProductConnectionTest, aWorkerWaitsForTheAttemptUnderWayAndThePollDoesNot) {
+    m_connection->onTimer();
+    m_peer.alive = false;
+    m_connection->onTimer();
+    ASSERT_EQ(m_lost, 1);
+    m_peer.alive = true;
+    m_peer.Stall(true);
+    std::atomic<bool> done{false};
+    std::thread worker([&] {
+        EXPECT_TRUE(m_connection->AcquireRemoteServiceLocator());
+        done = true;
+    });
+    EXPECT_TRUE(WaitUntil([this] { return m_peer.IsWaiting(); }));
+    const auto start = std::chrono::steady_clock::now();
+    m_connection->onTimer();
+    EXPECT_FALSE(m_connection->AcquireRemoteServiceLocator()) << "this is the GUI thread";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_FALSE(done);
+    m_peer.Stall(false);
+    worker.join();
+    EXPECT_EQ(m_peer.connections, 2) << "everybody used one attempt";
+}
+
+TEST_F(ProductConnectionTest, aWorkerDoesNotWaitForAServiceThatCouldNotBeReachedBefore) {
+    m_peer.alive = false;
+    // The second attempt begins when the first one's failure has been taken note of.
+    ASSERT_TRUE(WaitUntil([this] {
+        m_connection->onTimer();
+        return Traced(300, "Cannot create remote rpc") >= 2;
+    }));
+    m_peer.Stall(true);
+    const auto start = std::chrono::steady_clock::now();
+    std::thread([this] {
+        for (int event = 0; event < 20; ++event)
+            EXPECT_FALSE(m_connection->AcquireRemoteServiceLocator());
+    }).join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
 TEST_F(ProductConnectionTest, workersMayAskWhileTheTimerPolls) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> workers;
@@ -198,6 +271,23 @@ TEST_F(ProductConnectionTest, withoutATransportEveryPollFails) {
     EXPECT_FALSE(m_connection->isConnectedToProduct());
     EXPECT_EQ(Traced(300, "Cannot create connection factory"), 1u);
     EXPECT_EQ(Traced(300, "Cannot connect to service"), 1u);
+}
+
+TEST_F(ProductConnectionTest, aClientWithoutAConnectionSaysSo) {
+    tfs::remote::UlkRemoteClientInitializer client(m_app.local.Get());
+    EXPECT_EQ(client.GetRemoteServiceLocator(), nullptr);
+    m_peer.alive = false;
+    tfs::loader::ConfigData config;
+    EXPECT_EQ(client.Initialize(config), ulk::eNotReady);
+    EXPECT_EQ(client.GetRemoteServiceLocator(), nullptr) << "nothing is kept of a failure";
+    const auto lines = m_app.tracer->Lines(300);
+    ASSERT_EQ(lines.size(), 3u);
+    for (const std::size_t i : {0u, 2u}) {
+        EXPECT_NE(lines[i].find("remote_client_initializer.cpp:"), std::string::npos) << lines[i];
+        EXPECT_NE(lines[i].find(" failed: result = "), std::string::npos) << lines[i];
+        EXPECT_TRUE(lines[i].ends_with("Cannot get remote service locator")) << lines[i];
+    }
+    EXPECT_TRUE(lines[1].ends_with("Cannot create remote rpc")) << lines[1];
 }
 
 class PolicyTest : public test::GuiTest {};

@@ -131,6 +131,28 @@ TEST_F(TaskListModelTest, progressThatComesFasterThanTicksDoesNotPileUp) {
     EXPECT_EQ(At(model, 0, TaskListModel::ProgressValueRole).toInt(), 40) << "the bar stays while paused";
 }
 
+TEST_F(TaskListModelTest, aThreatShowsWhileTheTaskRunsAlthoughThePercentageStands) {
+    TaskListModel model;
+    const core::TaskInfo task = MakeTask(2, task_name::FullScan, task_type::ODS, TaskState::Started);
+    m_app.tasks->SetTask(task);
+    OxsStatistic running = MakeStatistic(task, 7, 0);
+    running.finishTime = 0;
+    m_app.tasks->SetStatistic(running);
+    model.setScanTasksMode(true);
+    EXPECT_EQ(At(model, 0, TaskListModel::ResultInfoRole).toString().toStdString(), "Nothing detected");
+    PushAndWait(ProgressEvent(2, 1));
+    model.updateTaskListInfo();
+    running.scan.scannedObjects = 9;
+    running.scan.threatsFound = 1;
+    m_app.tasks->SetStatistic(running);
+    PushAndWait(ProgressEvent(2, 1));
+    model.updateTaskListInfo();
+    EXPECT_EQ(At(model, 0, TaskListModel::ResultInfoRole).toString().toStdString(), "Threat detected");
+    EXPECT_TRUE(At(model, 0, TaskListModel::ResultIsErrorRole).toBool());
+    EXPECT_EQ(At(model, 0, TaskListModel::ProgressInfoRole).toStringList(),
+              (QStringList{QStringLiteral("objects scanned: 9"), QStringLiteral("threats detected: 1")}));
+}
+
 TEST_F(TaskListModelTest, eventsThatAreNotItsOwnChangeNothing) {
     TaskListModel model;
     model.setScanTasksMode(false);
