@@ -2,14 +2,13 @@
 // Descriptors, and sending and receiving one message of scanner_protocol.h together with descriptors.
 #pragma once
 
-#include <cerrno>
-#include <cstring>
-#include <utility>
-
 #include <contract/scanner_protocol.h>
 
+#include <cerrno>
+#include <cstring>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tfs::scanner {
 

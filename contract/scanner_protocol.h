@@ -141,8 +141,8 @@ inline std::optional<Message> Decode(std::span<const std::byte> packet) noexcept
     default:
         return std::nullopt;
     }
-    Message message{static_cast<MessageKind>(header.kind), header.code, header.id, header.value, header.time, {}, {},
-                    {}};
+    Message message{
+        static_cast<MessageKind>(header.kind), header.code, header.id, header.value, header.time, {}, {}, {}};
     const char* text = reinterpret_cast<const char*>(packet.data()) + sizeof header;
     message.first = {text, header.textSizes[0]};
     message.second = {text + header.textSizes[0], header.textSizes[1]};

@@ -1,43 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <foundation/check.h>
 
-#include <charconv>
-
 namespace ulk::check {
 namespace {
 
-/// What one line of the trace tells about a check.
-struct FailureRecord {
-    const char* file;
-    int line;
-    const char* expression;
-    const char* test;
-};
-
-void Write(trace::Record& record, const FailureRecord& failure) {
-    record << failure.file << ':' << failure.line << '(' << failure.expression << "),(" << failure.test << ") failed: ";
+void BeginLine(trace::Record& record, const char* file, int line, const char* expression, const char* test) {
+    record << file << ':' << line << '(' << expression << "),(" << test << ") failed: ";
 }
 
 } // namespace
 
-void Report(ITracer* tracer, const char* file, int line, const char* expression, result_t result,
-            std::string_view message) noexcept {
-    trace::Record record(tracer, level::Failure);
-    if (!record)
-        return;
-    char digits[8];
-    const auto end = std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(result), 16).ptr;
-    Write(record, {file, line, expression, "ULK_SUCCEEDED(_result)"});
-    record << "result = 0x" << std::string_view(digits, static_cast<std::size_t>(end - digits)) << message;
+void Begin(trace::Record& record, const char* file, int line, const char* expression, result_t result) noexcept {
+    BeginLine(record, file, line, expression, "ULK_SUCCEEDED(_result)");
+    record << "result = 0x" << trace::Hex(result);
 }
 
-void ReportFalse(ITracer* tracer, const char* file, int line, const char* expression,
-                 std::string_view message) noexcept {
-    trace::Record record(tracer, level::Failure);
-    if (!record)
-        return;
-    Write(record, {file, line, expression, "bool"});
-    record << "result = false" << message;
+void BeginFalse(trace::Record& record, const char* file, int line, const char* expression) noexcept {
+    BeginLine(record, file, line, expression, "bool");
+    record << "result = false";
 }
 
 void Throw(const char* file, int line, result_t result, std::string_view message) {

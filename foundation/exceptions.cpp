@@ -20,7 +20,7 @@ void AppendHex8(types::string16_t& text, std::uint32_t value) {
 } // namespace
 
 Exception::Exception(const Exception& other)
-    : std::exception(other), m_file(other.m_file), m_line(other.m_line), m_value(other.m_value),
+    : ExceptionBase(other), m_file(other.m_file), m_line(other.m_line), m_value(other.m_value),
       m_message(other.m_message), m_inner(other.m_inner ? other.m_inner->Clone() : nullptr) {}
 
 Exception& Exception::operator=(const Exception& other) {
@@ -33,16 +33,7 @@ Exception& Exception::operator=(const Exception& other) {
 
 Exception::~Exception() = default;
 
-void Exception::Describe(types::string16_t& text) const {
-    if (m_message.empty())
-        return;
-    Separate(text);
-    text.append(m_message);
-}
-
-void Exception::Rethrow() const { throw Exception(*this); }
-
-Exception* Exception::Clone() const { return new Exception(*this); }
+void Exception::Describe(types::string16_t&) const {}
 
 void ResultCodeException::Describe(types::string16_t& text) const {
     Separate(text);

@@ -12,8 +12,33 @@
 
 namespace ulk {
 
+class Exception;
+
+/// Gives each class its clone and rethrow operations and its short name.
+template <class Derived, class Base>
+class ExceptionBase : public Base {
+public:
+    using Base::Base;
+    const char* what() const noexcept override { return Derived::ShortName; }
+    [[noreturn]] void Rethrow() const override { throw Derived(static_cast<const Derived&>(*this)); }
+    Exception* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
+};
+
+/// Form for the root of a family: brings the operations in, in the order of their slots, and leaves `what` to the
+/// standard's class.
+template <class Derived>
+class ExceptionBase<Derived, std::exception> : public std::exception {
+public:
+    /// Appends what the class knows beside the message to the text in hand.
+    virtual void Describe(types::string16_t& text) const = 0;
+    /// Throws a copy of the object.
+    [[noreturn]] virtual void Rethrow() const { throw Derived(static_cast<const Derived&>(*this)); }
+    /// A copy on the heap; the caller owns it.
+    virtual Derived* Clone() const { return new Derived(static_cast<const Derived&>(*this)); }
+};
+
 /// Root of the family. Copied together with its nested exception.
-class Exception : public std::exception {
+class Exception : public ExceptionBase<Exception, std::exception> {
 public:
     Exception() noexcept = default;
     Exception(const char* file, std::int32_t line, std::int32_t value = 0) noexcept
@@ -24,12 +49,8 @@ public:
     Exception& operator=(Exception&&) noexcept = default;
     ~Exception() override;
 
-    /// Appends a description to the text in hand.
-    virtual void Describe(types::string16_t& text) const;
-    /// Throws a copy of the object.
-    [[noreturn]] virtual void Rethrow() const;
-    /// A copy on the heap; the caller owns it.
-    virtual Exception* Clone() const;
+    /// Appends nothing: the message is the text that a caller begins with.
+    void Describe(types::string16_t& text) const override;
 
     const char* File() const noexcept { return m_file; }
     std::int32_t Line() const noexcept { return m_line; }
@@ -45,16 +66,6 @@ private:
     std::int32_t m_value = 0;
     types::string16_t m_message;
     std::unique_ptr<Exception> m_inner;
-};
-
-/// Gives each class its clone and rethrow operations and its short name.
-template <class Derived, class Base>
-class ExceptionBase : public Base {
-public:
-    using Base::Base;
-    const char* what() const noexcept override { return Derived::ShortName; }
-    [[noreturn]] void Rethrow() const override { throw Derived(static_cast<const Derived&>(*this)); }
-    Exception* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
 };
 
 class ResultCodeException : public ExceptionBase<ResultCodeException, Exception> {

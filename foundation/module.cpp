@@ -5,6 +5,14 @@
 #include <utility>
 
 namespace ulk {
+namespace {
+
+bool HasLiveObjects(void* handle) noexcept {
+    const auto count = reinterpret_cast<GetLiveObjectCountFunction>(::dlsym(handle, kLiveObjectsExport));
+    return count != nullptr && count() != 0;
+}
+
+} // namespace
 
 namespace detail {
 
@@ -81,7 +89,8 @@ result_t Module::CreateObject(std::uint32_t classId, IServiceLocator* locator, i
 }
 
 void Module::Close() noexcept {
-    if (void* handle = std::exchange(m_handle, nullptr))
+    void* const handle = std::exchange(m_handle, nullptr);
+    if (handle != nullptr && !HasLiveObjects(handle))
         ::dlclose(handle);
 }
 

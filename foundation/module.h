@@ -16,8 +16,8 @@ namespace ulk {
 using GetObjectFactoryFunction = result_t (*)(void* moduleInternal, std::uint32_t classId, IObjectFactory** factory);
 inline constexpr char kObjectFactoryExport[] = "ulkGetObjectFactory";
 
-/// Export that a module may have beside its entry: its number of live objects. One without it is never unloaded by the
-/// application loader.
+/// Export that a module may have beside its entry: its number of live objects. While it isn't 0 the module isn't
+/// unloaded.
 using GetLiveObjectCountFunction = std::uint32_t (*)();
 inline constexpr char kLiveObjectsExport[] = "ulkGetLiveObjectCount";
 
@@ -30,7 +30,7 @@ std::string LinkerErrorText(const char* text);
 /// std::bad_cast where the folder doesn't convert to UTF-8, std::bad_alloc where memory is short.
 std::string ModulePath(const types::string16_t& folder, std::string_view name);
 
-/// A loaded shared library, closed by its destructor. Movable.
+/// A loaded shared library, closed by its destructor. Movable. Used by one thread at a time.
 class Module {
 public:
     Module() noexcept = default;
@@ -46,6 +46,9 @@ public:
     /// Enters through ulkGetObjectFactory, makes an object of the class and yields its interface.
     result_t CreateObject(std::uint32_t classId, IServiceLocator* locator, iid_t iid, void** out);
     const std::string& ErrorText() const noexcept { return m_errorText; }
+    /// Unloads the library, unless it says that objects of it are alive: then it stays loaded until the process ends. A
+    /// count of 0 tells nothing of a thread that is still on its way out of the last Release, so that no other thread
+    /// may have been using the module just now.
     void Close() noexcept;
     /// Gives the library up without closing it: it stays loaded until the process ends.
     void KeepLoaded() noexcept { m_handle = nullptr; }

@@ -147,6 +147,7 @@ public:
     std::uint32_t Release() noexcept override {
         const std::uint32_t left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
         if (left == 0) {
+            m_references.store(detail::kDestructionBias, std::memory_order_relaxed);
             this->FinalRelease();
             // The allocator outlives the object that holds it.
             detail::ObjectMemory memory = std::move(m_memory);

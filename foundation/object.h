@@ -129,6 +129,10 @@ private:
 
 namespace detail {
 
+/// The count of an object whose last reference is gone. What it does while it is torn down may hold and release it in
+/// pairs, as a lookup of its own does, without reaching zero a second time.
+inline constexpr std::uint32_t kDestructionBias = 0x40000000u;
+
 template <class Interface, class Self>
 bool MatchInterface(Self* self, iid_t iid, void** out) noexcept {
     if (iid != Interface::Iid)
@@ -167,8 +171,10 @@ public:
     std::uint32_t AddRef() noexcept override { return m_references.fetch_add(1, std::memory_order_relaxed) + 1; }
     std::uint32_t Release() noexcept override {
         const std::uint32_t left = m_references.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0)
+        if (left == 0) {
+            m_references.store(detail::kDestructionBias, std::memory_order_relaxed);
             delete this;
+        }
         return left;
     }
     result_t QueryInterface(iid_t iid, void** out) noexcept override {

@@ -30,9 +30,9 @@ void AppendUtf16(TraceBuffer* buffer, std::u16string_view text) noexcept {
 }
 
 template <class Integer>
-void AppendInteger(TraceBuffer* buffer, Integer value) noexcept {
+void AppendInteger(TraceBuffer* buffer, Integer value, int base = 10) noexcept {
     char digits[24];
-    const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    const char* end = std::to_chars(digits, digits + sizeof digits, value, base).ptr;
     Append(buffer, std::string_view(digits, static_cast<std::size_t>(end - digits)));
 }
 
@@ -84,8 +84,6 @@ Record& Record::operator<<(char value) {
     return *this;
 }
 
-Record& Record::operator<<(bool value) { return *this << (value ? '1' : '0'); }
-
 Record& Record::operator<<(int value) {
     AppendInteger(m_buffer, value);
     return *this;
@@ -117,11 +115,20 @@ Record& Record::operator<<(unsigned long long value) {
 }
 
 Record& Record::operator<<(double value) {
-    // The stream's precision of 6, without the locale's decimal point.
+    // Without the locale's decimal point.
     char digits[32];
-    const auto result = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, 6);
+    const auto result = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, Precision);
     Append(m_buffer, std::string_view(digits, static_cast<std::size_t>(result.ptr - digits)));
     return *this;
+}
+
+Record& Record::operator<<(Hexadecimal value) {
+    AppendInteger(m_buffer, value.value, 16);
+    return *this;
+}
+
+Record& Record::operator<<(const void* address) {
+    return *this << "0x" << Hex(reinterpret_cast<std::uintptr_t>(address));
 }
 
 } // namespace ulk::trace

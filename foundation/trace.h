@@ -5,10 +5,12 @@
 #include <foundation/object.h>
 #include <foundation/string16.h>
 
+#include <concepts>
 #include <cstdint>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace ulk {
 
@@ -47,10 +49,22 @@ protected:
 
 namespace trace {
 
-/// A stream valid for one record. Opening it tests the level first, so that a disabled level costs no formatting:
-/// test the record, then write.
+/// An integer to be written in hexadecimal digits. Made by Hex.
+struct Hexadecimal {
+    std::uint64_t value;
+};
+/// As many lower-case digits as it takes, without a prefix; a negative number as its bits stand.
+template <std::integral Integer>
+constexpr Hexadecimal Hex(Integer value) noexcept {
+    return {static_cast<std::make_unsigned_t<Integer>>(value)};
+}
+
+/// A stream valid for one record. Numbers are decimal and not padded; a fraction has at most six significant digits.
+/// Opening it tests the level first, so that a disabled level costs no formatting: test the record, then write.
 class Record {
 public:
+    static constexpr int Precision = 6; ///< significant digits of a fraction
+
     /// `tracer` may be null.
     Record(ITracer* tracer, int level) noexcept;
     ~Record();
@@ -68,7 +82,11 @@ public:
     Record& operator<<(const types::string16_t& text);
     Record& operator<<(const std::string& text) { return *this << std::string_view(text); }
     Record& operator<<(char value);
-    Record& operator<<(bool value);
+    /// As 1 or 0. Takes nothing else, so that a pointer to a function isn't one by mistake.
+    template <std::same_as<bool> Bool>
+    Record& operator<<(Bool value) {
+        return *this << (value ? '1' : '0');
+    }
     Record& operator<<(int value);
     Record& operator<<(unsigned value);
     Record& operator<<(long value);
@@ -76,6 +94,9 @@ public:
     Record& operator<<(long long value);
     Record& operator<<(unsigned long long value);
     Record& operator<<(double value);
+    Record& operator<<(Hexadecimal value);
+    /// An address, as "0x" and hexadecimal digits.
+    Record& operator<<(const void* address);
 
 private:
     ITracer* m_tracer = nullptr;

@@ -2,6 +2,7 @@
 #include <contract/product_paths.h>
 #include <gui/common/certified_build.h>
 #include <gui/restart_checker.h>
+#include <gui/signal_window.h>
 #include <gui/start_settings.h>
 #include <gui/tesl_gui.h>
 #include <tfs_common/config_data.h>
@@ -68,6 +69,8 @@ int RunApplication(int& argc, char** argv, const ConfigPtr& config) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Before there are threads and a pid file that tells others whom to signal.
+    tfs::gui::HoldSignals();
     ::umask(077);
     const ConfigPtr config = WithLocaleApplied(tfs::loader::LoadConfigData());
     const tfs::gui::RestartChecker restartChecker(argc, argv);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <gui/qml_bootstrap.h>
-
-#include <QtQml/qqml.h>
-
 #include <gui/app_info/app_info_model.h>
 #include <gui/common/localized_text.h>
+#include <gui/qml_bootstrap.h>
 #include <gui/task_manager/tasklist_model.h>
 #include <gui/tools/interceptor_link.h>
+
+#include <QtQml/qqml.h>
 
 namespace tfs::gui {
 
@@ -22,8 +21,8 @@ void SetContextProperties(QQmlContext& context, const ContextObjects& objects, b
     context.setContextProperty(QStringLiteral("screenSaver"), objects.screenSaver);
     context.setContextProperty(QStringLiteral("isTrayOnly"), isTrayOnly);
     context.setContextProperty(QStringLiteral("mousePosition"), objects.mousePosition);
-    context.setContextProperty(QStringLiteral("onlineHelpLink"), GetInterceptorLink("online_help&helpid=") +
-                                                                     LocalizedText(entry::GuiRootHelpTopicId));
+    context.setContextProperty(QStringLiteral("onlineHelpLink"),
+                               GetInterceptorLink("online_help&helpid=") + LocalizedText(entry::GuiRootHelpTopicId));
     context.setContextProperty(QStringLiteral("language"),
                                QString::fromStdString(tfs::localization::GetCurrentLanguage()));
     context.setContextProperty(QStringLiteral("teslDisplayName"), LocalizedText(entry::GuiTeslProductTitleLocalized));

@@ -2,12 +2,12 @@
 // What every QML file sees: the model types and the context properties.
 #pragma once
 
-#include <QtQml/QQmlContext>
-
 #include <gui/common/product_connection.h>
 #include <gui/tools/cursor_pos_provider.h>
 #include <gui/tools/screen_saver.h>
 #include <gui/tools/tray_availability.h>
+
+#include <QtQml/QQmlContext>
 
 namespace tfs::gui {
 

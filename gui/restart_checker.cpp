@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/product_paths.h>
+#include <gui/quit_request.h>
 #include <gui/restart_checker.h>
+#include <gui/signal_window.h>
 
-#include <QtCore/QCoreApplication>
 #include <cerrno>
 #include <unistd.h>
 #include <utility>
@@ -15,8 +16,10 @@ bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev ==
 } // namespace
 
 RestartChecker::Options RestartChecker::DefaultOptions() {
-    return {tfs::paths::GuiProgram, std::chrono::seconds(5), [] { QCoreApplication::quit(); },
-            [](const char* path, char* const* argv) { ::execv(path, argv); }};
+    return {tfs::paths::GuiProgram, std::chrono::seconds(5), &RequestQuit, [](const char* path, char* const* argv) {
+                ReleaseSignals();
+                ::execv(path, argv);
+            }};
 }
 
 RestartChecker::RestartChecker(int argc, char** argv, Options options)

@@ -6,12 +6,14 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QWindow>
 #include <cstdint>
+#include <cstdlib>
 #include <sstream>
 
 namespace tfs::gui {
 namespace {
 
-/// Runs in signal context on whichever thread the kernel chose and calls Qt directly, with no further precaution.
+/// Runs in signal context and calls Qt directly. It may: main holds signals back, and the event loop lets them in on
+/// the GUI thread between two events only.
 void OnSignal(int signum) {
     if (signum != SIGUSR1) {
         QCoreApplication::quit();
@@ -28,6 +30,8 @@ std::string Hexadecimal(sighandler_t handler) {
     text << std::hex << reinterpret_cast<std::uintptr_t>(handler);
     return text.str();
 }
+
+void ExitOnAbort(int) { std::exit(1); }
 
 } // namespace
 
@@ -57,5 +61,9 @@ result_t InstallSignalHandlers() {
     }
     return ulk::sOk;
 }
+
+AbortExit::AbortExit() : m_previous(::signal(SIGABRT, &ExitOnAbort)) {}
+
+AbortExit::~AbortExit() { (void)::signal(SIGABRT, m_previous); }
 
 } // namespace tfs::gui

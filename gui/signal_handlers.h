@@ -15,4 +15,16 @@ result_t InstallSignalHandlers();
 /// One step of it.
 result_t InstallSignalHandler(int signum, sighandler_t handler);
 
+/// While it lives an abort ends the process with exit code 1 and no core dump.
+class AbortExit {
+public:
+    AbortExit();
+    ~AbortExit();
+    AbortExit(const AbortExit&) = delete;
+    AbortExit& operator=(const AbortExit&) = delete;
+
+private:
+    sighandler_t m_previous;
+};
+
 } // namespace tfs::gui

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <contract/product_paths.h>
 #include <foundation/trace.h>
 #include <gui/start_settings.h>
 
 #include <clocale>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,6 +13,7 @@ namespace tfs::gui {
 namespace {
 
 constexpr std::uint32_t CrashDumpLimit = 10;
+constexpr unsigned TrayOnlyDelaySeconds = 10;
 constexpr std::int64_t FileSizeUnit = 1'000'000;
 
 ulk::types::string16_t Text(std::string_view text) { return ulk::text::Cast<ulk::types::string16_t>(text); }
@@ -66,17 +67,28 @@ app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigDat
     return settings;
 }
 
-app_core::loader::CrashDumpSettings MakeCrashDumpSettings(uid_t uid) {
+app_core::loader::CrashDumpSettings MakeCrashDumpSettings(uid_t uid, const std::string& userFolder) {
     app_core::loader::CrashDumpSettings settings;
     std::string folder = tfs::paths::DumpFolder;
     if (uid != 0) {
-        folder = tfs::paths::UserDumpFolder + std::to_string(uid);
+        folder = userFolder + std::to_string(uid);
         MakeFolders(folder);
     }
     settings.folder = Text(folder);
     settings.namePattern = u"tesl_%d_%p.dmp";
     settings.limit = CrashDumpLimit;
     return settings;
+}
+
+bool ReadTrayOnly(int argc, const char* const* argv, const std::function<void(unsigned seconds)>& sleep) {
+    bool isTrayOnly = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--tray-only") != 0)
+            continue;
+        isTrayOnly = true;
+        sleep(TrayOnlyDelaySeconds);
+    }
+    return isTrayOnly;
 }
 
 result_t CreateApplicationLoader(ulk::Module& module, app_core::loader::IApplicationLoader** loader) {

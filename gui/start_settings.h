@@ -3,10 +3,12 @@
 #pragma once
 
 #include <contract/app_core/loader.h>
+#include <contract/product_paths.h>
 #include <foundation/module.h>
 #include <tfs_common/config_data.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
@@ -24,9 +26,14 @@ std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configured
 app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigData& config, std::string_view programName,
                                                     bool allComponentsLogging);
 
-/// Where crash dumps go. A user other than root has a folder of his own, which is made where it is missing; where that
-/// fails the settings name it all the same.
-app_core::loader::CrashDumpSettings MakeCrashDumpSettings(uid_t uid);
+/// Where crash dumps go. A user other than root has a folder of his own below `userFolder`, which ends in a slash; it
+/// is made where it is missing, and where that fails the settings name it all the same.
+app_core::loader::CrashDumpSettings MakeCrashDumpSettings(uid_t uid,
+                                                          const std::string& userFolder = tfs::paths::UserDumpFolder);
+
+/// Whether an argument behind the program's name says that only the tray icon is to show. Calls `sleep` with ten
+/// seconds for every such argument: a desktop that starts programs at log-in needs a while before its tray is there.
+bool ReadTrayOnly(int argc, const char* const* argv, const std::function<void(unsigned seconds)>& sleep);
 
 /// Loads the module of the application loader and makes the loader. The module must outlive it.
 result_t CreateApplicationLoader(ulk::Module& module, app_core::loader::IApplicationLoader** loader);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/product_paths.h>
-#include <contract/remoting.h>
 #include <contract/tfs/event.h>
 #include <foundation/check.h>
 #include <foundation/objclient.h>
@@ -8,15 +7,14 @@
 #include <gui/qml/qml_resources.h>
 #include <gui/qml_bootstrap.h>
 #include <gui/signal_handlers.h>
+#include <gui/signal_window.h>
+#include <gui/start_settings.h>
 #include <gui/tesl_gui.h>
 #include <tfs_common/scoped_service_manager_initializer.h>
 
 #include <QtGui/QIcon>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQuickControls2/QQuickStyle>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -29,7 +27,6 @@ using app_core::loader::application_control_code;
 using app_core::loader::application_state;
 
 constexpr std::uint32_t StartingHintMs = 1000;
-constexpr unsigned TrayOnlyDelaySeconds = 10;
 constexpr char16_t SettingsName[] = u"tesl-gui_settings.kvdb";
 constexpr char16_t StorageName[] = u"tesl-gui_storage.kvdb";
 constexpr char16_t EventStoreName[] = u"tesl_gui.esm";
@@ -61,13 +58,26 @@ ulk::Ptr<ulk::remoting::ITransport> GetTransport(ulk::IServiceLocator* locator) 
 
 class TransportShutdown {
 public:
-    explicit TransportShutdown(ulk::Ptr<ulk::remoting::ITransport> transport) : m_transport(std::move(transport)) {}
-    ~TransportShutdown() { m_transport->Shutdown(); }
+    explicit TransportShutdown(ulk::Ptr<ulk::remoting::ITransport>& transport) : m_transport(transport) {}
+    ~TransportShutdown() {
+        m_transport->Shutdown();
+        m_transport.Reset();
+    }
     TransportShutdown(const TransportShutdown&) = delete;
     TransportShutdown& operator=(const TransportShutdown&) = delete;
 
 private:
-    ulk::Ptr<ulk::remoting::ITransport> m_transport;
+    ulk::Ptr<ulk::remoting::ITransport>& m_transport;
+};
+
+/// Every thread that asks for the tracer or the connection belongs to a model and is joined with it, so that no model
+/// may outlive the event loop, also none whose deletion was put off.
+class DeferredDeletion {
+public:
+    DeferredDeletion() = default;
+    ~DeferredDeletion() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    DeferredDeletion(const DeferredDeletion&) = delete;
+    DeferredDeletion& operator=(const DeferredDeletion&) = delete;
 };
 
 class TracerRelease {
@@ -81,14 +91,10 @@ private:
     ulk::Ptr<ulk::ITracer>& m_tracer;
 };
 
-void ExitOnAbort(int) { std::exit(1); }
-
 /// A QApplication that aborts for want of a display ends the process with exit code 1 and no core dump.
 std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
-    const sighandler_t previous = ::signal(SIGABRT, &ExitOnAbort);
-    auto application = std::make_unique<QApplication>(argc, argv);
-    ::signal(SIGABRT, previous);
-    return application;
+    const AbortExit abortExit;
+    return std::make_unique<QApplication>(argc, argv);
 }
 
 } // namespace
@@ -101,6 +107,7 @@ TeslGuiApp::TeslGuiApp(int& argc, char** argv, const std::shared_ptr<const tfs::
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Default"));
     m_application = MakeApplication(argc, argv);
+    m_quitTarget.emplace();
 }
 
 TeslGuiApp::~TeslGuiApp() { application::Set(nullptr); }
@@ -111,8 +118,9 @@ const std::shared_ptr<TeslGuiApp>& TeslGuiApp::GetInstance(std::shared_ptr<TeslG
         return std::move(object);
     }();
     if (reset) {
-        application::Set(object.get());
-        instance = std::move(object);
+        instance.swap(object);
+        object.reset(); // on its way the old one takes itself out of use
+        application::Set(instance.get());
     }
     return instance;
 }
@@ -155,7 +163,8 @@ result_t TeslGuiApp::RunServices(app_core::loader::IApplicationInfrastructureLoa
 }
 
 result_t TeslGuiApp::RunWithTransport(ulk::ITracer* reportTracer) {
-    const TransportShutdown transport(GetTransport(m_sl.Get()));
+    m_transport = GetTransport(m_sl.Get());
+    const TransportShutdown transportShutdown(m_transport);
     const TracerRelease tracerRelease(m_tracer);
     const result_t result = ULK_CHECK_TRACE(reportTracer, ulk::GetInterface(m_sl.Get(), m_tracer.Ref()), "");
     if (!ULK_SUCCEEDED(result))
@@ -189,7 +198,7 @@ int TeslGuiApp::RunQtGui() {
         RegisterQmlTypes();
         m_productConnection = std::make_unique<ProductConnection>(nullptr);
         m_productConnection->Start(m_sl.Get(), m_config);
-        ReadArguments();
+        m_isTrayOnly = ReadTrayOnly(*m_argc, m_argv, [](unsigned seconds) { (void)::sleep(seconds); });
         const int exitCode = RunEventLoop();
         m_productConnection.reset();
         return exitCode;
@@ -203,8 +212,8 @@ int TeslGuiApp::RunQtGui() {
 
 void TeslGuiApp::SetMetadata() {
     namespace entry = tfs::localization::entry;
-    const QString title = LocalizedText(entry::GuiTeslProductTitleNonLocalized);
     QCoreApplication::setApplicationVersion(QStringLiteral("10.1.4.78"));
+    const QString title = LocalizedText(entry::GuiTeslProductTitleNonLocalized);
     QCoreApplication::setApplicationName(title);
     QGuiApplication::setApplicationDisplayName(title);
     QCoreApplication::setOrganizationName(LocalizedText(entry::GuiTolvanderOrganization));
@@ -212,17 +221,8 @@ void TeslGuiApp::SetMetadata() {
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icon-t")));
 }
 
-void TeslGuiApp::ReadArguments() {
-    for (int i = 1; i < *m_argc; ++i) {
-        if (std::strcmp(m_argv[i], "--tray-only") != 0)
-            continue;
-        m_isTrayOnly = true;
-        // A desktop that starts programs at log-in needs a while before its tray is there.
-        ::sleep(TrayOnlyDelaySeconds);
-    }
-}
-
 int TeslGuiApp::RunEventLoop() {
+    const DeferredDeletion deferredDeletion;
     // Declared in this order, so that the engine goes before the objects that its files refer to.
     tfs::tools::ScreenSaver screenSaver;
     tfs::tools::CursorPosProvider mousePosition;
@@ -231,6 +231,8 @@ int TeslGuiApp::RunEventLoop() {
     SetContextProperties(*engine.rootContext(),
                          {m_productConnection.get(), &screenSaver, &mousePosition, &trayAvailability}, m_isTrayOnly);
     engine.load(QUrl(QStringLiteral("qrc:/main.qml")));
+    const SignalWindow signalWindow;
+    RenewQuitRequest();
     return QApplication::exec();
 }
 

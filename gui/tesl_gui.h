@@ -3,14 +3,17 @@
 #pragma once
 
 #include <contract/app_core/loader.h>
+#include <contract/remoting.h>
 #include <foundation/object.h>
 #include <foundation/trace.h>
 #include <gui/common/application.h>
 #include <gui/common/product_connection.h>
+#include <gui/quit_request.h>
 #include <tfs_common/config_data.h>
 
 #include <QtWidgets/QApplication>
 #include <memory>
+#include <optional>
 
 namespace tfs::gui {
 
@@ -50,7 +53,6 @@ private:
     int RunQtGui();
     int RunEventLoop();
     void SetMetadata();
-    void ReadArguments();
 
     int* m_argc;
     char** m_argv;
@@ -58,8 +60,10 @@ private:
     const std::shared_ptr<const tfs::loader::ConfigData>& m_config;
     ulk::Ptr<ulk::ITracer> m_tracer;
     ulk::Ptr<ulk::IServiceLocator> m_sl;
+    ulk::Ptr<ulk::remoting::ITransport> m_transport;
     std::unique_ptr<ProductConnection> m_productConnection;
     std::unique_ptr<QApplication> m_application;
+    std::optional<QuitTarget> m_quitTarget;
 };
 
 } // namespace tfs::gui

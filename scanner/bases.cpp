@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <scanner/bases.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <clamav.h>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <vector>
-
-#include <scanner/bases.h>
-
-#include <clamav.h>
-#include <sys/stat.h>
 
 namespace tfs::scanner {
 namespace {

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-#include <memory>
-#include <stdexcept>
-#include <utility>
-
 #include <scanner/bases.h>
 #include <scanner/engine.h>
 
+#include <algorithm>
 #include <clamav.h>
+#include <memory>
+#include <stdexcept>
 #include <sys/mman.h>
+#include <utility>
 
 namespace tfs::scanner {
 namespace {
@@ -21,43 +20,86 @@ constexpr std::size_t KeptBuffer = std::size_t{4} << 20;
 
 /// A stored zip with one member, for the warm-up.
 constexpr unsigned char WarmUpFile[] = {
-    'P', 'K', 3, 4, 10, 0, 0, 0, 0, 0, 0, 0, 33, 0, 0x86, 0xA6, 0x10, 0x36, 5, 0, 0, 0, 5, 0, 0, 0, 1, 0, 0, 0, 'a',
-    'h', 'e', 'l', 'l', 'o', 'P', 'K', 1, 2, 20, 0, 10, 0, 0, 0, 0, 0, 0, 0, 33, 0, 0x86, 0xA6, 0x10, 0x36, 5, 0, 0, 0,
-    5, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 'a', 'P', 'K', 5, 6, 0, 0, 0, 0, 1, 0, 1, 0, 47,
-    0, 0, 0, 36, 0, 0, 0, 0, 0};
+    'P', 'K', 3, 4, 10, 0, 0, 0, 0,  0,   0,    0,    33,   0,    0x86, 0xA6, 0x10, 0x36, 5, 0,   0,
+    0,   5,   0, 0, 0,  1, 0, 0, 0,  'a', 'h',  'e',  'l',  'l',  'o',  'P',  'K',  1,    2, 20,  0,
+    10,  0,   0, 0, 0,  0, 0, 0, 33, 0,   0x86, 0xA6, 0x10, 0x36, 5,    0,    0,    0,    5, 0,   0,
+    0,   1,   0, 0, 0,  0, 0, 0, 0,  0,   0,    0,    0,    0,    0,    0,    0,    0,    0, 'a', 'P',
+    'K', 5,   6, 0, 0,  0, 0, 1, 0,  1,   0,    47,   0,    0,    0,    36,   0,    0,    0, 0,   0};
+
+/// Alerts of our own, in the engine's terms.
+constexpr std::string_view CutMember = "Heuristics.Limits.Exceeded.MaxFileSize";
+constexpr std::string_view EncryptedMember = "Heuristics.Encrypted.Member";
+constexpr std::string_view UnreadArchive = "Heuristics.Limits.Exceeded.UnreadArchive";
+constexpr std::string_view ZipType = "CL_TYPE_ZIP";
+
+/// The file or a part inside it that is open now.
+struct Layer {
+    std::string name;
+    bool zip = false;
+    bool opened = false; ///< a member was seen
+};
 
 /// What the callbacks gather during one scan. The engine's log callback has no context that is always set, so the
 /// object in use is also reachable here; the process has one thread.
 struct ScanContext {
-    std::vector<std::string> layers; ///< names of the file and of the parts inside it that are open now
+    std::vector<Layer> layers;
+    std::uint64_t maxFileSize = 0;
     EngineOutcome outcome;
+
+    /// Notes a reason why not all was scanned; the first one counts.
+    void Alert(std::string_view name) {
+        if (outcome.alert.empty())
+            outcome.alert = name;
+    }
 };
 ScanContext* g_current = nullptr;
 
 std::string InnerName(const ScanContext& context) {
     std::string name;
     for (std::size_t i = 1; i < context.layers.size(); ++i) {
-        if (context.layers[i].empty())
+        if (context.layers[i].name.empty())
             continue;
         if (!name.empty())
             name += '/';
-        name += context.layers[i];
+        name += context.layers[i].name;
     }
     return name;
 }
 
-cl_error_t OnLayer(int, const char*, const char**, std::size_t, const char* name, std::size_t, const char*,
+cl_error_t OnLayer(int, const char* type, const char**, std::size_t, const char* name, std::size_t size, const char*,
                    std::uint32_t level, std::uint32_t, void* context) {
-    auto& layers = static_cast<ScanContext*>(context)->layers;
-    layers.resize(level);
-    layers.emplace_back(name != nullptr ? name : "");
+    auto& scan = *static_cast<ScanContext*>(context);
+    scan.layers.resize(level);
+    if (level > 0)
+        scan.layers.back().opened = true;
+    scan.layers.push_back({name != nullptr ? name : "", type != nullptr && type == ZipType, false});
+    // Members of a zip are cut at the limit without a word; one of just this size counts as cut.
+    if (level > 0 && size >= scan.maxFileSize)
+        scan.Alert(CutMember);
+    return CL_CLEAN;
+}
+
+/// A member of an archive, as the archive describes it.
+cl_error_t OnMember(const char*, unsigned long, const char*, unsigned long size, int encrypted, unsigned,
+                    void* context) {
+    auto& scan = *static_cast<ScanContext*>(context);
+    if (size > scan.maxFileSize)
+        scan.Alert(CutMember);
+    if (encrypted != 0)
+        scan.Alert(EncryptedMember);
+    if (!scan.layers.empty())
+        scan.layers.back().opened = true;
     return CL_CLEAN;
 }
 
 cl_error_t OnLayerEnd(int, int, const char*, void* context) {
-    auto& layers = static_cast<ScanContext*>(context)->layers;
-    if (!layers.empty())
-        layers.pop_back();
+    auto& scan = *static_cast<ScanContext*>(context);
+    if (scan.layers.empty())
+        return CL_CLEAN;
+    // A zip of which not one member could be found: cut short, or of a kind that the engine passes over in silence.
+    if (scan.layers.back().zip && !scan.layers.back().opened)
+        scan.Alert(UnreadArchive);
+    scan.layers.pop_back();
     return CL_CLEAN;
 }
 
@@ -66,10 +108,9 @@ void OnFound(int, const char* name, void* context) {
     const std::string_view found = name != nullptr ? name : "";
     if (found.empty())
         scan.outcome.emptyAlert = true;
-    else if (IsScanAlert(found)) {
-        if (scan.outcome.alert.empty())
-            scan.outcome.alert = found;
-    } else if (scan.outcome.threat.empty()) {
+    else if (IsScanAlert(found))
+        scan.Alert(found);
+    else if (scan.outcome.threat.empty()) {
         scan.outcome.threat = found;
         scan.outcome.inner = InnerName(scan);
     }
@@ -142,6 +183,7 @@ std::string Engine::Load(const Settings& settings) {
     cl_engine_set_clcb_file_inspection(m_engine, OnLayer);
     cl_engine_set_clcb_post_scan(m_engine, OnLayerEnd);
     cl_engine_set_clcb_virus_found(m_engine, OnFound);
+    cl_engine_set_clcb_meta(m_engine, OnMember);
     unsigned count = 0;
     if (const cl_error_t result = cl_load(settings.basesFolder.c_str(), m_engine, &count, CL_DB_STDOPT);
         result != CL_SUCCESS)
@@ -194,6 +236,7 @@ Verdict Engine::Scan(int descriptor, IReadMonitor& monitor) {
 
 Verdict Engine::ScanSource(FileSource& source) {
     ScanContext context;
+    context.maxFileSize = m_maxFileSize;
     EngineOutcome& outcome = context.outcome;
     const auto decide = [&] {
         outcome.source = source.Trouble();

@@ -3,13 +3,13 @@
 // forked workers share its memory.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include <scanner/file_source.h>
 #include <scanner/settings.h>
 #include <scanner/verdict_rules.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 struct cl_engine;
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <scanner/file_source.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include <scanner/file_source.h>
-
 #include <unistd.h>
 
 namespace tfs::scanner {
@@ -71,8 +70,8 @@ off_t FileSource::Read(void* buffer, std::size_t count, off_t offset) noexcept {
             errno = ECANCELED;
             return -1;
         }
-        const ssize_t got = ::pread(m_descriptor, static_cast<char*>(buffer) + done,
-                                    std::min(count - done, ReadStep), offset + static_cast<off_t>(done));
+        const ssize_t got = ::pread(m_descriptor, static_cast<char*>(buffer) + done, std::min(count - done, ReadStep),
+                                    offset + static_cast<off_t>(done));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0) {

@@ -2,13 +2,12 @@
 // The file under the scan, as the engine reads it: counts bytes and notices every way in which it was not wholly read.
 #pragma once
 
+#include <scanner/verdict_rules.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
-
-#include <scanner/verdict_rules.h>
-
 #include <sys/stat.h>
 #include <sys/types.h>
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cstdint>
-
 #include <contract/scanner_channel.h>
 #include <scanner/landlock.h>
 
+#include <cstdint>
 #include <fcntl.h>
 #include <linux/landlock.h>
 #include <sys/syscall.h>
@@ -14,10 +13,10 @@ namespace {
 
 /// Every right of the first version, in which all that follow still know these.
 constexpr std::uint64_t AllRights = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;
-constexpr std::uint64_t GrantedRights =
-    LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_READ_DIR |
-    LANDLOCK_ACCESS_FS_REMOVE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_DIR |
-    LANDLOCK_ACCESS_FS_MAKE_REG;
+constexpr std::uint64_t GrantedRights = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE |
+                                        LANDLOCK_ACCESS_FS_READ_DIR | LANDLOCK_ACCESS_FS_REMOVE_DIR |
+                                        LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_DIR |
+                                        LANDLOCK_ACCESS_FS_MAKE_REG;
 
 } // namespace
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // tesl-scanner: started by tesl-service only.
+#include <scanner/scanner_main.h>
+
 #include <cstdio>
 #include <exception>
-
-#include <scanner/scanner_main.h>
 
 int main(int argc, char** argv) {
     try {

@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <scanner/parent.h>
+#include <scanner/worker.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <stdexcept>
-#include <system_error>
-
-#include <scanner/parent.h>
-#include <scanner/worker.h>
-
 #include <fcntl.h>
+#include <filesystem>
 #include <poll.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <system_error>
 
 namespace tfs::scanner {
 namespace {

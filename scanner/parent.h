@@ -3,14 +3,13 @@
 // on the only thread of its process; ends when the service's socket closes.
 #pragma once
 
-#include <map>
-#include <string>
-
 #include <contract/scanner_channel.h>
 #include <scanner/engine.h>
 #include <scanner/private_root.h>
 #include <scanner/sandbox.h>
 
+#include <map>
+#include <string>
 #include <sys/types.h>
 
 namespace tfs::scanner {

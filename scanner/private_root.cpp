@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-#include <cerrno>
-#include <system_error>
-
 #include <scanner/private_root.h>
 
+#include <algorithm>
 #include <cap-ng.h>
+#include <cerrno>
 #include <fcntl.h>
+#include <fstream>
 #include <grp.h>
 #include <pwd.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tfs::scanner {
@@ -70,6 +70,14 @@ Account FindAccount() {
     return {65534, 65534};
 }
 
+/// True where user 0 is the machine's root and not an ordinary user's namesake inside a container.
+bool IsRealRoot() {
+    std::uint64_t inside = 0;
+    std::uint64_t outside = 0;
+    std::ifstream map("/proc/self/uid_map");
+    return !(map >> inside >> outside) || (inside == 0 && outside == 0);
+}
+
 /// For good: afterwards nothing of root is left to come back to.
 void BecomeAccount(const Account& account) {
     if (::setgroups(0, nullptr) != 0)
@@ -97,6 +105,7 @@ void DropCapabilities() {
 PrivateRoot EnterPrivateRoot(const Settings& settings) {
     PrivateRoot root;
     const bool asRoot = ::geteuid() == 0;
+    const bool realRoot = IsRealRoot(); // asked while /proc is in sight
     const Account account = asRoot ? FindAccount() : Account{::getuid(), ::getgid()};
     const bool ownUsers = !asRoot && EnterUserNamespace();
     const std::string point = settings.mountPoint.empty() ? DefaultMountPoint : settings.mountPoint;
@@ -104,7 +113,8 @@ PrivateRoot EnterPrivateRoot(const Settings& settings) {
     root.folder = root.mounted ? point : settings.temporaryFolder;
     if (!root.mounted && ::mkdir(root.folder.c_str(), 0700) != 0)
         Fail("temporary folder");
-    // Who may make an entry need not be able to list the others': each worker's folder has a name that can't be guessed.
+    // Who may make an entry need not be able to list the others': each worker's folder has a name that can't be
+    // guessed.
     if (asRoot && ::chmod(root.folder.c_str(), 01733) != 0)
         Fail("temporary folder");
     if ((asRoot || ownUsers) && ::chroot(root.folder.c_str()) == 0) {
@@ -114,8 +124,13 @@ PrivateRoot EnterPrivateRoot(const Settings& settings) {
         root.folder = "/";
     }
     if (asRoot) {
-        BecomeAccount(account);
-        root.otherAccount = true;
+        try {
+            BecomeAccount(account);
+            root.otherAccount = true;
+        } catch (const std::system_error&) {
+            if (realRoot) // a container may know no other account; the machine always does
+                throw;
+        }
     }
     DropCapabilities();
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)

@@ -2,16 +2,16 @@
 // The empty folder in which parent and workers live after the signatures are loaded. Made once by the parent.
 #pragma once
 
+#include <scanner/settings.h>
+
 #include <cstdint>
 #include <string>
-
-#include <scanner/settings.h>
 
 namespace tfs::scanner {
 
 /// What a worker's temporary files live in, and how far the process could shut itself in.
 struct PrivateRoot {
-    std::string folder;  ///< as this process sees it after entering: "/" after a change of root
+    std::string folder;   ///< as this process sees it after entering: "/" after a change of root
     bool mounted = false; ///< a tmpfs of its own
     bool changedRoot = false;
     bool otherAccount = false;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cerrno>
-#include <csignal>
-#include <fstream>
-#include <system_error>
-
 #include <scanner/landlock.h>
 #include <scanner/sandbox.h>
 #include <scanner/syscall_filter.h>
 
+#include <cerrno>
+#include <csignal>
+#include <fstream>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tfs::scanner {

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-#include <csignal>
-#include <cstdio>
-
 #include <scanner/parent.h>
 #include <scanner/scanner_main.h>
 #include <scanner/self_test.h>
 #include <scanner/settings.h>
 
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -23,8 +22,8 @@ std::size_t ReadBufferSize(const Settings& settings) {
     const auto processors = static_cast<std::uint64_t>(std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN)));
     const std::uint64_t memory =
         static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-    return static_cast<std::size_t>(std::clamp(std::min(memory / (16 * processors), settings.memoryLimit / 4),
-                                               16 * Megabyte, 128 * Megabyte));
+    return static_cast<std::size_t>(
+        std::clamp(std::min(memory / (16 * processors), settings.memoryLimit / 4), 16 * Megabyte, 128 * Megabyte));
 }
 
 /// First to be ended when memory runs short: a lost worker costs a retry.
@@ -68,7 +67,7 @@ int ScannerMain(int argc, char** argv) {
     }
     const std::size_t buffer = ReadBufferSize(settings);
     engine.SetReadBuffer(buffer);
-    const WorkerLimits limits{AddressSpaceInUse() + settings.memoryLimit, settings.maxFileSize + 4096};
+    const WorkerLimits limits{AddressSpaceInUse() + settings.memoryLimit, 2 * settings.maxFileSize + 16 * Megabyte};
     PrivateRoot root = EnterPrivateRoot(settings);
     engine.SetTemporaryFolder(root.folder);
     if (const std::string error = engine.WarmUp(); !error.empty())

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/scanner_protocol.h>
+#include <scanner/self_test.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <new>
-
-#include <contract/scanner_protocol.h>
-#include <scanner/self_test.h>
-
 #include <fcntl.h>
+#include <new>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>

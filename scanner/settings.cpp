@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <scanner/settings.h>
+
 #include <charconv>
 #include <stdexcept>
 #include <string_view>
-
-#include <scanner/settings.h>
 
 namespace tfs::scanner {
 namespace {

@@ -9,8 +9,8 @@ namespace tfs::scanner {
 
 struct Settings {
     std::string basesFolder;
-    std::string temporaryFolder;  ///< made by the scanner where it can't mount a tmpfs; removed by the service
-    std::string mountPoint;       ///< where a private tmpfs is mounted; empty: /dev/shm
+    std::string temporaryFolder; ///< made by the scanner where it can't mount a tmpfs; removed by the service
+    std::string mountPoint;      ///< where a private tmpfs is mounted; empty: /dev/shm
     std::uint64_t memoryLimit = std::uint64_t{3} << 30;   ///< bytes of a worker beyond the loaded signatures
     std::uint64_t maxFileSize = std::uint64_t{1} << 30;   ///< bytes
     std::uint64_t maxScanSize = std::uint64_t{2} << 30;   ///< bytes of a file and all its parts

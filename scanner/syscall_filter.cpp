@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cerrno>
-#include <memory>
-#include <system_error>
-
 #include <scanner/syscall_filter.h>
 
+#include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <system_error>
 
 namespace tfs::scanner {
 namespace {
@@ -84,10 +83,10 @@ constexpr int Allowed[] = {
 };
 
 /// Asked for in passing where the answer "no" does no harm.
-constexpr int Refused[] = {SCMP_SYS(access),   SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),
-                           SCMP_SYS(getcwd),   SCMP_SYS(clone3),    SCMP_SYS(prlimit64),  SCMP_SYS(sched_getaffinity),
-                           SCMP_SYS(readlinkat), SCMP_SYS(ioctl),   SCMP_SYS(statfs),     SCMP_SYS(utimensat),
-                           SCMP_SYS(link),     SCMP_SYS(symlink)};
+constexpr int Refused[] = {SCMP_SYS(access),     SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),
+                           SCMP_SYS(getcwd),     SCMP_SYS(clone3),    SCMP_SYS(prlimit64),  SCMP_SYS(sched_getaffinity),
+                           SCMP_SYS(readlinkat), SCMP_SYS(ioctl),     SCMP_SYS(statfs),     SCMP_SYS(utimensat),
+                           SCMP_SYS(link),       SCMP_SYS(symlink)};
 
 void Check(int result) {
     if (result < 0 && result != -EEXIST)

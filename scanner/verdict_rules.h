@@ -2,11 +2,11 @@
 // From what the engine says to a verdict: anything that was not wholly read is never clean. Pure functions.
 #pragma once
 
+#include <contract/scanner_protocol.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include <contract/scanner_protocol.h>
 
 namespace tfs::scanner {
 
@@ -29,7 +29,7 @@ struct EngineOutcome {
     std::string resultText; ///< the engine's text of it
     std::string threat;     ///< first real detection
     std::string inner;
-    std::string alert;      ///< first alert that only says what could not be scanned
+    std::string alert;       ///< first alert that only says what could not be scanned
     bool emptyAlert = false; ///< the engine reported a detection without a name: the file is over its size limit
     SourceTrouble source = SourceTrouble::None;
     std::string sourceDetail;

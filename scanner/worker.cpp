@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-
 #include <scanner/worker.h>
 
+#include <algorithm>
 #include <malloc.h>
 
 namespace tfs::scanner {
@@ -56,7 +55,8 @@ void Worker::Accept(Received& received) {
     } else if (received.message.kind == MessageKind::Cancel) {
         if (id == m_current)
             m_cancelled = true;
-        const auto waiting = std::find_if(m_waiting.begin(), m_waiting.end(), [&](auto& each) { return each.id == id; });
+        const auto waiting =
+            std::find_if(m_waiting.begin(), m_waiting.end(), [&](auto& each) { return each.id == id; });
         if (waiting == m_waiting.end())
             return;
         m_waiting.erase(waiting);

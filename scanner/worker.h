@@ -3,11 +3,11 @@
 // the only thread of a forked process, inside the sandbox.
 #pragma once
 
-#include <chrono>
-#include <deque>
-
 #include <contract/scanner_channel.h>
 #include <scanner/engine.h>
+
+#include <chrono>
+#include <deque>
 
 namespace tfs::scanner {
 

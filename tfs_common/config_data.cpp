@@ -85,7 +85,7 @@ std::optional<std::string> Read(const Tree& tree, const char* key) {
 }
 
 void ReadText(const Tree& tree, const char* key, std::string& field) {
-    if (auto value = Read(tree, key); value && !value->empty())
+    if (auto value = Read(tree, key))
         field = std::move(*value);
 }
 

@@ -13,7 +13,7 @@
 namespace tfs {
 
 /// Owned by the service manager's initializer; used on the thread that starts the program. Its destructor shuts the
-/// framework down and closes its libraries.
+/// framework down and closes its libraries; one whose objects are still held elsewhere stays loaded.
 class MarnowInitializer {
 public:
     MarnowInitializer() = default;

@@ -46,7 +46,7 @@ result_t ScopedServiceManagerInitializer::Init(
     const ulk::types::string16_t& /*eventStoreName*/, const ulk::types::string16_t& libDirectory,
     const ulk::types::string16_t& storageFolder, const ulk::types::string16_t& /*basesDirectory*/,
     const ulk::types::string16_t& /*cacheDirectory*/, bool saveSettings, bool saveData) {
-    if (sl == nullptr || loader == nullptr)
+    if (sl == nullptr || loader == nullptr || storageFolder.empty())
         return ulk::eInvalidArgument;
     const auto tracer = TracerOf(sl);
     if (const result_t result = ULK_CHECK_TRACE(tracer.Get(), m_marnowInitializer->Init(loader, sl, libDirectory),

@@ -23,7 +23,7 @@ public:
     ScopedServiceManagerInitializer& operator=(const ScopedServiceManagerInitializer&) = delete;
 
     /// Starts the older framework and opens the two stores. Paths are UTF-16; one that doesn't convert throws
-    /// std::bad_cast. Returns the code of the step that failed.
+    /// std::bad_cast. Returns the code of the step that failed; eInvalidArgument for an empty storage folder.
     /// `serviceProcess`, the event store's name and the two directories are for programs that scan in their own
     /// process; others pass false and empty texts. A store that is to be saved must open; one that isn't lives in
     /// memory where its file can't be used, as in a folder that belongs to another user.

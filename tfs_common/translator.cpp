@@ -36,7 +36,7 @@ void Translator::Load(ulk::ITracer* tracer, const char* localeName, bool keepUtf
     const std::uint32_t pluralFormsAmount = rule != nullptr ? rule->pluralFormsAmount : 0;
     if (!(pluralFormsAmount > 0)) {
         ulk::check::ReportFalse(tracer, kSource, kUnknownLanguageLine, "pluralFormsAmount > 0",
-                                "Unknown localization language: " + language);
+                                [&](auto& record) { record << "Unknown localization language: " << language; });
         return;
     }
     std::string prefix = m_folder;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Scans folders through the service's scanner and says how long it took: bench_scan SCANNER BASES TEMPORARY PATH...
+#include <service/scan/scan_run.h>
+#include <service/scan/scanner_service.h>
+
 #include <chrono>
 #include <cstdio>
 #include <exception>
 #include <string>
-
-#include <service/scan/scan_run.h>
-#include <service/scan/scanner_service.h>
 
 namespace {
 
@@ -46,8 +46,8 @@ int Measure(int argc, char** argv) {
     const ScanResult result = MakeScanRun(scanner, options, listener)->Run();
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     const ScanProgress& counters = result.counters;
-    std::printf("seconds=%.4f files=%llu bytes=%llu threats=%llu notprocessed=%llu skipped=%llu completed=%d\n", seconds,
-                static_cast<unsigned long long>(counters.scannedObjects),
+    std::printf("seconds=%.4f files=%llu bytes=%llu threats=%llu notprocessed=%llu skipped=%llu completed=%d\n",
+                seconds, static_cast<unsigned long long>(counters.scannedObjects),
                 static_cast<unsigned long long>(counters.scannedBytes),
                 static_cast<unsigned long long>(counters.threats),
                 static_cast<unsigned long long>(counters.notProcessed),

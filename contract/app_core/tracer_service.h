@@ -12,11 +12,10 @@ inline constexpr std::uint32_t TracerClass = 0x6EF3329Bu;
 class ITracerConfigurator : public ulk::IObject {
 public:
     static constexpr ulk::iid_t Iid = 0x2C90B7D4u;
-    /// Opens the file in the settings' folder, which is created with mode 0700 where missing; a folder or file that
-    /// is a symbolic link or another user's is refused with eAccessDenied and the tracer stays silent.
+    /// Checks the settings' folder, which is created with mode 0700 where missing; the file comes with the first line.
+    /// A folder or file that is a symbolic link or another user's is refused with eAccessDenied and the tracer stays
+    /// silent. Files that ended processes of the program left behind are removed, but for the newest `fileCount`.
     virtual result_t Configure(const loader::TracerSettings& settings) noexcept = 0;
-    /// Changes level and switch while running.
-    virtual void SetLevel(std::int32_t level, bool enabled) noexcept = 0;
 
 protected:
     ~ITracerConfigurator() = default;

@@ -34,8 +34,9 @@ result_t EventsProcessor::OnEvent(const Event& event) {
     } catch (const std::exception& e) {
         ULK_TRACE(GetTracer(), ulk::level::Failure) << signature << e.what();
         // The framework's exceptions name their class alone in what().
-        if (const std::string details = ExceptionText(e); details != e.what())
+        if (const std::string details = ExceptionText(e); details != e.what()) {
             ULK_TRACE(GetTracer(), ulk::level::Failure) << signature << ": " << details;
+        }
     } catch (...) {
         ULK_TRACE(GetTracer(), ulk::level::Failure) << signature << ": unspecified error";
     }

@@ -152,29 +152,39 @@ Item {
         }
 
         Item {
+            id: summaryArea
+
+            readonly property real available: progress.visible ? progress.x - CommonProperties.gridMargin : width
+            // One line where both have room, else a line for each; a summary alone may take both lines.
+            readonly property bool hasResult: resultInfo.length > 0
+            readonly property bool resultBelow: hasResult
+                                                && summaryLabel.implicitWidth + resultLabel.implicitWidth > available
+            readonly property Item lowest: resultBelow ? resultLabel : summaryLabel
+
             width: parent.width
-            height: CommonProperties.TaskSummaryHeight
+            height: Math.max(CommonProperties.TaskSummaryHeight, lowest.y + lowest.height)
 
             TLLabel {
                 id: summaryLabel
                 objectName: "summary"
+                y: progress.y + percent.baselineOffset - baselineOffset
                 lineHeight: CommonProperties.lineHeightSingle
-                anchors.verticalCenter: parent.verticalCenter
-                width: Math.min(implicitWidth, progress.visible ? progress.x - CommonProperties.gridMargin
-                                                                : parent.width)
+                width: summaryArea.hasResult ? Math.min(implicitWidth, summaryArea.available) : summaryArea.available
                 textValue: summary + (resultInfo.length > 0 && summary.length > 0 ? ". " : "")
+                wrapMode: summaryArea.hasResult ? Text.NoWrap : Text.Wrap
+                maximumLineCount: summaryArea.hasResult ? 1 : 2
                 elide: Text.ElideRight
                 color: CommonProperties.colorLightGray
                 font.pixelSize: CommonProperties.pixelSizeSmall
             }
 
             TLLabel {
+                id: resultLabel
                 objectName: "result"
+                x: summaryArea.resultBelow ? 0 : summaryLabel.width
+                y: summaryLabel.y + (summaryArea.resultBelow ? summaryLabel.height : 0)
                 lineHeight: CommonProperties.lineHeightSingle
-                anchors.left: summaryLabel.right
-                anchors.verticalCenter: parent.verticalCenter
-                width: Math.max(0, Math.min(implicitWidth, (progress.visible ? progress.x - CommonProperties.gridMargin
-                                                                             : parent.width) - x))
+                width: Math.min(implicitWidth, summaryArea.available)
                 visible: text.length > 0
                 textValue: resultInfo
                 elide: Text.ElideRight
@@ -187,12 +197,14 @@ Item {
                 id: progress
                 objectName: "progress"
                 anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
+                y: (CommonProperties.TaskSummaryHeight - height) / 2
                 spacing: CommonProperties.unit
                 visible: opacity > 0
                 state: root.isRunning(currentState) ? "enabled" : "disabled"
 
                 TLLabel {
+                    id: percent
+                    objectName: "percent"
                     width: CommonProperties.TaskPercentWidth
                     height: bar.height
                     horizontalAlignment: Text.AlignRight

@@ -199,10 +199,33 @@ T.ApplicationWindow {
         }
     }
 
-    // The platform looks for a tray once only: the icon isn't made before there is one.
+    // The platform looks for a tray once only: the icon isn't made before there is one. Nor does the window wait for
+    // it: what the icon needs is loaded behind the first frame.
     Loader {
+        id: trayLoader
         objectName: "trayLoader"
-        active: trayAvailability.available
+
+        property bool mayLoad: isTrayOnly
+
+        function allow() {
+            mayLoad = true;
+        }
+
+        active: mayLoad && trayAvailability.available
         source: "TrayIcon.qml"
+    }
+
+    Connections {
+        target: trayLoader.mayLoad ? null : window
+        function onFrameSwapped() {
+            Qt.callLater(trayLoader.allow);
+        }
+    }
+
+    // A window that opens out of sight, on another desktop, draws no frame.
+    Timer {
+        running: !trayLoader.mayLoad
+        interval: CommonProperties.repaintIntervalActive
+        onTriggered: trayLoader.allow()
     }
 }

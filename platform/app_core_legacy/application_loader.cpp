@@ -10,6 +10,8 @@
 #include <platform/app_core_legacy/root_locator.h>
 #include <platform/app_core_legacy/services.h>
 
+#include <iostream>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -29,8 +31,10 @@ ulk::Ptr<ulk::ITracer> MakeTracer(ModuleStore& modules, const TracerSettings& se
     if (ULK_SUCCEEDED(tracer->QueryInterface(app_core::ITracerConfigurator::Iid, &found))) {
         const auto configurator =
             ulk::Ptr<app_core::ITracerConfigurator>::Adopt(static_cast<app_core::ITracerConfigurator*>(found));
-        // A refused folder leaves the tracer silent, which is all there is to do.
-        (void)configurator->Configure(settings);
+        // The tracer is silent now, and so the only place left to say why is here.
+        if (const result_t result = configurator->Configure(settings); ULK_FAILED(result))
+            std::cerr << "Cannot write a trace in " << ulk::text::ToUtf8Lossy(settings.folder) << ": "
+                      << ulk::ResultText(result) << std::endl;
     }
     return tracer;
 }
@@ -42,14 +46,15 @@ std::string RemotingPath(const TracerSettings& settings) {
     return slash == std::string::npos ? std::string() : tracerPath.substr(0, slash + 1) + "libremoting.so";
 }
 
-/// What lives for one run. Members go in reverse order: services first, modules last.
+/// What lives for one run. Members go in reverse order.
 class RunScope {
 public:
     RunScope(const TracerSettings& settings, const CrashDumpSettings& crashDumps)
-        : m_crashHandler(crashDumps), m_locator(ulk::Ptr<RootLocator>::Adopt(new RootLocator(m_modules))) {
+        : m_crashHandler(crashDumps), m_modules(std::make_shared<ModuleStore>()),
+          m_locator(ulk::Ptr<RootLocator>::Adopt(new RootLocator(m_modules))) {
         const auto allocator = ulk::Ptr<MallocAllocator>::Adopt(new MallocAllocator());
         (void)m_locator->AddObject<ulk::IAllocator>(allocator.Get());
-        m_tracer = MakeTracer(m_modules, settings);
+        m_tracer = MakeTracer(*m_modules, settings);
         (void)m_locator->AddObject<ulk::ITracer>(m_tracer.Get());
         if (const std::string remoting = RemotingPath(settings); !remoting.empty()) {
             (void)m_locator->AddClass(ulk::remoting::IConnectionFactory::Iid, remoting,
@@ -61,9 +66,6 @@ public:
     ~RunScope() {
         m_locator->Clear();
         m_tracer->Flush();
-        m_tracer.Reset();
-        m_locator.Reset();
-        m_modules.UnloadUnused();
     }
     RunScope(const RunScope&) = delete;
     RunScope& operator=(const RunScope&) = delete;
@@ -76,7 +78,7 @@ public:
 
 private:
     CrashHandler m_crashHandler;
-    ModuleStore m_modules;
+    std::shared_ptr<ModuleStore> m_modules;
     ulk::Ptr<RootLocator> m_locator;
     ulk::Ptr<ulk::ITracer> m_tracer;
 };

@@ -11,7 +11,7 @@ class ApplicationLoader final
     : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, app_core::loader::IApplicationLoader> {
 public:
     /// Returns the application's value. eInvalidArgument without an application or for an unknown mode. A tracer that
-    /// can't be loaded or opened doesn't keep the application from running.
+    /// can't be loaded or opened doesn't keep the application from running; a refused folder is told on standard error.
     result_t Run(const app_core::loader::TracerSettings& tracer, std::uint32_t mode,
                  const app_core::loader::CrashDumpSettings& crashDumps, const ulk::types::string16_t* optional,
                  app_core::loader::IApplicationController* application) noexcept override;

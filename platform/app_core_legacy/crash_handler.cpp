@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <execinfo.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -124,8 +125,12 @@ void OnCrash(int signal, siginfo_t* info, void*) {
 } // namespace
 
 CrashHandler::CrashHandler(const app_core::loader::CrashDumpSettings& settings) {
-    if (g_folder == -1 && PrepareFolder(settings))
-        Install();
+    try {
+        if (g_folder == -1 && PrepareFolder(settings))
+            Install();
+    } catch (const std::exception&) {
+        // The program runs without, then.
+    }
 }
 
 bool CrashHandler::PrepareFolder(const app_core::loader::CrashDumpSettings& settings) {
@@ -136,11 +141,12 @@ bool CrashHandler::PrepareFolder(const app_core::loader::CrashDumpSettings& sett
         return false;
     if (ULK_FAILED(EnsurePrivateFolder(folder)))
         return false;
+    // Whatever may throw comes before the folder is taken.
+    PruneDumps(folder, pattern, settings.limit - 1);
     g_folder = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (g_folder < 0)
         return false;
     std::memcpy(g_pattern, pattern.c_str(), pattern.size() + 1);
-    PruneDumps(folder, pattern, settings.limit - 1);
     return true;
 }
 

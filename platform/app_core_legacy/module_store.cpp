@@ -3,16 +3,6 @@
 #include <platform/app_core_legacy/module_store.h>
 
 namespace platform::app_core_legacy {
-namespace {
-
-bool IsUnused(ulk::Module& module) {
-    void* count = nullptr;
-    if (ULK_FAILED(module.Find(ulk::kLiveObjectsExport, &count)))
-        return false;
-    return reinterpret_cast<ulk::GetLiveObjectCountFunction>(count)() == 0;
-}
-
-} // namespace
 
 ModuleStore::~ModuleStore() {
     for (auto& [path, module] : m_modules)
@@ -57,16 +47,6 @@ result_t ModuleStore::Load(const std::string& path, ulk::Module** module, std::s
     *module = loading.get();
     m_modules.emplace_back(path, std::move(loading));
     return ulk::sOk;
-}
-
-void ModuleStore::UnloadUnused() {
-    const ulk::LockGuard lock(m_mutex);
-    for (auto it = m_modules.rbegin(); it != m_modules.rend(); ++it)
-        if (IsUnused(*it->second))
-            it->second->Close();
-        else
-            it->second->KeepLoaded();
-    m_modules.clear();
 }
 
 } // namespace platform::app_core_legacy

@@ -12,11 +12,12 @@
 
 namespace platform::app_core_legacy {
 
-/// Loads each module once and keeps it until the end. Any thread, but for UnloadUnused.
+/// Loads each module once and keeps it loaded until the process ends, also when the run and the store are over: threads
+/// of services and holders of their objects may still be in a module's code. Its count of live objects doesn't tell,
+/// since it falls to 0 before the last Release has returned. Any thread.
 class ModuleStore {
 public:
     ModuleStore() = default;
-    /// Whatever is still loaded stays loaded for good: code that may yet run is never pulled away.
     ~ModuleStore();
     ModuleStore(const ModuleStore&) = delete;
     ModuleStore& operator=(const ModuleStore&) = delete;
@@ -24,8 +25,6 @@ public:
     /// Makes an object of a class of the module at `path`. On failure `error` holds the linker's text, or is empty.
     result_t CreateObject(const std::string& path, std::uint32_t classId, ulk::IServiceLocator* locator, ulk::iid_t iid,
                           void** out, std::string& error);
-    /// Closes, last loaded first, the modules that report no live object. Called once all services are released.
-    void UnloadUnused();
 
 private:
     result_t Load(const std::string& path, ulk::Module** module, std::string& error) ULK_EXCLUDES(m_mutex);

@@ -8,8 +8,9 @@
 
 namespace platform {
 
-/// Makes each missing component with mode 0700, then tests the folder itself: a symbolic link, another user's folder or
-/// one that everybody may write to is eAccessDenied; other failures are the code of errno.
+/// Makes the folder with mode 0700 where it is missing, and missing parents with 0755, then tests the folder itself: a
+/// symbolic link, another user's folder or one that everybody may write to is eAccessDenied; other failures are the
+/// code of errno.
 result_t EnsurePrivateFolder(const std::string& folder);
 
 /// sOk for a regular file of this user's and for a missing one. A symbolic link, another user's file or one with a

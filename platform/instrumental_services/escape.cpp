@@ -9,10 +9,13 @@ namespace {
 
 constexpr char kHex[] = "0123456789abcdef";
 
-constexpr bool IsPlain(char c) { return c >= 0x20 && c < 0x7F; }
+constexpr bool IsPlain(char c) { return c >= 0x20 && c < 0x7F && c != '\\'; }
 
 void AppendByte(std::string& out, unsigned char byte) {
     switch (byte) {
+    case '\\':
+        out += "\\\\";
+        return;
     case '\n':
         out += "\\n";
         return;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/common/private_folder.h>
+#include <platform/instrumental_services/old_logs.h>
 #include <platform/instrumental_services/rotating_log.h>
 
 #include <algorithm>
@@ -24,18 +25,9 @@ public:
     std::unique_ptr<spdlog::formatter> clone() const override { return std::make_unique<VerbatimFormatter>(); }
 };
 
-class RefusedError : public std::runtime_error {
-public:
-    explicit RefusedError(result_t code) : std::runtime_error("the trace file is refused"), m_code(code) {}
-    result_t Code() const noexcept { return m_code; }
-
-private:
-    result_t m_code;
-};
-
 void Require(result_t result) {
     if (ULK_FAILED(result))
-        throw RefusedError(result);
+        throw std::runtime_error("the trace file is refused");
 }
 
 } // namespace
@@ -58,17 +50,13 @@ result_t RotatingLog::Open(const std::string& folder, const std::string& stem, s
     // The stem is a name, not a path.
     if (folder.empty() || stem.find('/') != std::string::npos || m_path.find('\0') != std::string::npos)
         return ulk::eInvalidArgument;
-    try {
-        MakeSink();
-        m_opened = true;
-        return ulk::sOk;
-    } catch (const RefusedError& e) {
-        return e.Code();
-    } catch (const std::bad_alloc&) {
-        return ulk::eOutOfMemory;
-    } catch (const std::exception&) {
-        return ulk::eUnspecified;
-    }
+    if (const result_t result = EnsurePrivateFolder(folder); ULK_FAILED(result))
+        return result;
+    if (const result_t result = CheckOwnFile(m_path); ULK_FAILED(result))
+        return result;
+    PruneOldLogs(folder, stem, m_rotatedFiles + 1);
+    m_opened = true;
+    return ulk::sOk;
 }
 
 void RotatingLog::Close() noexcept {

@@ -20,9 +20,10 @@ public:
     RotatingLog();
     ~RotatingLog();
 
-    /// Opens "<stem>log" in the folder. eAccessDenied where the folder or a file is a symbolic link or not this user's.
+    /// Checks that "<stem>log" can be written in the folder and clears what ended processes of the program left there;
+    /// the file itself is made by the first line. eAccessDenied where the folder or the file is a symbolic link or not
+    /// this user's, eInvalidArgument for a stem that isn't a name.
     result_t Open(const std::string& folder, const std::string& stem, std::uint64_t sizeLimit, std::uint32_t fileCount);
-    bool IsOpen() const noexcept { return m_opened; }
     void Close() noexcept;
     /// Appends one line, which ends in a line feed, and hands it to the system.
     void Write(std::string_view line) noexcept;

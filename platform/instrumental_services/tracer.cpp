@@ -92,16 +92,17 @@ void Tracer::Flush() noexcept {
 result_t Tracer::Configure(const app_core::loader::TracerSettings& settings) noexcept {
     m_threshold.store(kSilent, std::memory_order_relaxed);
     try {
+        const std::string folder = ulk::text::Cast<std::string>(settings.folder);
+        const std::string stem = ulk::text::Cast<std::string>(settings.fileStem);
         const ulk::LockGuard lock(m_mutex);
-        m_configured = false;
         m_log.Close();
         m_format = LineFormat(ulk::text::Cast<std::string>(settings.lineFormat));
-        m_folder = ulk::text::Cast<std::string>(settings.folder);
-        m_stem = ulk::text::Cast<std::string>(settings.fileStem);
-        m_sizeLimit = settings.fileSizeLimit;
-        m_fileCount = settings.fileCount;
-        m_configured = true;
-        return ApplyLevel(settings.level, settings.enabled);
+        if (!settings.enabled)
+            return ulk::sOk;
+        const result_t result = m_log.Open(folder, stem, settings.fileSizeLimit, settings.fileCount);
+        if (ULK_SUCCEEDED(result))
+            m_threshold.store(settings.level, std::memory_order_relaxed);
+        return result;
     } catch (const std::bad_alloc&) {
         return ulk::eOutOfMemory;
     } catch (const std::bad_cast&) {
@@ -109,24 +110,6 @@ result_t Tracer::Configure(const app_core::loader::TracerSettings& settings) noe
     } catch (...) {
         return ulk::eUnspecified;
     }
-}
-
-void Tracer::SetLevel(std::int32_t level, bool enabled) noexcept {
-    try {
-        const ulk::LockGuard lock(m_mutex);
-        if (m_configured)
-            (void)ApplyLevel(level, enabled);
-    } catch (...) {
-        m_threshold.store(kSilent, std::memory_order_relaxed);
-    }
-}
-
-result_t Tracer::ApplyLevel(std::int32_t level, bool enabled) {
-    result_t result = ulk::sOk;
-    if (enabled && !m_log.IsOpen())
-        result = m_log.Open(m_folder, m_stem, m_sizeLimit, m_fileCount);
-    m_threshold.store(enabled && m_log.IsOpen() ? level : kSilent, std::memory_order_relaxed);
-    return result;
 }
 
 } // namespace platform::instrumental

@@ -25,14 +25,12 @@ public:
     void Submit(ulk::TraceBuffer* buffer) noexcept override;
     void Flush() noexcept override;
 
-    /// With tracing off nothing is opened or created until SetLevel turns it on.
+    /// With tracing off nothing is opened or created.
     result_t Configure(const app_core::loader::TracerSettings& settings) noexcept override;
-    void SetLevel(std::int32_t level, bool enabled) noexcept override;
 
 private:
     ~Tracer() override = default;
 
-    result_t ApplyLevel(std::int32_t level, bool enabled) ULK_REQUIRES(m_mutex);
     void WriteLine(const ulk::TraceBuffer& buffer);
     void GiveBack(std::unique_ptr<ulk::TraceBuffer> buffer) noexcept;
 
@@ -44,11 +42,6 @@ private:
     RotatingLog m_log ULK_GUARDED_BY(m_mutex);
     LineFormat m_format ULK_GUARDED_BY(m_mutex){""};
     std::string m_line ULK_GUARDED_BY(m_mutex);
-    std::string m_folder ULK_GUARDED_BY(m_mutex);
-    std::string m_stem ULK_GUARDED_BY(m_mutex);
-    std::uint64_t m_sizeLimit ULK_GUARDED_BY(m_mutex) = 0;
-    std::uint32_t m_fileCount ULK_GUARDED_BY(m_mutex) = 0;
-    bool m_configured ULK_GUARDED_BY(m_mutex) = false;
 
     ulk::Mutex m_poolMutex;
     std::vector<std::unique_ptr<ulk::TraceBuffer>> m_pool ULK_GUARDED_BY(m_poolMutex);

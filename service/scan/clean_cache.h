@@ -2,13 +2,12 @@
 // Files known to be clean, so that an unchanged tree is not scanned twice. Any thread.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <unordered_map>
-
 #include <foundation/sync.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <sys/stat.h>
+#include <unordered_map>
 
 namespace tfs::service::scan {
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Start, stop, the thread's loop, clients and the handing out of work.
-#include <algorithm>
-#include <cerrno>
-
 #include <service/scan/dispatcher.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -86,7 +85,10 @@ void ScannerService::Impl::Stop() noexcept {
 
 ScannerState ScannerService::Impl::State() const {
     ulk::LockGuard lock(m_lock);
-    return m_state;
+    ScannerState state = m_state;
+    state.workers = static_cast<std::uint32_t>(
+        std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; }));
+    return state;
 }
 
 void ScannerService::Impl::SetStateChanged(std::function<void()> changed) {
@@ -199,7 +201,6 @@ void ScannerService::Impl::Answer(Request& request, FileVerdict verdict) {
 /// Everybody who waits is told; nobody waits for what doesn't come.
 void ScannerService::Impl::Unavailable(const std::string& error) {
     m_state.loaded = false;
-    m_state.workers = 0;
     m_state.error = error;
     m_stateDirty = true;
     const VerdictCode code = m_phase == Phase::Stopped ? VerdictCode::Cancelled : VerdictCode::EngineFailed;

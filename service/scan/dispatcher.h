@@ -4,19 +4,19 @@
 // lock.
 #pragma once
 
-#include <condition_variable>
-#include <functional>
-#include <map>
-#include <memory>
-#include <thread>
-#include <vector>
-
 #include <foundation/sync.h>
 #include <service/scan/clean_cache.h>
 #include <service/scan/scan_client.h>
 #include <service/scan/scanner_process.h>
 #include <service/scan/scanner_service.h>
 #include <service/scan/worker_slot.h>
+
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <memory>
+#include <thread>
+#include <vector>
 
 namespace tfs::service::scan {
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The dispatcher's dealings with the scanner's processes: start, loss, replacement, deadlines.
-#include <algorithm>
-#include <csignal>
-
 #include <service/scan/dispatcher.h>
 
+#include <algorithm>
+#include <csignal>
 #include <sys/epoll.h>
 
 namespace tfs::service::scan {
@@ -20,8 +19,8 @@ constexpr unsigned MostParentLosses = 20;
 constexpr unsigned MostLosses = 8;
 constexpr unsigned MostSpawnFailures = 8;
 constexpr auto LoadDeadline = 300s;
-constexpr auto SpawnDeadline = 15s;
-constexpr auto ReadyDeadline = 15s;
+constexpr auto SpawnDeadline = 5s;
+constexpr auto ReadyDeadline = 5s;
 constexpr auto KillDeadline = 2s;
 constexpr auto LeastBackOff = 50ms;
 constexpr auto MostBackOff = 1000ms;
@@ -109,9 +108,8 @@ void ScannerService::Impl::OnLoaded(const Message& message) {
     m_state.basesDate = message.time;
     m_state.engineVersion = Printable(message.first);
     m_state.sandbox = Printable(message.second);
-    ULK_TRACE(m_tracer.Get(), ulk::level::Notable)
-        << "scanner: " << m_state.signatures << " signatures, engine " << m_state.engineVersion << ", "
-        << m_state.sandbox;
+    ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "scanner: " << m_state.signatures << " signatures, engine "
+                                                   << m_state.engineVersion << ", " << m_state.sandbox;
 }
 
 void ScannerService::Impl::LoseParent(const char* why) {
@@ -130,7 +128,6 @@ void ScannerService::Impl::LoseParent(const char* why) {
                 GiveBack(std::move(*request));
         }
     }
-    m_state.workers = 0;
     m_stateDirty = true;
     if (++m_losses > MostLosses) {
         m_phase = Phase::Failed;
@@ -182,8 +179,6 @@ bool ScannerService::Impl::OnWorkerMessage(WorkerSlot& worker, const Message& me
     if (message.kind == MessageKind::Ready) {
         worker.ready = true;
         m_spawnFailures = 0;
-        m_state.workers = static_cast<std::uint32_t>(
-            std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; }));
         if (!m_state.loaded) {
             m_state.loaded = true;
             m_state.error.clear();
@@ -306,9 +301,10 @@ void ScannerService::Impl::TakeBackBehind(WorkerSlot& worker) {
 void ScannerService::Impl::KeepWorkers() {
     if (m_phase != Phase::Running || Clock::now() < m_spawnNotBefore)
         return;
-    const auto working = static_cast<std::uint32_t>(std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) {
-        return !each.second.retiring && !each.second.held && !each.second.killed;
-    }));
+    const auto working =
+        static_cast<std::uint32_t>(std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) {
+            return !each.second.retiring && !each.second.held && !each.second.killed;
+        }));
     for (std::uint32_t have = working + m_spawning; have < m_targetWorkers; ++have) {
         if (scanner::Send(m_process.Control(), {.kind = MessageKind::Spawn, .id = m_nextWorker}, {}, MSG_DONTWAIT) != 0)
             return; // full or closed; the loop comes by again
@@ -320,9 +316,10 @@ void ScannerService::Impl::KeepWorkers() {
 
 void ScannerService::Impl::NoteSpawnFailure(const char* why) {
     ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner: no worker: " << why;
-    m_spawnNotBefore = Clock::now() + std::min<std::chrono::milliseconds>(10ms * (1 << std::min(m_spawnFailures, 8u)),
-                                                                         MostBackOff);
-    const bool none = std::none_of(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; });
+    m_spawnNotBefore =
+        Clock::now() + std::min<std::chrono::milliseconds>(10ms * (1 << std::min(m_spawnFailures, 8u)), MostBackOff);
+    const bool none =
+        std::none_of(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; });
     if (++m_spawnFailures < MostSpawnFailures || !none)
         return;
     m_workers.clear();
@@ -333,8 +330,9 @@ void ScannerService::Impl::NoteSpawnFailure(const char* why) {
 
 /// Lets go workers that had their share of files, or that are too many after a pause.
 void ScannerService::Impl::RetireIdle() {
-    auto working = static_cast<std::size_t>(std::count_if(
-        m_workers.begin(), m_workers.end(), [](const auto& each) { return !each.second.retiring && !each.second.held; }));
+    auto working = static_cast<std::size_t>(std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) {
+        return !each.second.retiring && !each.second.held;
+    }));
     for (auto& [id, worker] : m_workers)
         if (working > m_targetWorkers && worker.ready && !worker.retiring && !worker.held && worker.inFlight.empty()) {
             worker.retiring = true;

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/scan/file_systems.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <string>
-
-#include <service/scan/file_systems.h>
-
 #include <linux/magic.h>
+#include <string>
 #include <sys/sysmacros.h>
 #include <sys/vfs.h>
 
@@ -15,25 +14,10 @@ namespace tfs::service::scan {
 namespace {
 
 constexpr unsigned long VirtualTypes[] = {
-    PROC_SUPER_MAGIC,
-    SYSFS_MAGIC,
-    CGROUP_SUPER_MAGIC,
-    CGROUP2_SUPER_MAGIC,
-    DEBUGFS_MAGIC,
-    TRACEFS_MAGIC,
-    SECURITYFS_MAGIC,
-    SELINUX_MAGIC,
-    SMACK_MAGIC,
-    PSTOREFS_MAGIC,
-    BPF_FS_MAGIC,
-    DEVPTS_SUPER_MAGIC,
-    EFIVARFS_MAGIC,
-    AUTOFS_SUPER_MAGIC,
-    BINFMTFS_MAGIC,
-    NSFS_MAGIC,
-    PIPEFS_MAGIC,
-    SOCKFS_MAGIC,
-    RDTGROUP_SUPER_MAGIC,
+    PROC_SUPER_MAGIC, SYSFS_MAGIC,        CGROUP_SUPER_MAGIC, CGROUP2_SUPER_MAGIC,  DEBUGFS_MAGIC,
+    TRACEFS_MAGIC,    SECURITYFS_MAGIC,   SELINUX_MAGIC,      SMACK_MAGIC,          PSTOREFS_MAGIC,
+    BPF_FS_MAGIC,     DEVPTS_SUPER_MAGIC, EFIVARFS_MAGIC,     AUTOFS_SUPER_MAGIC,   BINFMTFS_MAGIC,
+    NSFS_MAGIC,       PIPEFS_MAGIC,       SOCKFS_MAGIC,       RDTGROUP_SUPER_MAGIC,
     0x19800202, // message queues
     0x62656570, // configfs
     0x65735543, // control files of user-space file systems
@@ -42,8 +26,8 @@ constexpr unsigned long VirtualTypes[] = {
 };
 
 constexpr unsigned long ForeignTypes[] = {
-    NFS_SUPER_MAGIC, SMB_SUPER_MAGIC, CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC,   FUSE_SUPER_MAGIC,
-    V9FS_MAGIC,      CODA_SUPER_MAGIC, AFS_SUPER_MAGIC, CEPH_SUPER_MAGIC,   NCP_SUPER_MAGIC,
+    NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,  CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC, FUSE_SUPER_MAGIC,
+    V9FS_MAGIC,      CODA_SUPER_MAGIC, AFS_SUPER_MAGIC,  CEPH_SUPER_MAGIC, NCP_SUPER_MAGIC,
 };
 
 template <std::size_t N>

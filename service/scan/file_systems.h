@@ -2,10 +2,9 @@
 // Which file systems hold files worth scanning. Used on one thread.
 #pragma once
 
+#include <sys/types.h>
 #include <unordered_map>
 #include <unordered_set>
-
-#include <sys/types.h>
 
 namespace tfs::service::scan {
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <cerrno>
-#include <cstring>
-#include <system_error>
-
 #include <service/scan/file_walker.h>
 
+#include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <system_error>
 
 namespace tfs::service::scan {
 namespace {
@@ -189,8 +188,8 @@ void FileWalker::Look(Level& level, const char* name) {
         level.folders.emplace_back(name);
     } else if (S_ISREG(status.st_mode)) {
         // A single file of another file system is mounted over a name: never cached, and not asked what it lies on.
-        m_visitor.OnFile({level.folder.Get(), name, m_path, status,
-                          elsewhere ? FileSystemKind::Foreign : level.fileSystem});
+        m_visitor.OnFile(
+            {level.folder.Get(), name, m_path, status, elsewhere ? FileSystemKind::Foreign : level.fileSystem});
     } else {
         m_visitor.OnSkipped(m_path);
     }

@@ -3,24 +3,23 @@
 // nor many descriptors, and takes names as bytes of any content and paths of any length. Used on one thread.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <unordered_set>
-#include <vector>
-
 #include <contract/scanner_channel.h>
 #include <service/scan/file_systems.h>
 
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
+#include <unordered_set>
+#include <vector>
 
 namespace tfs::service::scan {
 
 /// A regular file, to be opened relative to its folder.
 struct FoundFile {
-    int folder;               ///< descriptor, lent for the call
-    const char* name;         ///< within the folder
-    const std::string& path;  ///< whole, for people
+    int folder;                ///< descriptor, lent for the call
+    const char* name;          ///< within the folder
+    const std::string& path;   ///< whole, for people
     const struct stat& status; ///< of the name, links not followed
     FileSystemKind fileSystem;
 };

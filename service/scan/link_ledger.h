@@ -2,15 +2,14 @@
 // Files with several names: each is scanned once a run, and its verdict holds for every name. Guarded by its owner.
 #pragma once
 
+#include <service/scan/scan_client.h>
+
 #include <cstdint>
 #include <map>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
-
-#include <service/scan/scan_client.h>
-
-#include <sys/stat.h>
 
 namespace tfs::service::scan {
 

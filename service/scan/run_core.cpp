@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The walker's side of a run and its verdicts.
-#include <cerrno>
-#include <ctime>
-#include <system_error>
-
 #include <service/scan/run_core.h>
 
+#include <cerrno>
+#include <ctime>
 #include <fcntl.h>
+#include <system_error>
 
 namespace tfs::service::scan {
 namespace {

@@ -3,6 +3,13 @@
 // verdicts, the caller of Run() passes on what is worth telling. Lives as long as the last of them.
 #pragma once
 
+#include <foundation/sync.h>
+#include <service/scan/dispatcher.h>
+#include <service/scan/file_walker.h>
+#include <service/scan/link_ledger.h>
+#include <service/scan/scan_run.h>
+#include <service/scan/scan_tally.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -10,13 +17,6 @@
 #include <thread>
 #include <unordered_map>
 #include <variant>
-
-#include <foundation/sync.h>
-#include <service/scan/dispatcher.h>
-#include <service/scan/file_walker.h>
-#include <service/scan/link_ledger.h>
-#include <service/scan/scan_run.h>
-#include <service/scan/scan_tally.h>
 
 namespace tfs::service::scan {
 
@@ -60,8 +60,7 @@ private:
     void Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read)
         ULK_EXCLUDES(m_lock);
     /// Settle for the file and for its other names that waited.
-    void SettleAll(const std::string& path, const struct stat& status, const FileVerdict& verdict)
-        ULK_EXCLUDES(m_lock);
+    void SettleAll(const std::string& path, const struct stat& status, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
     void Tell(Notable notable) ULK_EXCLUDES(m_lock);
     void Fail(const std::string& error) ULK_EXCLUDES(m_lock);
     bool PassOn(IScanObserver& observer) ULK_EXCLUDES(m_lock);

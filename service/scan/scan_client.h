@@ -2,10 +2,10 @@
 // Between those who want files scanned and the scanner's dispatcher.
 #pragma once
 
+#include <contract/scanner_channel.h>
+
 #include <cstdint>
 #include <string>
-
-#include <contract/scanner_channel.h>
 
 namespace tfs::service::scan {
 

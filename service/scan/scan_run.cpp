@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A run as its caller sees it: start, progress, the passing on of what was found, the end.
+#include <service/scan/run_core.h>
+
 #include <chrono>
 #include <exception>
-
-#include <service/scan/run_core.h>
 
 namespace tfs::service::scan {
 namespace {

@@ -2,13 +2,13 @@
 // One run of an on-demand scan: walks its areas and has every file scanned by the scanner's workers.
 #pragma once
 
+#include <contract/tfs/tasks.h>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <contract/tfs/tasks.h>
 
 namespace tfs::service::scan {
 
@@ -21,10 +21,10 @@ struct ScanOptions {
 };
 
 struct ThreatFound {
-    std::string path;        ///< bytes of the file system
-    std::string innerName;   ///< the member of a container, where the engine tells it
-    std::string detectName;  ///< the engine's name of the threat
-    std::uint64_t size = 0;  ///< of the file
+    std::string path;       ///< bytes of the file system
+    std::string innerName;  ///< the member of a container, where the engine tells it
+    std::string detectName; ///< the engine's name of the threat
+    std::uint64_t size = 0; ///< of the file
     std::uint32_t ownerUid = 0;
 };
 
@@ -32,9 +32,9 @@ struct ThreatFound {
 enum class NotProcessedReason {
     OpenFailed,
     ReadError,
-    Changed,   ///< truncated, grown or replaced while it was read
+    Changed, ///< truncated, grown or replaced while it was read
     Encrypted,
-    Limit,     ///< size, depth, number of parts or a ratio over the engine's limits
+    Limit, ///< size, depth, number of parts or a ratio over the engine's limits
     TimeLimit,
     EngineFailed, ///< the worker crashed or hung twice
     OutOfSpace,   ///< temporary folder full

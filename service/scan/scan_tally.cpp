@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-
 #include <service/scan/scan_tally.h>
+
+#include <algorithm>
 
 namespace tfs::service::scan {
 

@@ -2,10 +2,10 @@
 // The counters of a run and how far it is. Any thread.
 #pragma once
 
-#include <cstdint>
-
 #include <foundation/sync.h>
 #include <service/scan/scan_run.h>
+
+#include <cstdint>
 
 namespace tfs::service::scan {
 

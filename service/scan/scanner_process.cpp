@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/scan/scanner_process.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -6,18 +8,15 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
-#include <thread>
-#include <vector>
-
-#include <service/scan/scanner_process.h>
-
 #include <fcntl.h>
+#include <filesystem>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 namespace tfs::service::scan {
 namespace {

@@ -3,11 +3,10 @@
 // under its lock.
 #pragma once
 
-#include <string>
-
 #include <contract/scanner_channel.h>
 #include <service/scan/scanner_service.h>
 
+#include <string>
 #include <sys/types.h>
 
 namespace tfs::service::scan {

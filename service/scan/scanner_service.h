@@ -2,38 +2,38 @@
 // The service's side of the scanner: starts tesl-scanner, keeps it alive, hands it descriptors.
 #pragma once
 
+#include <foundation/object.h>
+#include <foundation/trace.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include <foundation/object.h>
-#include <foundation/trace.h>
-
 namespace tfs::service::scan {
 
 struct ScannerConfig {
-    std::string program;         ///< path of tesl-scanner
-    std::string basesFolder;     ///< signatures
-    std::string temporaryFolder; ///< on tmpfs; empty: the scanner chooses
-    std::uint32_t maxWorkers = 0; ///< 0: as many as processors
+    std::string program;                 ///< path of tesl-scanner
+    std::string basesFolder;             ///< signatures
+    std::string temporaryFolder;         ///< on tmpfs; empty: the scanner chooses
+    std::uint32_t maxWorkers = 0;        ///< 0: as many as processors
     std::uint64_t workerMemoryLimit = 0; ///< bytes beyond the loaded signatures; 0: default
     std::uint32_t fileTimeLimitMs = 0;   ///< 0: default (120 s)
     std::uint32_t filesPerWorker = 0;    ///< recycled after so many; 0: default
-    std::uint64_t maxFileSize = 0;   ///< bytes; larger files are "not processed"; 0: default (1 GiB)
-    std::uint64_t maxScanSize = 0;   ///< bytes of a file with all its parts; 0: default (2 GiB)
-    std::uint32_t maxFiles = 0;      ///< parts of one file; 0: default (100000)
-    std::uint64_t temporarySize = 0; ///< bytes of the scanner's tmpfs; 0: default (2 GiB or a quarter of memory)
+    std::uint64_t maxFileSize = 0;       ///< bytes; larger files are "not processed"; 0: default (1 GiB)
+    std::uint64_t maxScanSize = 0;       ///< bytes of a file with all its parts; 0: default (2 GiB)
+    std::uint32_t maxFiles = 0;          ///< parts of one file; 0: default (100000)
+    std::uint64_t temporarySize = 0;     ///< bytes of the scanner's tmpfs; 0: default (2 GiB or a quarter of memory)
 };
 
 struct ScannerState {
-    bool loaded = false;            ///< signatures are loaded and workers answer
+    bool loaded = false; ///< signatures are loaded and workers answer
     std::uint64_t signatures = 0;
-    std::int64_t basesDate = 0;     ///< seconds since the Unix epoch
+    std::int64_t basesDate = 0; ///< seconds since the Unix epoch
     std::string engineVersion;
     std::uint32_t workers = 0;
-    std::string error;              ///< why it isn't loaded
-    std::string sandbox;            ///< what the scanner is shut in by, for the trace
+    std::string error;   ///< why it isn't loaded
+    std::string sandbox; ///< what the scanner is shut in by, for the trace
 };
 
 /// Owned by the service's application object; outlives every scan run. All operations may be called from any thread.

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-#include <csignal>
-
 #include <service/scan/worker_slot.h>
 
+#include <algorithm>
+#include <csignal>
 #include <sys/syscall.h>
 
 namespace tfs::service::scan {
@@ -26,7 +25,8 @@ bool WorkerSlot::Give(Request& request, Clock::time_point now) {
 }
 
 bool WorkerSlot::Remove(std::uint64_t id, Request& removed, Clock::time_point now) {
-    const auto found = std::find_if(inFlight.begin(), inFlight.end(), [&](const Request& each) { return each.id == id; });
+    const auto found =
+        std::find_if(inFlight.begin(), inFlight.end(), [&](const Request& each) { return each.id == id; });
     if (found == inFlight.end())
         return false;
     if (found == inFlight.begin())
@@ -40,9 +40,7 @@ void WorkerSlot::Cancel(const Request& request) noexcept {
     scanner::Send(Channel(), {.kind = scanner::MessageKind::Cancel, .id = request.id}, {}, MSG_DONTWAIT);
 }
 
-void WorkerSlot::Signal(int number) noexcept {
-    ::syscall(SYS_pidfd_send_signal, m_handle.Get(), number, nullptr, 0u);
-}
+void WorkerSlot::Signal(int number) noexcept { ::syscall(SYS_pidfd_send_signal, m_handle.Get(), number, nullptr, 0u); }
 
 void WorkerSlot::Hold(Clock::time_point now) noexcept {
     Signal(SIGSTOP);

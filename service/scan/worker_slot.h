@@ -2,14 +2,13 @@
 // What the dispatcher knows of one worker and of the requests that it has in hand. Guarded by the dispatcher's lock.
 #pragma once
 
+#include <service/scan/scan_client.h>
+
 #include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <string>
-
-#include <service/scan/scan_client.h>
-
 #include <sys/types.h>
 
 namespace tfs::service::scan {
@@ -59,9 +58,9 @@ public:
 
     std::deque<Request> inFlight;
     bool ready = false;
-    bool retiring = false;  ///< gets no more work and is let go when it has none
+    bool retiring = false; ///< gets no more work and is let go when it has none
     bool held = false;
-    bool overTime = false;  ///< killed because a file took too long
+    bool overTime = false; ///< killed because a file took too long
     bool killed = false;
     Clock::time_point killedAt;
     std::uint64_t files = 0;

@@ -13,6 +13,8 @@ namespace {
 
 /// Four progress events a second at most.
 constexpr std::chrono::milliseconds ProgressInterval{250};
+/// In a long scan a percentage stands for minutes; what is counted must show all the same.
+constexpr std::chrono::milliseconds SamePercentInterval{2000};
 
 } // namespace
 
@@ -118,7 +120,8 @@ void ScanTaskRun::OnProgress(const scan::ScanProgress& progress) {
     m_bytes = progress.scannedBytes;
     TellCounters();
     const auto now = std::chrono::steady_clock::now();
-    if (m_lastPercent && (*m_lastPercent == progress.percent || now - m_lastProgress < ProgressInterval))
+    const auto interval = m_lastPercent == progress.percent ? SamePercentInterval : ProgressInterval;
+    if (m_lastPercent && now - m_lastProgress < interval)
         return;
     m_lastPercent = progress.percent;
     m_lastProgress = now;

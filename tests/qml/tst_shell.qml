@@ -229,7 +229,18 @@ TestCase {
         const loader = Finder.find(window.contentItem, "trayLoader");
         verify(!loader.item);
         trayAvailability.available = true;
-        verify(loader.item);
+        tryVerify(() => loader.item);
+    }
+
+    function test_trayIconOfAStartIntoTheTrayNeedsNoFrame() {
+        trayAvailability.available = true;
+        shellSetup.setTrayOnly(true);
+        const quiet = Qt.createComponent("qrc:/main.qml").createObject(null);
+        verify(!quiet.visible);
+        verify(Finder.find(quiet.contentItem, "trayLoader").item);
+        quiet.destroy();
+        shellSetup.setTrayOnly(false);
+        CommonFunctions.setAppWindow(window);
     }
 
     function test_startIntoTheTrayShowsNothing() {
@@ -246,7 +257,9 @@ TestCase {
 
     function test_twoActivationsOfTheTrayIconOpenTheWindow() {
         trayAvailability.available = true;
-        const tray = Finder.find(window.contentItem, "trayLoader").item;
+        const loader = Finder.find(window.contentItem, "trayLoader");
+        tryVerify(() => loader.item);
+        const tray = loader.item;
         window.minimize();
         window.hide();
         tray.handleActivation();

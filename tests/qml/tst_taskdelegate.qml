@@ -262,6 +262,41 @@ Item {
             compare(part(item, "summary").text + part(item, "result").text, "Never run");
         }
 
+        // What a task says while it runs must not be cut for want of some pixels beside the bar.
+        function test_summaryBesideTheBarTakesUpToTwoLines_data() {
+            const summary = "Running, started less than a minute ago";
+            return [
+                { tag: "short", summary: "Running", result: "", lines: 1, cut: false },
+                { tag: "short with result", summary: "Running", result: "Nothing detected", lines: 1, cut: false },
+                { tag: "two sentences", summary: summary, result: "Nothing detected", lines: 2, cut: false },
+                { tag: "long summary", summary: summary + " by the schedule of this machine", result: "", lines: 2, cut: false },
+                { tag: "endless summary", summary: summary.repeat(9), result: "", lines: 2, cut: true },
+                { tag: "both endless", summary: summary.repeat(9), result: summary.repeat(9), lines: 2, cut: true }
+            ];
+        }
+
+        function test_summaryBesideTheBarTakesUpToTwoLines(data) {
+            const lower = row({ "currentState": states.Stopped, "summary": "Never run", "resultInfo": "" }).height;
+            const item = row({ "currentState": states.Started, "summary": data.summary, "resultInfo": data.result });
+            const labels = [part(item, "summary"), part(item, "result")].filter(label => label.visible);
+            const progress = part(item, "progress");
+            tryCompare(progress, "opacity", 1);
+            const left = progress.mapToItem(item, 0, 0).x;
+            for (const label of labels) {
+                const end = label.mapToItem(item, label.width, label.height);
+                verify(end.x < left, label.text);
+                verify(end.y <= item.height, label.text);
+                compare(label.truncated, data.cut, label.text);
+            }
+            const bottom = Math.max(...labels.map(label => label.y + label.height));
+            compare(Math.round((bottom - labels[0].y) / (labels[0].height / labels[0].lineCount)), data.lines);
+            compare(item.height > lower, data.lines > 1);
+
+            const percent = part(item, "percent");
+            fuzzyCompare(labels[0].mapToItem(item, 0, labels[0].baselineOffset).y,
+                         percent.mapToItem(item, 0, percent.baselineOffset).y, 0.5);
+        }
+
         function test_progressFollowsTheModel() {
             const item = row({ "currentState": states.Started, "progressValue": 7 });
             const bar = part(item, "progressBar");

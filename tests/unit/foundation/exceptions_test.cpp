@@ -46,6 +46,16 @@ TEST(Exceptions, DescriptionsJoinTheTextInHand) {
     EXPECT_EQ(Description(lookup, u"x"), u"x: iid:0a2f6563");
 }
 
+TEST(Exceptions, DescriptionDoesNotRepeatTheMessageThatItJoins) {
+    CheckResultFailedException failed("f", 1, eAccessDenied);
+    failed.SetMessage(u"Cannot start");
+    EXPECT_EQ(Description(failed, failed.Message().c_str()), u"Cannot start: 0x80000045 (Access denied)");
+    RuntimeError plain("f", 1);
+    plain.SetMessage(u"No connection");
+    EXPECT_EQ(Description(plain, plain.Message().c_str()), u"No connection");
+    EXPECT_EQ(Description(plain), u"");
+}
+
 TEST(Exceptions, RecordIsCopiedTogetherWithItsNestedException) {
     RuntimeError inner("inner.cpp", 5);
     inner.SetMessage(u"No connection to product");

@@ -4,6 +4,7 @@
 #include <tests/unit/foundation/test_module.h>
 #include <tests/unit/foundation/test_services.h>
 
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -62,6 +63,30 @@ TEST(Module, IsEnteredThroughItsExport) {
     moved.Close();
     moved.Close();
     EXPECT_EQ(moved.Load(kModule), sOk) << "can't be loaded again";
+}
+
+bool IsLoaded(const char* path) {
+    void* const handle = ::dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr)
+        ::dlclose(handle);
+    return handle != nullptr;
+}
+
+TEST(Module, StaysLoadedWhileAnObjectOfItLives) {
+    Module module;
+    ASSERT_EQ(module.Load(kModule), sOk) << module.ErrorText();
+    module.Close();
+    EXPECT_FALSE(IsLoaded(kModule)) << "without objects it goes";
+
+    ASSERT_EQ(module.Load(kModule), sOk) << module.ErrorText();
+    Ptr<test::IEcho> echo;
+    ASSERT_EQ(module.CreateObject(test::EchoClass, nullptr, test::IEcho::Iid, reinterpret_cast<void**>(echo.Ref())),
+              sOk);
+    module.Close();
+    ASSERT_TRUE(IsLoaded(kModule));
+    EXPECT_FALSE(echo->HasLocator()) << "its code is still there";
+    void* out = nullptr;
+    EXPECT_EQ(module.CreateObject(test::EchoClass, nullptr, 0, &out), eNotInitialized) << "closed all the same";
 }
 
 TEST(Module, WithoutTheExportIsNone) {

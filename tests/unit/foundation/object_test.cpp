@@ -226,6 +226,33 @@ TEST(GetInterface, ReturnsTheLocatorsCodeOrThrowsIt) {
     }
 }
 
+/// Hands itself to a neighbour while it goes, who holds it for a moment.
+class Clinging : public LocatorObjectOf<IFirst> {
+public:
+    using LocatorObjectOf::LocatorObjectOf;
+    ~Clinging() { ++destroyed; }
+    void FinalRelease() noexcept {
+        ++released;
+        void* out = nullptr;
+        QueryInterface(IFirst::Iid, &out);
+        const Ptr<IFirst> held = Ptr<IFirst>::Adopt(static_cast<IFirst*>(out));
+        EXPECT_EQ(held->First(), 1);
+    }
+    int First() override { return 1; }
+
+    static inline int released = 0;
+    static inline int destroyed = 0;
+};
+
+TEST_F(ObjectLife, AReferenceTakenInFinalReleaseDoesNotDestroyTwice) {
+    Clinging::released = Clinging::destroyed = 0;
+    Ptr<Clinging> object;
+    ASSERT_EQ(CreateInstance(services.locator.Get(), object.Ref()), sOk);
+    EXPECT_EQ(object.Detach()->Release(), 0u);
+    EXPECT_EQ(Clinging::released, 1);
+    EXPECT_EQ(Clinging::destroyed, 1);
+}
+
 class Plain : public SimpleObjectBase<NoServiceStrategy, IFirst, ISecond> {
 public:
     explicit Plain(bool& isGone) : m_isGone(isGone) {}
@@ -249,6 +276,26 @@ TEST(SimpleObject, LivesFromNewToItsLastRelease) {
     EXPECT_EQ(static_cast<ISecond*>(out)->Second(), 2);
     EXPECT_EQ(static_cast<ISecond*>(out)->Release(), 0u);
     EXPECT_TRUE(isGone);
+}
+
+class ClingingPlain : public SimpleObjectBase<NoServiceStrategy, IFirst> {
+public:
+    explicit ClingingPlain(int& destroyed) : m_destroyed(destroyed) {}
+    ~ClingingPlain() override {
+        // Not for ever, should the object go down once more from here.
+        if (++m_destroyed == 1)
+            const Ptr<IFirst> held(this);
+    }
+    int First() override { return 1; }
+
+private:
+    int& m_destroyed;
+};
+
+TEST(SimpleObject, AReferenceTakenInTheDestructorDoesNotDestroyTwice) {
+    int destroyed = 0;
+    EXPECT_EQ((new ClingingPlain(destroyed))->Release(), 0u);
+    EXPECT_EQ(destroyed, 1);
 }
 
 TEST(Handle, HoldsExactlyOneReference) {

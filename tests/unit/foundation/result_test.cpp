@@ -88,10 +88,11 @@ TEST(Check, ReportsAreLinesOfTheCheckFormat) {
     const test::Services services;
     const auto& tracer = services.tracer;
 
-    check::Report(tracer.Get(), "gui/app.cpp", 12, "Init( sl)", eNotReady, "Cannot initialize marnow");
-    check::Report(tracer.Get(), "a.cpp", 7, "f()", MakeResult(0xFFFFFFFFu), "");
-    check::Report(tracer.Get(), "a.cpp", 7, "f()", 0x1F, "!");
-    check::ReportFalse(tracer.Get(), "a.cpp", 8, "p != nullptr", ": no object");
+    const auto saying = [](const char* message) { return [message](auto& record) { record << message; }; };
+    check::Report(tracer.Get(), "gui/app.cpp", 12, "Init( sl)", eNotReady, saying("Cannot initialize marnow"));
+    check::Report(tracer.Get(), "a.cpp", 7, "f()", MakeResult(0xFFFFFFFFu), saying(""));
+    check::Report(tracer.Get(), "a.cpp", 7, "f()", 0x1F, saying("!"));
+    check::ReportFalse(tracer.Get(), "a.cpp", 8, "p != nullptr", saying(": no object"));
 
     EXPECT_EQ(tracer->lines,
               (std::vector<std::string>{
@@ -134,6 +135,34 @@ TEST(Check, MacrosEvaluateOnceAndBuildTheMessageOnFailureOnly) {
               std::string::npos);
 
     EXPECT_EQ(ULK_CHECK_TRACE(nullptr, call(eLocked), ""), eLocked);
+}
+
+TEST(Check, MessageOfADisabledLevelIsNotBuilt) {
+    const test::Services services;
+    int messages = 0;
+    const auto message = [&messages] {
+        ++messages;
+        return std::string(" because");
+    };
+    services.tracer->greatestLevel = level::Failure - 1;
+    EXPECT_EQ(ULK_CHECK_TRACE(services.tracer.Get(), eLocked, message()), eLocked);
+    EXPECT_FALSE(ULK_CHECK_BOOL_TRACE(services.tracer.Get(), false, message()));
+    EXPECT_EQ(ULK_CHECK_TRACE(nullptr, eLocked, message()), eLocked);
+    services.tracer->greatestLevel = level::Failure;
+    services.tracer->hasBuffers = false;
+    EXPECT_EQ(ULK_CHECK_TRACE(services.tracer.Get(), eLocked, message()), eLocked);
+    EXPECT_EQ(messages, 0);
+    EXPECT_TRUE(services.tracer->lines.empty());
+}
+
+TEST(Check, MessageThatThrowsCostsTheMessageOnly) {
+    const test::Services services;
+    const auto message = []() -> std::string { throw std::bad_alloc(); };
+    EXPECT_EQ(ULK_CHECK_TRACE(services.tracer.Get(), eLocked, message()), eLocked);
+    EXPECT_FALSE(ULK_CHECK_BOOL_TRACE(services.tracer.Get(), false, message()));
+    ASSERT_EQ(services.tracer->lines.size(), 2u);
+    EXPECT_TRUE(services.tracer->lines[0].ends_with("failed: result = 0x8000004f")) << services.tracer->lines[0];
+    EXPECT_TRUE(services.tracer->lines[1].ends_with("failed: result = false")) << services.tracer->lines[1];
 }
 
 TEST(Check, ThrowCarriesPlaceCodeAndMessage) {

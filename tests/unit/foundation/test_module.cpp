@@ -44,3 +44,5 @@ ULK_MODULE_EXPORT result_t ulkGetObjectFactory(void* moduleInternal, std::uint32
     *factory = new ulk::test::Factory;
     return ulk::sOk;
 }
+
+ULK_MODULE_EXPORT std::uint32_t ulkGetLiveObjectCount() { return ulk::ObjectModuleAutoLockTyped::LiveObjects(); }

@@ -29,6 +29,15 @@ TEST(TraceRecord, TakesEveryKindOfValue) {
     EXPECT_EQ(services.tracer->sizesAsked[0], 512u);
 }
 
+TEST(TraceRecord, AddressesAndHexadecimalNumbers) {
+    const test::Services services;
+    const void* address = reinterpret_cast<const void*>(std::uintptr_t{0xDEAD0BEEF});
+    ULK_TRACE(services.tracer.Get(), level::Notable)
+        << address << ' ' << static_cast<int*>(nullptr) << ' ' << trace::Hex(0x7FA0B) << ' ' << trace::Hex(-1) << ' '
+        << trace::Hex(std::numeric_limits<std::uint64_t>::max()) << ' ' << 255;
+    EXPECT_EQ(services.tracer->lines, std::vector<std::string>{"0xdead0beef 0x0 7fa0b ffffffff ffffffffffffffff 255"});
+}
+
 TEST(TraceRecord, NothingIsFormattedWhereTheRecordIsNull) {
     const test::Services services;
     int evaluated = 0;

@@ -110,7 +110,13 @@ TEST_F(ConfigDataTest, aValueThatIsNoWholeTokenLeavesItsFieldAlone) {
     }
     for (const std::string value : {"", "20s", "-5", "2147484", "4294967297"})
         EXPECT_EQ(LoadText("[General]\nWatchdogPingTimeout=" + value + "\n")->watchdogPingTimeout, 20000) << value;
-    EXPECT_EQ(LoadText("[General]\nSocketPath=\nLocale=\n")->socketPath, ConfigData().socketPath);
+}
+
+TEST_F(ConfigDataTest, anEmptyTextIsAValueToo) {
+    const auto config = LoadText("[General]\nSocketPath=\nLocale=\nPackageType=deb\n");
+    EXPECT_EQ(config->socketPath, "");
+    EXPECT_EQ(config->locale, "");
+    EXPECT_EQ(config->packageType, "deb");
 }
 
 TEST_F(ConfigDataTest, memoryLimitHasALeastValue) {

@@ -64,6 +64,65 @@ TEST(StartSettings, anUnknownLocaleIsPutBack) {
     std::setlocale(LC_ALL, "C");
 }
 
+TEST(StartSettings, anUnknownLocaleLeavesItsVariableWhereThereWasNoneBefore) {
+    ASSERT_EQ(::unsetenv("LC_ALL"), 0);
+    EXPECT_EQ(ApplyLocale("xx_XX.NONE"), ulk::eUnspecified);
+    EXPECT_STREQ(std::getenv("LC_ALL"), "xx_XX.NONE") << "there is no value to go back to";
+    EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+    ASSERT_EQ(::setenv("LC_ALL", "C", 1), 0);
+}
+
+TEST(StartSettings, crashDumpsOfRootGoToTheCommonFolder) {
+    const TempFolder folder;
+    const auto settings = MakeCrashDumpSettings(0, folder.Path("users/"));
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.folder),
+              std::string(paths::Root) + "/var/opt/tolvander/tesl/common/dumps/");
+    EXPECT_TRUE(settings.namePattern == u"tesl_%d_%p.dmp");
+    EXPECT_EQ(settings.limit, 10u);
+    EXPECT_FALSE(std::filesystem::exists(folder.Path("users")));
+}
+
+TEST(StartSettings, crashDumpsOfAUserGoToAFolderThatIsMade) {
+    const TempFolder folder;
+    const mode_t previous = ::umask(077);
+    const auto settings = MakeCrashDumpSettings(1234, folder.Path("some/where/users/"));
+    const auto again = MakeCrashDumpSettings(1234, folder.Path("some/where/users/"));
+    ::umask(previous);
+    const std::string path = folder.Path("some/where/users/1234");
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.folder), path);
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(again.folder), path);
+    EXPECT_TRUE(settings.namePattern == u"tesl_%d_%p.dmp");
+    EXPECT_EQ(settings.limit, 10u);
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, mode_t{S_IFDIR | 0700});
+}
+
+TEST(StartSettings, aDumpFolderThatCanNotBeMadeIsNamedAllTheSame) {
+    const TempFolder folder;
+    std::ofstream(folder.Path("file")) << "in the way";
+    const auto settings = MakeCrashDumpSettings(1234, folder.Path("file/users/"));
+    EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.folder), folder.Path("file/users/1234"));
+}
+
+TEST(StartSettings, everyTrayOnlyArgumentWaitsTenSeconds) {
+    const struct {
+        std::vector<const char*> arguments;
+        std::size_t waits;
+    } rows[] = {{{"tesl-gui"}, 0},
+                {{"--tray-only"}, 0}, // the program's name
+                {{"tesl-gui", "--tray-only"}, 1},
+                {{"tesl-gui", "--tray-only", "file", "--tray-only"}, 2},
+                {{"tesl-gui", "--tray-only=1", "-tray-only", "--TRAY-ONLY", "", "tray-only"}, 0}};
+    for (const auto& row : rows) {
+        std::vector<unsigned> waits;
+        const bool isTrayOnly = ReadTrayOnly(static_cast<int>(row.arguments.size()), row.arguments.data(),
+                                             [&waits](unsigned seconds) { waits.push_back(seconds); });
+        EXPECT_EQ(waits, std::vector<unsigned>(row.waits, 10));
+        EXPECT_EQ(isTrayOnly, row.waits > 0);
+    }
+}
+
 TEST(CertifiedBuild, isToldByTheFirstLineAlone) {
     const TempFolder folder;
     const std::string marker = folder.Path("cert.info");

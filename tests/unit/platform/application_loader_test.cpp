@@ -91,6 +91,22 @@ TEST_F(ApplicationLoaderTest, RunsInSilenceWithoutATracer) {
     EXPECT_TRUE(std::filesystem::is_empty(m_logs));
 }
 
+TEST_F(ApplicationLoaderTest, RefusedTraceFolderIsToldOnce) {
+    test::WriteFile(m_folder / "file", "");
+    m_tracerSettings.folder = Utf16(m_folder / "file/logs");
+    const auto standardErrorOfARun = [this] {
+        ::testing::internal::CaptureStderr();
+        EXPECT_EQ(Run([](auto*, auto*) { return 7; }), 7);
+        return ::testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ(standardErrorOfARun(), "Cannot write a trace in " + (m_folder / "file/logs") + ": Path not found\n");
+    m_tracerSettings.enabled = false;
+    EXPECT_EQ(standardErrorOfARun(), "");
+    m_tracerSettings.enabled = true;
+    m_tracerSettings.folder = Utf16(m_logs);
+    EXPECT_EQ(standardErrorOfARun(), "");
+}
+
 TEST_F(ApplicationLoaderTest, LocatorAnswersWhatIsRegistered) {
     Run([&](auto* infrastructure, auto*) {
         const auto locator = RootOf(infrastructure);
@@ -136,7 +152,7 @@ TEST_F(ApplicationLoaderTest, LocatorAnswersWhatIsRegistered) {
     EXPECT_NE(log.find("libabsent.so"), std::string::npos);
 }
 
-TEST_F(ApplicationLoaderTest, ReleasesInReverseOrderAndUnloadsLast) {
+TEST_F(ApplicationLoaderTest, ReleasesInReverseOrderAndKeepsModulesLoaded) {
     ulk::Ptr<ulk::IServiceLocator> kept;
     Run([&](auto* infrastructure, auto*) {
         kept = RootOf(infrastructure);
@@ -156,7 +172,7 @@ TEST_F(ApplicationLoaderTest, ReleasesInReverseOrderAndUnloadsLast) {
             EXPECT_LT(positions[i - 1], positions[i]) << i;
         }
     }
-    EXPECT_FALSE(IsLoaded("libremoting.so"));
+    EXPECT_TRUE(IsLoaded("libremoting.so")) << "a thread may still be on its way out of a service";
     ulk::Ptr<ulk::ITracer> tracer;
     EXPECT_EQ(ulk::GetInterface(kept.Get(), tracer.Ref()), ulk::eNotInitialized);
 }

@@ -76,7 +76,7 @@ TEST_F(ServiceManagerTest, FolderThatIsNotOursServesFromMemoryUnlessItIsToBeSave
     EXPECT_NE(Log().find("Cannot open " + m_storage + "/settings.kvdb"), std::string::npos);
 }
 
-TEST_F(ServiceManagerTest, MarnowThatCannotStartIsTold) {
+TEST_F(ServiceManagerTest, MarnowThatRunsAlreadyIsTold) {
     Run([&](auto* infrastructure, auto*) {
         tfs::ScopedServiceManagerInitializer running;
         EXPECT_EQ(Init(running, infrastructure), ulk::sOk);
@@ -90,7 +90,9 @@ TEST_F(ServiceManagerTest, MarnowThatCannotStartIsTold) {
         return ulk::sOk;
     });
     EXPECT_NE(Log().find("result = 0x8000006aCannot initialize marnow"), std::string::npos) << Log();
+}
 
+TEST_F(ServiceManagerTest, MarnowThatCannotStartIsTold) {
     std::filesystem::remove(m_library + "/loader.so");
     std::filesystem::copy_file(TEST_NO_ENTRY_MODULE, m_library + "/loader.so");
     Run([&](auto* infrastructure, auto*) {
@@ -155,6 +157,40 @@ TEST_F(ServiceManagerTest, RootAnswersTheLocatorUntilShutDown) {
         EXPECT_EQ(shutdown(), ulk::sOk);
         EXPECT_EQ(ulk::GetInterface(root.Get(), tracer.Ref()), ulk::eNotInitialized);
         EXPECT_EQ(provider->GetRoot(root.Ref()), ulk::eNotInitialized);
+        return ulk::sOk;
+    });
+}
+
+TEST_F(ServiceManagerTest, RootHeldPastTheInitializerAnswersThatItIsOver) {
+    Run([&](auto* infrastructure, auto*) {
+        const auto locator = RootOf(infrastructure);
+        ulk::Ptr<ulk::IServiceLocator> root;
+        {
+            tfs::MarnowInitializer marnow;
+            EXPECT_EQ(marnow.Init(infrastructure, locator.Get(), Utf16(m_library)), ulk::sOk);
+            // As a module of the framework comes by it; without a hold of its own on the library.
+            void* const library = ::dlopen((m_library + "/loader.so").c_str(), RTLD_NOW | RTLD_NOLOAD);
+            void* const getProvider = library != nullptr ? ::dlsym(library, marnow::kGetRootProviderExport) : nullptr;
+            if (getProvider == nullptr) {
+                ADD_FAILURE() << "the framework isn't loaded";
+                return ulk::eUnspecified;
+            }
+            ulk::Ptr<marnow::IRootProvider> provider;
+            EXPECT_EQ(reinterpret_cast<marnow::GetRootProviderFunction>(getProvider)(provider.Ref()), ulk::sOk);
+            EXPECT_EQ(provider->GetRoot(root.Ref()), ulk::sOk);
+            ::dlclose(library);
+        }
+        ulk::Ptr<ulk::ITracer> tracer;
+        EXPECT_EQ(ulk::GetInterface(root.Get(), tracer.Ref()), ulk::eNotInitialized);
+        return ulk::sOk;
+    });
+}
+
+TEST_F(ServiceManagerTest, EmptyStorageFolderIsRefused) {
+    m_storage.clear();
+    Run([&](auto* infrastructure, auto*) {
+        tfs::ScopedServiceManagerInitializer manager;
+        EXPECT_EQ(Init(manager, infrastructure), ulk::eInvalidArgument);
         return ulk::sOk;
     });
 }

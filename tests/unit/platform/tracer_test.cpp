@@ -10,6 +10,7 @@
 #include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -75,10 +76,76 @@ TEST_F(TracerTest, LineFormat) {
     struct stat status {};
     ASSERT_EQ(::stat(LogPath().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777u, 0600u);
-    for (const char* folder : {"new", "new/deep"}) {
-        ASSERT_EQ(::stat((m_folder / folder).c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 0777u, 0700u) << folder;
+}
+
+TEST_F(TracerTest, MissingParentsAreOpenToAllAndTheFolderItselfIsPrivate) {
+    const mode_t before = ::umask(077);
+    const result_t result = Configure();
+    ::umask(before);
+    ASSERT_EQ(result, ulk::sOk);
+    struct stat status {};
+    ASSERT_EQ(::stat((m_folder / "new").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0755u);
+    ASSERT_EQ(::stat(m_logFolder.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0700u);
+    ASSERT_EQ(::stat(m_folder.Path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0700u) << "a folder that was there keeps its mode";
+}
+
+TEST_F(TracerTest, TheFileComesWithTheFirstLine) {
+    ASSERT_EQ(Configure(), ulk::sOk);
+    m_tracer->Flush();
+    EXPECT_TRUE(std::filesystem::is_empty(m_logFolder));
+    Write(800, "first");
+    EXPECT_EQ(Lines().size(), 1u);
+}
+
+TEST_F(TracerTest, FilesOfEndedProcessesAreRemovedButForTheNewest) {
+    const pid_t ended = ::fork();
+    if (ended == 0)
+        ::_exit(0);
+    ASSERT_EQ(::waitpid(ended, nullptr, 0), ended);
+    const std::string dead = std::to_string(ended);
+    std::filesystem::create_directories(m_logFolder);
+    std::filesystem::permissions(m_logFolder, std::filesystem::perms::owner_all);
+    const std::vector<std::string> oldestFirst = {"tesl-gui." + dead + ".2.log", "tesl-gui." + dead + ".1.log",
+                                                  "tesl-gui." + dead + ".log", "tesl-gui.4194305.log"};
+    const std::set<std::string> others = {
+        "tesl-gui." + std::to_string(::getpid()) + ".log", // alive
+        "tesl-gui.1.1.log",
+        "tesl-gui.17.1.log", // its own
+        "tesl-service." + dead + ".log",
+        "tesl-gui." + dead + ".log.gz",
+        "tesl-gui." + dead + "x.log",
+        "tesl-gui.notes.log",
+        "tesl-gui..log",
+        "tesl-gui.-1.log",
+    };
+    const auto now = std::filesystem::file_time_type::clock::now();
+    int age = 10;
+    for (const std::string& name : oldestFirst) {
+        test::WriteFile(m_logFolder + "/" + name, "old");
+        std::filesystem::last_write_time(m_logFolder + "/" + name, now - std::chrono::hours(age--));
     }
+    for (const std::string& name : others) {
+        test::WriteFile(m_logFolder + "/" + name, "");
+        std::filesystem::last_write_time(m_logFolder + "/" + name, now - std::chrono::hours(100));
+    }
+    m_settings.fileCount = 2;
+    ASSERT_EQ(Configure(), ulk::sOk);
+    std::set<std::string> expected = others;
+    expected.insert(oldestFirst.end() - 2, oldestFirst.end());
+    std::set<std::string> left;
+    for (const auto& entry : std::filesystem::directory_iterator(m_logFolder))
+        left.insert(entry.path().filename().string());
+    EXPECT_EQ(left, expected);
+
+    // Without a pid in the stem nobody can tell whose a file is.
+    m_settings.fileStem = u"tesl-gui.";
+    m_settings.fileCount = 1;
+    ASSERT_EQ(Configure(), ulk::sOk);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_logFolder), {}),
+              static_cast<std::ptrdiff_t>(expected.size()));
 }
 
 TEST_F(TracerTest, UnusualLineFormats) {
@@ -101,20 +168,25 @@ TEST_F(TracerTest, LevelsAndSwitch) {
     EXPECT_EQ(m_tracer->GetBuffer(300, 512), nullptr);
     EXPECT_FALSE(std::filesystem::exists(m_logFolder)) << "nothing is created while tracing is off";
 
-    m_configurator->SetLevel(700, true);
+    const auto configure = [this](std::int32_t level, bool enabled) {
+        m_settings.level = level;
+        m_settings.enabled = enabled;
+        EXPECT_EQ(Configure(), ulk::sOk);
+    };
+    configure(700, true);
     EXPECT_TRUE(m_tracer->IsEnabled(700));
     EXPECT_FALSE(m_tracer->IsEnabled(701));
     Write(700, "written");
     Write(800, "not written");
-    m_configurator->SetLevel(0, true);
+    configure(0, true);
     EXPECT_FALSE(m_tracer->IsEnabled(300));
 
     // A record that was opened before tracing was turned off is handed back without a trace.
-    m_configurator->SetLevel(800, true);
+    configure(800, true);
     ulk::TraceBuffer* buffer = m_tracer->GetBuffer(800, 512);
     ASSERT_NE(buffer, nullptr);
     buffer->text = "late";
-    m_configurator->SetLevel(800, false);
+    configure(800, false);
     m_tracer->Submit(buffer);
     m_tracer->Submit(nullptr);
     EXPECT_EQ(Lines().size(), 1u);
@@ -170,6 +242,7 @@ TEST_F(TracerTest, HostileTextStaysOnItsLine) {
         {"overlong\xC0\x8A surrogate\xED\xA0\x80", "overlong\\xc0\\x8a surrogate\\xed\\xa0\\x80"},
         {"\xF4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},
         {"%s%n $(reboot)", "%s%n $(reboot)"},
+        {"a\\nb \\x1b", "a\\\\nb \\\\x1b"}, // doesn't pass for an escape
     };
     for (const Case& c : cases)
         Write(800, c.text);
@@ -220,8 +293,6 @@ TEST_F(TracerTest, ManyThreadsWriteWholeLines) {
 TEST_F(TracerTest, RefusesFoldersAndFilesThatAreNotItsOwn) {
     const auto expectSilent = [&](const char* what) {
         EXPECT_EQ(Configure(), ulk::eAccessDenied) << what;
-        EXPECT_FALSE(m_tracer->IsEnabled(300)) << what;
-        m_configurator->SetLevel(1000, true);
         EXPECT_FALSE(m_tracer->IsEnabled(300)) << what;
         Write(300, "lost");
     };

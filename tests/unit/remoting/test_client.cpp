@@ -156,8 +156,11 @@ ServerProcess::~ServerProcess() {
 }
 
 void ServerProcess::Signal(int number) const {
-    if (m_pid > 0)
-        ::kill(m_pid, number);
+    if (m_pid <= 0)
+        return;
+    ::kill(m_pid, number);
+    if (number == SIGSTOP)
+        ::waitpid(m_pid, nullptr, WUNTRACED);
 }
 
 void ServerProcess::Kill() {

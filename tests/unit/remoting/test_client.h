@@ -87,6 +87,7 @@ public:
     ~ServerProcess();
     ServerProcess(const ServerProcess&) = delete;
     ServerProcess& operator=(const ServerProcess&) = delete;
+    /// After SIGSTOP the process has stopped.
     void Signal(int number) const;
     /// SIGKILL, and waits for the end.
     void Kill();

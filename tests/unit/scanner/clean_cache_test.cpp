@@ -23,9 +23,9 @@ TEST(CleanCache, KnowsExactlyTheStateThatWasClean) {
     cache.Add(File(1), 7, Now);
     EXPECT_TRUE(cache.Contains(File(1), 7));
     void (*const changes[])(struct stat&) = {
-        [](struct stat& f) { f.st_size = 101; },        [](struct stat& f) { f.st_mtim.tv_nsec = 6; },
-        [](struct stat& f) { f.st_ctim.tv_nsec = 7; },  [](struct stat& f) { f.st_ctim.tv_sec = 999; },
-        [](struct stat& f) { f.st_ino = 2; },           [](struct stat& f) { f.st_dev = 9; },
+        [](struct stat& f) { f.st_size = 101; },       [](struct stat& f) { f.st_mtim.tv_nsec = 6; },
+        [](struct stat& f) { f.st_ctim.tv_nsec = 7; }, [](struct stat& f) { f.st_ctim.tv_sec = 999; },
+        [](struct stat& f) { f.st_ino = 2; },          [](struct stat& f) { f.st_dev = 9; },
     };
     for (const auto change : changes) {
         struct stat file = File(1);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <filesystem>
-#include <map>
-#include <set>
-
 #include <service/scan/file_walker.h>
 #include <tests/unit/scanner/scan_files.h>
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
+#include <set>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -68,8 +67,9 @@ TEST(FileWalker, FollowsNoLinkAndSkipsWhatIsNoFile) {
 
 TEST(FileWalker, TakesNamesOfAnyBytes) {
     const TemporaryFolder folder;
-    const std::string names[] = {"line\nbreak", "\x1b[2J\x1b[31mred", "\xff\xfe broken \xc3", "$(reboot)", "-rf", " ", "...",
-                                 std::string(255, 'n'), "tab\t'\"\\"};
+    const std::string names[] = {
+        "line\nbreak",         "\x1b[2J\x1b[31mred", "\xff\xfe broken \xc3", "$(reboot)", "-rf", " ", "...",
+        std::string(255, 'n'), "tab\t'\"\\"};
     for (const std::string& name : names)
         folder.Write(name, "x");
     const Collector found = Walk({folder.Path()});

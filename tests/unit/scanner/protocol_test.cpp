@@ -43,7 +43,7 @@ TEST(ScannerProtocol, EveryDamagedPacketIsRefused) {
         bad[at] = static_cast<std::byte>(value);
         return Decode({bad.data(), size});
     };
-    EXPECT_FALSE(damaged(0, 0));    // unknown kinds
+    EXPECT_FALSE(damaged(0, 0)); // unknown kinds
     EXPECT_FALSE(damaged(0, 200));
     EXPECT_FALSE(damaged(32, 4));   // a text longer than the packet
     EXPECT_FALSE(damaged(33, 255)); // a text longer than any

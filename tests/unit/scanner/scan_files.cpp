@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <tests/unit/scanner/scan_files.h>
+
 #include <array>
+#include <boost/crc.hpp>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-
-#include <tests/unit/scanner/scan_files.h>
-
-#include <boost/crc.hpp>
 #include <stdlib.h>
 
 namespace tfs::test {

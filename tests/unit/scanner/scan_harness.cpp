@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
-
 #include <tests/unit/scanner/scan_harness.h>
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace tfs::test {
 
@@ -87,9 +86,29 @@ ScannerConfig TestConfig() {
     return config;
 }
 
-Scanner::Scanner(ScannerConfig config) : m_service(std::move(config), {}) {
+Scanner::Scanner(ScannerConfig config)
+    : m_most(config.maxWorkers == 0 ? scanner::MaxWorkers : config.maxWorkers), m_service(std::move(config), {}) {
     if (ULK_FAILED(m_service.Start()))
         throw std::runtime_error("scanner: " + m_service.State().error);
+    if (!WaitUntilIdle())
+        throw std::runtime_error("the workers don't get ready");
+}
+
+bool Scanner::Busy() {
+    const auto workers = Workers();
+    return std::any_of(workers.begin(), workers.end(), [](pid_t each) {
+        const char state = ProcessState(each);
+        return state == 'R' || state == 'D';
+    });
+}
+
+bool Scanner::WaitUntilIdle() {
+    const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
+    return Eventually([&] {
+        const auto workers = Workers();
+        return m_service.State().workers == workers.size() &&
+               workers.size() >= std::min<std::size_t>(processors, m_most) && !Busy();
+    });
 }
 
 RunningScan::RunningScan(ScannerService& service, ScanOptions options)

@@ -2,6 +2,10 @@
 // A real scanner, a run on a thread of its own, and an observer that keeps what it was told.
 #pragma once
 
+#include <service/scan/dispatcher.h>
+#include <service/scan/scan_run.h>
+#include <service/scan/scanner_service.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -11,10 +15,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <service/scan/dispatcher.h>
-#include <service/scan/scan_run.h>
-#include <service/scan/scanner_service.h>
 
 namespace tfs::test {
 
@@ -51,15 +51,19 @@ private:
 /// Configuration with the built scanner and our own signatures.
 ScannerConfig TestConfig();
 
-/// A started scanner.
+/// A started scanner whose workers are all there and idle.
 class Scanner {
 public:
     explicit Scanner(ScannerConfig config = TestConfig());
+    /// A worker is at a file.
+    bool Busy();
+    bool WaitUntilIdle();
     ScannerService& Service() noexcept { return m_service; }
     pid_t Parent() { return m_service.Inner().ParentProcess(); }
     std::vector<pid_t> Workers() { return m_service.Inner().WorkerProcesses(); }
 
 private:
+    std::size_t m_most;
     ScannerService m_service;
 };
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Whatever was not wholly read is never clean.
-#include <filesystem>
-#include <fstream>
-
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -20,6 +20,11 @@ std::string Noise(std::size_t size, std::uint32_t state = 7) {
     for (char& c : content)
         c = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
     return content;
+}
+
+std::string Contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// Scans one descriptor through the dispatcher itself.
@@ -108,19 +113,47 @@ TEST(ScanLimits, AnythingOverALimitIsNotProcessedUnlessAThreatIsFoundFirst) {
     // A small file that unpacks to what is too large: first as one part, then as many that are too large together.
     folder.Write("zeros", std::string(2 << 20, '\0'));
     for (int i = 0; i < 8; ++i)
-        folder.Write("sum/part" + std::to_string(i), Noise(1000 << 10, static_cast<std::uint32_t>(i)).substr(0, 500) +
-                                                          std::string(900 << 10, 'z'));
-    RunCommand("cd '" + folder.Path() + "' && zip -q bomb.zip zeros && rm zeros && zip -qr sum.zip sum && rm -r sum");
+        folder.Write("sum/part" + std::to_string(i),
+                     Noise(1000 << 10, static_cast<std::uint32_t>(i)).substr(0, 500) + std::string(900 << 10, 'z'));
+    RunCommand("cd '" + folder.Path() +
+               "' && zip -q bomb.zip zeros && tar -czf bomb.tar.gz zeros && gzip -k zeros && " +
+               "bzip2 -k zeros && xz -k zeros && rm zeros && zip -qr sum.zip sum && rm -r sum");
+    // The same zip, lying about the size of its member in both places that tell it.
+    std::string liar = Contents(folder / "bomb.zip");
+    for (std::size_t at = 0; (at = liar.find(std::string("\0\0\x20\0", 4), at)) != std::string::npos; at += 4)
+        liar.replace(at, 4, std::string("\x10\0\0\0", 4));
+    folder.Write("liar.zip", liar);
     many.insert(many.begin(), {"e.com", TestThreat()});
     const std::string caught = folder.Write("caught.zip", Zip(many));
     RunningScan scan(scanner.Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();
-    for (const std::string& path : {large, parts, levels, folder / "bomb.zip", folder / "sum.zip"})
+    for (const std::string& path :
+         {large, parts, levels, folder / "bomb.zip", folder / "bomb.tar.gz", folder / "zeros.gz", folder / "zeros.bz2",
+          folder / "zeros.xz", folder / "liar.zip", folder / "sum.zip"})
         EXPECT_EQ(scan.Observer().ReasonOf(path), "over a limit") << path;
     EXPECT_EQ(scan.Observer().ThreatOf(caught), "EICAR-Test-File");
     EXPECT_EQ(scan.Observer().ReasonOf(fits), "");
     EXPECT_EQ(result.counters.scannedObjects, 2u);
-    EXPECT_EQ(result.counters.notProcessed, 5u);
+    EXPECT_EQ(result.counters.notProcessed, 10u);
+}
+
+TEST(ScanLimits, AnArchiveThatCantBeUnpackedIsNotClean) {
+    Scanner scanner;
+    const TemporaryFolder folder;
+    folder.Write("e.com", TestThreat());
+    RunCommand("cd '" + folder.Path() +
+               "' && zip -q -fz large-format.zip e.com && zip -q stream.zip - < e.com && rm e.com");
+    const std::string whole = Zip({{"a", "content"}, {"e.com", TestThreat()}, {"b", std::string(1000, 'b')}});
+    folder.Write("cut.zip", whole.substr(0, 60));
+    folder.Write("inside.zip", Zip({{"a", "content"}, {"cut.zip", whole.substr(0, 60)}}));
+    const std::string folders = folder.Write("folders.zip", Zip({{"empty/", ""}, {"nothing", ""}}));
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    for (const char* name : {"large-format.zip", "stream.zip", "cut.zip", "inside.zip"})
+        EXPECT_FALSE(scan.Observer().ReasonOf(folder / name).empty() && scan.Observer().ThreatOf(folder / name).empty())
+            << name;
+    EXPECT_EQ(scan.Observer().ReasonOf(folders), "");
+    EXPECT_EQ(result.counters.scannedObjects + result.counters.notProcessed, 5u);
 }
 
 TEST(ScanLimits, AFileThatTakesTooLongIsNotProcessed) {
@@ -155,9 +188,11 @@ TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
 }
 
 TEST(ScanLimits, AHugeSparseBombIsNotProcessed) {
-    Scanner scanner;
+    ScannerConfig config = TestConfig();
+    config.maxFileSize = 32 << 20;
+    Scanner scanner(config);
     const TemporaryFolder folder;
-    RunCommand("cd '" + folder.Path() + "' && truncate -s 2500M zeros && zip -q bomb.zip zeros && rm zeros");
+    RunCommand("cd '" + folder.Path() + "' && truncate -s 2500M zeros && zip -q -1 -fz bomb.zip zeros && rm zeros");
     RunCommand("truncate -s 3G '" + folder.Path() + "/sparse'");
     RunningScan scan(scanner.Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();
@@ -176,7 +211,9 @@ TEST(ScanLimits, AFileThatChangesWhileItIsReadIsNotClean) {
     const Row rows[] = {
         {"truncated", [](const std::string& path) { std::filesystem::resize_file(path, 1000); }},
         {"grown",
-         [](const std::string& path) { std::ofstream(path, std::ios::app | std::ios::binary) << "more" << std::flush; }},
+         [](const std::string& path) {
+             std::ofstream(path, std::ios::app | std::ios::binary) << "more" << std::flush;
+         }},
         {"rewritten",
          [](const std::string& path) {
              std::fstream(path, std::ios::in | std::ios::out | std::ios::binary) << "other" << std::flush;
@@ -184,11 +221,9 @@ TEST(ScanLimits, AFileThatChangesWhileItIsReadIsNotClean) {
     };
     for (const Row& row : rows) {
         const std::string path = folder.Write(row.name, Noise(200u << 20));
+        ASSERT_TRUE(scanner.WaitUntilIdle());
         RunningScan scan(scanner.Service(), Area(path));
-        ASSERT_TRUE(Eventually([&] { // in work
-            const auto workers = scanner.Workers();
-            return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'R'; });
-        }));
+        ASSERT_TRUE(Eventually([&] { return scanner.Busy(); }));
         row.change(path);
         const ScanResult result = scan.Result();
         EXPECT_EQ(result.counters.scannedObjects, 0u) << row.name;

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Whole runs over real files: what is found, counted, cached, paused and stopped.
-#include <filesystem>
-
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -22,6 +21,7 @@ protected:
         delete s_scanner;
         s_scanner = nullptr;
     }
+    void SetUp() override { ASSERT_TRUE(s_scanner->WaitUntilIdle()); }
     static ScannerService& Service() { return s_scanner->Service(); }
     static Scanner* s_scanner;
 };
@@ -135,10 +135,7 @@ TEST_F(ScanRunTest, StopsWithinASecondInsideALargeFile) {
     const TemporaryFolder folder;
     folder.Write("large", BusyContent(400u << 20));
     RunningScan scan(Service(), Area(folder.Path()));
-    ASSERT_TRUE(Eventually([&] { // in work
-        const auto workers = s_scanner->Workers();
-        return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'R'; });
-    }));
+    ASSERT_TRUE(Eventually([&] { return s_scanner->Busy(); }));
     const auto begin = std::chrono::steady_clock::now();
     scan.Run().Stop();
     const ScanResult result = scan.Result();
@@ -158,18 +155,14 @@ TEST_F(ScanRunTest, PauseHoldsTheFileInWorkAndResumeGoesOn) {
     folder.Write("large2", content);
     folder.Write("e.com", TestThreat());
     RunningScan scan(Service(), Area(folder.Path()));
-    const auto running = [&] {
-        const auto workers = s_scanner->Workers();
-        return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'R'; });
-    };
-    ASSERT_TRUE(Eventually(running));
+    ASSERT_TRUE(Eventually([&] { return s_scanner->Busy(); }));
     scan.Run().Pause();
     const auto held = [&] {
         const auto workers = s_scanner->Workers();
         return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'T'; });
     };
     const auto begin = std::chrono::steady_clock::now();
-    ASSERT_TRUE(Eventually([&] { return (held() && !running()) || scan.Ended(); }));
+    ASSERT_TRUE(Eventually([&] { return (held() && !s_scanner->Busy()) || scan.Ended(); }));
     ASSERT_FALSE(scan.Ended()) << "the files were too small to be paused in";
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
     // Another user's scan is not held up by it.

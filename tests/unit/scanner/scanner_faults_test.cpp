@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Workers and the parent are killed, hang or come to their share in the middle of a run: nothing is lost, nothing stays
 // behind.
-#include <csignal>
-
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace tfs::test {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Start with good and hostile signature folders, and the sandbox seen from inside.
-#include <filesystem>
-#include <fstream>
-
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -16,8 +15,10 @@ namespace {
 std::string StatusField(pid_t process, const std::string& name) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);)
-        if (line.starts_with(name + ":"))
-            return line.substr(line.find_first_not_of(" \t", name.size() + 1));
+        if (line.starts_with(name + ":")) {
+            const std::size_t value = line.find_first_not_of(" \t", name.size() + 1);
+            return value == std::string::npos ? std::string() : line.substr(value);
+        }
     return {};
 }
 
@@ -92,9 +93,8 @@ TEST(ScannerStart, AMissingOrForeignProgramIsSaid) {
 }
 
 TEST(ScannerSandbox, HoldsFromInside) {
-    FILE* output = ::popen(TESL_TEST_SCANNER " --self-test --bases " TESL_TEST_BASES
-                                             " --temporary /dev/shm/tesl-self-test-$$ 2>&1",
-                           "r");
+    FILE* output = ::popen(
+        TESL_TEST_SCANNER " --self-test --bases " TESL_TEST_BASES " --temporary /dev/shm/tesl-self-test-$$ 2>&1", "r");
     ASSERT_NE(output, nullptr);
     std::string text;
     char line[512];

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <stdexcept>
-#include <vector>
-
 #include <scanner/settings.h>
 
 #include <gtest/gtest.h>
+#include <stdexcept>
+#include <vector>
 
 namespace tfs::scanner {
 namespace {
@@ -23,9 +22,9 @@ TEST(ScannerSettings, GoodArgumentsAreTaken) {
 
 TEST(ScannerSettings, BadArgumentsAreRefused) {
     const std::vector<std::vector<const char*>> rows = {
-        {"--bases"},           {"--unknown", "1"},    {"--time-limit", "0"},
-        {"--time-limit", "x"}, {"--max-file", "-1"},  {"--max-file", "99999999999999999999999"},
-        {"--max-file", "5k"},  {"--max-files", ""},   {"--memory", "1"},
+        {"--bases"},           {"--unknown", "1"},   {"--time-limit", "0"},
+        {"--time-limit", "x"}, {"--max-file", "-1"}, {"--max-file", "99999999999999999999999"},
+        {"--max-file", "5k"},  {"--max-files", ""},  {"--memory", "1"},
         {"stray", "value"},
     };
     for (const auto& row : rows)

@@ -60,9 +60,46 @@ public:
     }
 };
 
+test::Script g_script;
+
+class Scripted final : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IObject> {
+public:
+    explicit Scripted(std::uint32_t classId) : m_classId(classId) {}
+
+private:
+    ~Scripted() override {
+        if (g_script.onRelease)
+            g_script.onRelease(m_classId);
+    }
+
+    std::uint32_t m_classId;
+};
+
+class ScriptedFactory final : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IObjectFactory> {
+public:
+    explicit ScriptedFactory(std::uint32_t classId) : m_classId(classId) {}
+    result_t CreateInstance(ulk::IServiceLocator* locator, ulk::iid_t, void** out) noexcept override {
+        if (g_script.onMake)
+            g_script.onMake(m_classId, locator);
+        *out = static_cast<ulk::IObject*>(new Scripted(m_classId));
+        return ulk::sOk;
+    }
+
+private:
+    std::uint32_t m_classId;
+};
+
 } // namespace
 
+ULK_MODULE_EXPORT test::Script* testGetScript() { return &g_script; }
+
 ULK_MODULE_EXPORT result_t ulkGetObjectFactory(void*, std::uint32_t classId, ulk::IObjectFactory** factory) {
+    if (classId >= test::kFirstScripted && classId <= test::kLastScripted) {
+        if (g_script.onEntry)
+            g_script.onEntry(classId);
+        *factory = new ScriptedFactory(classId);
+        return ulk::sOk;
+    }
     switch (classId) {
     case ulk::remoting::ConnectionFactoryClass:
         *factory = new Factory<ConnectionFactory>();

@@ -4,6 +4,8 @@
 
 #include <foundation/object.h>
 
+#include <functional>
+
 namespace test {
 
 class IProbe : public ulk::IObject {
@@ -15,5 +17,18 @@ public:
 protected:
     ~IProbe() = default;
 };
+
+/// Classes whose objects do what a test says; each answers to any identifier.
+inline constexpr std::uint32_t kFirstScripted = 0x71E57100u;
+inline constexpr std::uint32_t kLastScripted = 0x71E571FFu;
+
+/// The module exports the address of its one as kScriptExport. Calls come from whichever thread makes or releases.
+struct Script {
+    std::function<void(std::uint32_t classId)> onEntry; ///< may throw
+    std::function<void(std::uint32_t classId, ulk::IServiceLocator* locator)> onMake;
+    std::function<void(std::uint32_t classId)> onRelease;
+};
+using GetScriptFunction = Script* (*)();
+inline constexpr char kScriptExport[] = "testGetScript";
 
 } // namespace test
