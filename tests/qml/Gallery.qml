@@ -62,7 +62,7 @@ QtObject {
         { "name": "scan-empty", "wait": 1200, "play": () => stack.push("ScanTasks") },
         { "name": "scan", "wait": 900, "play": () => models.taskList.setRows([
             scanRow({ "currentState": TaskListModel.TaskStateStarted, "progressValue": 42,
-                      "summary": "Running, started 2 minutes ago", "resultInfo": "" }),
+                      "summary": "Running, started less than a minute ago", "resultInfo": "Nothing detected" }),
             { "taskName": "Custom scan of /home/anna/Downloads", "taskId": 100, "cannotBeDeleted": false,
               "showStartButton": false, "summary": "Last scan: less than a minute ago",
               "resultInfo": "Threat detected", "resultIsError": true,

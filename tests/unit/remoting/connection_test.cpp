@@ -17,6 +17,7 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace tfs::test {
 
@@ -212,13 +213,22 @@ TEST_F(ConnectionTest, CallsInFlightAreCapped) {
     ASSERT_EQ(client.result, ulk::sOk);
     std::atomic<bool> hold{true};
     service.during = [&] { WaitFor([&] { return !hold.load(); }, 4s); };
-    std::thread one([&] { EXPECT_EQ(manager->StartTask(u"1"), ulk::sOk); });
-    std::thread two([&] { EXPECT_EQ(manager->StartTask(u"2"), ulk::sOk); });
-    ASSERT_TRUE(WaitFor([&] { return service.Calls() > 0; }, 2s));
-    EXPECT_TRUE(WaitFor([&] { return manager->StartTask(u"3") == ulk::eInsufficientResources; }, 2s));
+    std::atomic<int> refused{0};
+    std::atomic<int> taken{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 3; ++i)
+        callers.emplace_back([&] {
+            const result_t result = manager->StartTask(u"1");
+            (result == ulk::eInsufficientResources ? refused : taken).fetch_add(1);
+            EXPECT_TRUE(result == ulk::sOk || result == ulk::eInsufficientResources);
+        });
+    // None of the calls that were taken can end before `hold` falls, so the one too many is refused whatever the order.
+    EXPECT_TRUE(WaitFor([&] { return refused.load() == 1; }, 2s));
     hold = false;
-    one.join();
-    two.join();
+    for (std::thread& caller : callers)
+        caller.join();
+    EXPECT_EQ(refused.load(), 1);
+    EXPECT_EQ(taken.load(), 2);
     EXPECT_EQ(manager->StartTask(u"4"), ulk::sOk);
 }
 
