@@ -2,11 +2,11 @@
 // What the application loader and an application agree on.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include <foundation/object.h>
 #include <foundation/string16.h>
+
+#include <cstdint>
+#include <string>
 
 namespace app_core::loader {
 
@@ -56,8 +56,7 @@ public:
     virtual result_t GetRootServiceLocator(ulk::IServiceLocator** locator) noexcept = 0;
     /// Loads a module and lets the root locator answer `iid` with an object of class `classId` made by it, once,
     /// at the first lookup. Path in UTF-8.
-    virtual result_t RegisterService(ulk::iid_t iid, const std::string& modulePath,
-                                     std::uint32_t classId) noexcept = 0;
+    virtual result_t RegisterService(ulk::iid_t iid, const std::string& modulePath, std::uint32_t classId) noexcept = 0;
 
 protected:
     ~IApplicationInfrastructureLoader() = default;
