@@ -38,7 +38,7 @@ while (($#)); do
     esac
     shift
 done
-build=$(realpath -e -- "$build") || die "Build it first: cmake --preset bench; cmake --build --preset bench."
+build=$(realpath -e -- "$build") || die "Build it first: cmake --preset bench && cmake --build build/bench."
 stage=$(realpath -e -- "${stage:-$build/stage}") || die "Stage it first: cmake --install $build."
 [[ $pairs =~ ^[1-9][0-9]*$ ]] || die "--pairs takes a number."
 

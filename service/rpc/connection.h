@@ -30,6 +30,7 @@ public:
     bool IsCongested() override;
     kj::Promise<void> OnWritten() override { return m_stream.OnWritten(); }
     void Greeted() override { m_greeted = true; }
+    void End(const char* reason) override { Kick(reason); }
 
 private:
     void Kick(const char* reason);

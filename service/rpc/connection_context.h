@@ -31,6 +31,8 @@ struct ConnectionContext {
     virtual kj::Promise<void> OnWritten() = 0;
     /// The peer has greeted with the right version.
     virtual void Greeted() = 0;
+    /// Ends the connection soon; the peer may connect anew.
+    virtual void End(const char* reason) = 0;
 };
 
 } // namespace tfs::service::rpc

@@ -37,14 +37,16 @@ kj::Promise<StoredPage> EventHub::ReadStored(Event::IdType afterId, Event::IdTyp
     auto pair = kj::newPromiseAndFulfiller<StoredPage>();
     const std::uint64_t id = m_nextRead++;
     m_reads.emplace(id, kj::mv(pair.fulfiller));
-    const bool posted = m_storeWorker.Post([this, id, afterId, upToId, limit] {
+    // The worker may outlive the hub, so it touches only what outlives both; a function posted to a queue that has
+    // closed is never run.
+    const bool posted = m_storeWorker.Post([this, &feed = m_feed, &queue = m_queue, id, afterId, upToId, limit] {
         auto page = std::make_shared<StoredPage>();
         try {
-            page->result = m_feed.ReadStored(afterId, upToId, limit, page->events);
+            page->result = feed.ReadStored(afterId, upToId, limit, page->events);
         } catch (...) {
             page->result = wire::ResultFromCurrentException();
         }
-        m_queue.PostFunction([this, id, page] {
+        queue.PostFunction([this, id, page] {
             auto node = m_reads.extract(id);
             node.mapped()->fulfill(std::move(*page));
         });

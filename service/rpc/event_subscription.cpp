@@ -26,9 +26,10 @@ EventSubscription::EventSubscription(ConnectionContext& context, EventFilter fil
     m_context.hub.Add(*this);
     ++m_context.subscriptions;
     m_run = kj::evalLater([this] { return Step(); }).eagerlyEvaluate([this](kj::Exception&& e) {
-        // The receiver is gone or broken. What is left goes with its connection.
+        // A client that went on without its events would show stale pages for ever: let it connect anew.
         ULK_TRACE(m_context.hub.Tracer(), ulk::level::Notable)
             << "rpc: a subscription ended: " << e.getDescription().cStr();
+        m_context.End("a subscription of it broke");
     });
 }
 
@@ -88,13 +89,31 @@ kj::Promise<void> EventSubscription::Step() {
 kj::Promise<void> EventSubscription::SendBatch(std::size_t bytes) {
     if (m_batch.empty())
         return kj::evalLater([] {}); // others get their turn
-    auto request = m_receiver.onEventsRequest(capnp::MessageSize{bytes / sizeof(capnp::word) * 2 + 64, 0});
-    auto list = request.initEvents(static_cast<capnp::uint>(m_batch.size()));
-    for (std::size_t i = 0; i < m_batch.size(); ++i)
-        wire::Write(*m_batch[i], list[static_cast<capnp::uint>(i)]);
-    m_batch.clear();
+    while (!m_batch.empty()) {
+        auto request = m_receiver.onEventsRequest(capnp::MessageSize{bytes / sizeof(capnp::word) * 2 + 64, 0});
+        auto list = request.initEvents(static_cast<capnp::uint>(m_batch.size()));
+        if (!WriteBatch(list))
+            continue;
+        m_batch.clear();
+        m_items.clear();
+        return request.send();
+    }
     m_items.clear();
-    return request.send();
+    return kj::evalLater([] {});
+}
+
+bool EventSubscription::WriteBatch(capnp::List<wire::schema::Event>::Builder list) {
+    for (std::size_t i = 0; i < m_batch.size(); ++i) {
+        try {
+            wire::Write(*m_batch[i], list[static_cast<capnp::uint>(i)]);
+        } catch (const std::exception& e) {
+            ULK_TRACE(m_context.hub.Tracer(), ulk::level::Failure)
+                << "rpc: event " << m_batch[i]->id << " can't be sent and is left out: " << e.what();
+            m_batch.erase(m_batch.begin() + static_cast<std::ptrdiff_t>(i));
+            return false;
+        }
+    }
+    return true;
 }
 
 kj::Promise<void> EventSubscription::CatchUp() {

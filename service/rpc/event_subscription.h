@@ -38,6 +38,8 @@ private:
     /// Notes that the event has been dealt with, and tells whether it is to be sent.
     bool Take(const Event& event);
     kj::Promise<void> SendBatch(std::size_t bytes);
+    /// False where an event could not be written; it is left out of the batch then.
+    bool WriteBatch(capnp::List<wire::schema::Event>::Builder list);
 
     ConnectionContext& m_context;
     const EventFilter m_filter;

@@ -4,7 +4,7 @@ import QtQuick 2.15
 import "../CommonFunctions.js" as CommonFunctions
 import "../CommonProperties.js" as CommonProperties
 
-// The ground of one level. It is loaded when it is to be seen and not kept after: a megabyte for what rarely changes.
+// The ground of one level. It is loaded when it is first to be seen.
 Image {
     property string name: ""
 
@@ -13,5 +13,4 @@ Image {
     source: opacity > 0 ? CommonFunctions.imageSource(name) : ""
     sourceSize: Qt.size(CommonProperties.mainWindowWidth, CommonProperties.statusAreaHeight)
     fillMode: Image.PreserveAspectCrop
-    cache: false
 }

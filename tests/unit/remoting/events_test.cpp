@@ -56,6 +56,24 @@ protected:
     ulk::Ptr<IEventSubscriber> subscriber;
 };
 
+TEST_F(EventsTest, AnEventThatCanNotBeSentCostsOnlyItself) {
+    Start(1000);
+    const auto receiver = MakeReceiver();
+    ASSERT_EQ(subscriber->Subscribe(receiver.Get(), {}), ulk::sOk);
+    ulk::types::variant_t deep(1);
+    for (int i = 0; i < 40; ++i)
+        deep = ulk::types::variant_t(ulk::types::variant_t::Vector{deep});
+    Event tooDeep = Numbered(2);
+    tooDeep.Add(types::AdditionalName::Settings, deep);
+    feed->Publish(Numbered(1));
+    feed->Publish(tooDeep);
+    feed->Publish(Numbered(3));
+    ASSERT_TRUE(WaitFor([&] { return receiver->Count() == 2; }));
+    EXPECT_EQ(NumberOf(receiver->Events().front()), 1);
+    EXPECT_EQ(NumberOf(receiver->Events().back()), 3);
+    EXPECT_TRUE(client->IsAlive());
+}
+
 TEST_F(EventsTest, ArriveWholeAndInOrderFromTheSubscriptionOn) {
     Start(100'000);
     feed->Publish(Numbered(-1)); // before the subscription
