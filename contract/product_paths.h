@@ -23,6 +23,9 @@ inline constexpr char CertifiedMarker[] = TESL_ROOT "/opt/tolvander/tesl/doc/cer
 inline constexpr char ResourceFolder[] = TESL_ROOT "/opt/tolvander/tesl/resource/";
 inline constexpr char SeedBasesFolder[] = TESL_ROOT "/opt/tolvander/tesl/shared/bases/";
 
+// What the administrator of the machine lays down.
+inline constexpr char PolicyFolder[] = TESL_ROOT "/etc/opt/tolvander/tesl/policy.d/";
+
 // Variable data.
 inline constexpr char Configuration[] = TESL_ROOT "/var/opt/tolvander/tesl/common/tesl.ini";
 inline constexpr char ServiceConfiguration[] = TESL_ROOT "/var/opt/tolvander/tesl/common/service.json";
@@ -31,7 +34,6 @@ inline constexpr char UserDumpFolder[] = TESL_ROOT "/var/opt/tolvander/tesl/comm
 inline constexpr char BasesFolder[] = TESL_ROOT "/var/opt/tolvander/tesl/common/bases/";
 inline constexpr char PrivateFolder[] = TESL_ROOT "/var/opt/tolvander/tesl/private/";
 inline constexpr char GuiStorageFolder[] = TESL_ROOT "/var/opt/tolvander/tesl/private/storage/kvdb-user/";
-inline constexpr char EventDatabase[] = TESL_ROOT "/var/opt/tolvander/tesl/private/storage/events.db";
 inline constexpr char TaskStateFile[] = TESL_ROOT "/var/opt/tolvander/tesl/private/storage/tasks.json";
 
 // Traces, sockets and locks.

@@ -69,8 +69,9 @@ class IConnectionFactory : public IObject {
 public:
     static constexpr iid_t Iid = 0x8003A97Eu;
     /// Connects (at most connectTimeoutMs) to the socket named in a ConnectionSettings and gets the remote bootstrap.
-    /// A missing or refusing socket is eNotReady, a peer that stays silent eTimeout, one that answers garbage or
-    /// speaks another version eInvalidVersion, one that refuses this user eAccessDenied.
+    /// A missing or refusing socket is eNotReady, one that this user may not open eAccessDenied; a peer that stays
+    /// silent eTimeout, one that answers garbage or another version eInvalidVersion, one with no place left for this
+    /// user eInsufficientResources, as are this process's own descriptors. Many who are refused at once find eNotReady.
     virtual result_t CreateRemoteRpc(utils::Anyptr settings, IRemoteConnection** connection) noexcept = 0;
 
 protected:

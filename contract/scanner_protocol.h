@@ -15,7 +15,7 @@
 namespace tfs::scanner {
 
 /// Both sides come in one package; a scanner of another version is refused.
-inline constexpr std::uint32_t ProtocolVersion = 1;
+inline constexpr std::uint32_t ProtocolVersion = 2;
 /// Where the parent finds its socket to the service.
 inline constexpr int ControlDescriptor = 3;
 /// Longest message.
@@ -59,7 +59,9 @@ enum class VerdictCode : std::uint32_t {
     EngineFailed = 7,
     OutOfSpace = 8,
     Cancelled = 9,
+    NotUnpacked = 10, ///< an archive, or a part of it, is damaged or of a kind that the engine can't unpack
 };
+inline constexpr VerdictCode LastVerdictCode = VerdictCode::NotUnpacked;
 
 /// One message; the texts refer to memory of the caller or of the buffer that was decoded.
 struct Message {

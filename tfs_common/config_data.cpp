@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <tfs_common/config_data.h>
+#include <tfs_common/regular_file.h>
 
 #include <algorithm>
 #include <boost/property_tree/ini_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
-#include <cerrno>
 #include <charconv>
-#include <fcntl.h>
 #include <limits>
 #include <optional>
 #include <sstream>
-#include <sys/stat.h>
 #include <type_traits>
 #include <unistd.h>
 
@@ -23,42 +21,6 @@ using Tree = boost::property_tree::ptree;
 constexpr std::size_t MaxFileSize = 1 << 20;
 constexpr std::uint64_t LeastScanMemoryLimit = 2048;
 constexpr unsigned MegabyteShift = 20;
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd) noexcept : m_fd(fd) {}
-    ~Descriptor() {
-        if (m_fd != -1)
-            ::close(m_fd);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const noexcept { return m_fd; }
-
-private:
-    int m_fd;
-};
-
-/// The text of a regular file; nothing where it can't be had. Opening never waits for a writer of a FIFO.
-std::optional<std::string> ReadRegularFile(const std::string& path) {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    struct stat status {};
-    if (file.Get() == -1 || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return std::nullopt;
-    std::string text;
-    char block[4096];
-    while (text.size() <= MaxFileSize) {
-        const ssize_t count = ::read(file.Get(), block, sizeof(block));
-        if (count == 0)
-            return text;
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return std::nullopt;
-        text.append(block, static_cast<std::size_t>(count));
-    }
-    return std::nullopt;
-}
 
 template <class Integer>
 std::optional<Integer> ParseInteger(const std::string& token) {
@@ -124,16 +86,21 @@ void ReadKeys(const Tree& tree, ConfigData& config) {
     ReadWatchdogPingTimeout(tree, config.watchdogPingTimeout);
     ReadGuid(tree, "General.PCID", config.pcid);
     ReadGuid(tree, "General.MachineId", config.machineId);
+    ReadText(tree, "General.SambaConfigPath", config.sambaConfigPath);
+    ReadText(tree, "General.NfsExportPath", config.nfsExportsPath);
+    ReadText(tree, "General.UpdateFolder", config.updateFolder);
+    ReadText(tree, "General.LicenseFolder", config.licenseFolder);
+    ReadText(tree, "General.ActivationAddress", config.activationAddress);
     config.agreementAccepted = Read(tree, "AcceptedAgreement.EulaId").has_value();
 }
 
 void ReadFile(const std::string& path, ConfigData& config) {
     // A path that isn't UTF-8 throws here and counts as a file that can't be read.
     (void)ulk::text::Cast<ulk::types::string16_t>(std::string_view(path));
-    const auto text = ReadRegularFile(path);
-    if (!text)
+    std::string text;
+    if (!ULK_SUCCEEDED(ReadRegularFile(path, MaxFileSize, text)))
         return;
-    std::istringstream stream(*text);
+    std::istringstream stream(text);
     Tree tree;
     boost::property_tree::ini_parser::read_ini(stream, tree);
     ReadKeys(tree, config);

@@ -31,12 +31,18 @@ struct ConfigData {
     ulk::Guid pcid;
     ulk::Guid machineId;
     bool agreementAccepted = false;
+    // Of the service; carried along and read by nobody here.
+    std::string sambaConfigPath = "/etc/samba/smb.conf";
+    std::string nfsExportsPath = "/etc/exports";
+    std::string updateFolder;
+    std::string licenseFolder;
+    std::string activationAddress;
 };
 
 /// Reads the file and fits the log folder to the user. Never throws but for std::bad_alloc: a file that is missing,
 /// unreadable, not a regular file or not an INI file yields the defaults, and a value that isn't a whole token of its
-/// type, or is out of its range, leaves its own field alone. A text is
-/// taken as it stands, also an empty one.
+/// type, or is out of its range, leaves its own field alone. A GUID that can't be read discards the whole record. A text
+/// is taken as it stands, also an empty one.
 std::shared_ptr<const ConfigData> LoadConfigData(const std::string& path = paths::Configuration);
 /// The same for a given real user id; for tests.
 std::shared_ptr<const ConfigData> LoadConfigData(const std::string& path, uid_t uid);

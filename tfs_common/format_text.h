@@ -5,13 +5,20 @@
 #include <boost/format.hpp>
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace tfs::localization {
+
+/// Whether each percent sign begins `%%`, `%1%` or a directive of printf with small numbers, and none of the library's
+/// own extensions: some of those it reads past the end of its memory, and a width of millions it would fill.
+bool HasPlainDirectives(std::string_view text) noexcept;
 
 /// Fills `%1$s`, `%d` and `%1%` directives in turn. Translated texts come from files, so a text that asks for more or
 /// fewer values than there are, or whose directives are malformed, never throws: the text itself is given back.
 template <class... Values>
 std::string Format(const std::string& text, const Values&... values) {
+    if (!HasPlainDirectives(text))
+        return text;
     try {
         boost::format format(text);
         (void)(format % ... % values);

@@ -22,12 +22,14 @@ constexpr Row kRows[] = {
 #undef X
 };
 
-static_assert(std::is_sorted(std::begin(kRows), std::end(kRows),
-                             [](const Row& a, const Row& b) { return a.id < b.id; }),
-              "rows are sorted by number");
-static_assert(std::adjacent_find(std::begin(kRows), std::end(kRows),
-                                 [](const Row& a, const Row& b) { return a.id == b.id; }) == std::end(kRows),
-              "a number is given once");
+constexpr bool NumbersAreDense() {
+    std::uint32_t next = 0;
+    for (const Row& row : kRows)
+        if (row.id != next++)
+            return false;
+    return true;
+}
+static_assert(NumbersAreDense(), "rows are sorted by number, each number is given once and none is left out");
 
 } // namespace
 
@@ -35,24 +37,15 @@ LocalizationCatalogue LocalizationCatalogue::BuiltIn() {
     LocalizationCatalogue catalogue;
     catalogue.m_entries.reserve(std::size(kRows));
     for (const Row& row : kRows) {
-        LocalizationEntry entry{row.id, row.key, {}};
+        LocalizationEntry& entry = catalogue.m_entries[row.id];
+        entry.id = row.id;
+        entry.key = row.key;
         entry.forms.reserve(row.plural.empty() ? 1 : 2);
         entry.forms.emplace_back(row.text);
         if (!row.plural.empty())
             entry.forms.emplace_back(row.plural);
-        catalogue.m_entries.emplace(row.id, std::move(entry));
     }
     return catalogue;
-}
-
-const std::vector<std::uint32_t>& LocalizationCatalogue::Order() {
-    static const std::vector<std::uint32_t> order = [] {
-        std::vector<std::uint32_t> ids;
-        for (const Row& row : kRows)
-            ids.push_back(row.id);
-        return ids;
-    }();
-    return order;
 }
 
 const LocalizationEntry* LocalizationCatalogue::Find(std::uint32_t id) const noexcept {

@@ -18,8 +18,8 @@ struct LocalizationEntry {
     std::vector<std::string> forms;
 };
 
-/// Entry number to texts. A value: copied to prepare a change, swapped to make it. Reading is safe from any thread
-/// while nobody swaps.
+/// Entry number to texts; the numbers are dense from 0 on. A value: copied to prepare a change, swapped to make it.
+/// Reading is safe from any thread while nobody swaps.
 class LocalizationCatalogue {
 public:
     /// The catalogue with the English defaults.
@@ -36,13 +36,11 @@ public:
     /// Calls `visit(entry)` for each entry in the order of the numbers.
     template <class Visit>
     void ForEach(Visit&& visit) {
-        for (const std::uint32_t id : Order())
+        for (std::uint32_t id = 0; id < m_entries.size(); ++id)
             visit(m_entries.find(id)->second);
     }
 
 private:
-    static const std::vector<std::uint32_t>& Order();
-
     /// The standard hash of a number is the number itself.
     std::unordered_map<std::uint32_t, LocalizationEntry> m_entries;
 };

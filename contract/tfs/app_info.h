@@ -2,7 +2,6 @@
 // What the service says about itself, and the policy that binds its users.
 #pragma once
 
-#include <contract/tfs/value_tables.h>
 #include <contract/tfs/variant.h>
 #include <foundation/object.h>
 
@@ -71,28 +70,6 @@ public:
 
 protected:
     ~IPolicyManager() = default;
-};
-
-namespace settings {
-
-/// The application settings of the service.
-struct AppSettings {
-    static constexpr std::uint32_t TypeNumber = 0x6009A125u;
-    types::TsnMode::Type useTsn = types::TsnMode::No;
-    bool reportsForPrivilegedOnly = false;
-    friend bool operator==(const AppSettings&, const AppSettings&) = default;
-};
-
-} // namespace settings
-
-class IAppSettingsHandler : public ulk::IObject {
-public:
-    static constexpr ulk::iid_t Iid = 0x9D6CC750u;
-    /// The holder carries a settings::AppSettings.
-    virtual result_t GetAppSettings(ulk::types::any_struct_t& holder) = 0;
-
-protected:
-    ~IAppSettingsHandler() = default;
 };
 
 } // namespace tfs

@@ -26,32 +26,6 @@ enum class FixedTaskId : std::uint64_t {
 /// Temporary tasks are numbered from here.
 inline constexpr std::uint64_t FirstTemporaryTaskId = 100;
 
-namespace task_name {
-inline constexpr char16_t FileMonitoring[] = u"File_Monitoring";
-inline constexpr char16_t FullScan[] = u"Scan_My_Computer";
-inline constexpr char16_t CustomScan[] = u"Scan_File";
-inline constexpr char16_t BootScan[] = u"Boot_Scan";
-inline constexpr char16_t MemoryScan[] = u"Memory_Scan";
-inline constexpr char16_t Update[] = u"Update";
-inline constexpr char16_t Rollback[] = u"Rollback";
-} // namespace task_name
-
-namespace task_type {
-inline constexpr char16_t AntiCryptor[] = u"AntiCryptor";
-inline constexpr char16_t Backup[] = u"Backup";
-inline constexpr char16_t BootScan[] = u"BootScan";
-inline constexpr char16_t Firewall[] = u"Firewall";
-inline constexpr char16_t License[] = u"License";
-inline constexpr char16_t MemoryScan[] = u"MemoryScan";
-inline constexpr char16_t OAFIM[] = u"OAFIM";
-inline constexpr char16_t OAS[] = u"OAS";
-inline constexpr char16_t ODFIM[] = u"ODFIM";
-inline constexpr char16_t ODS[] = u"ODS";
-inline constexpr char16_t Retranslate[] = u"Retranslate";
-inline constexpr char16_t Rollback[] = u"Rollback";
-inline constexpr char16_t Update[] = u"Update";
-} // namespace task_type
-
 /// Settings of a scan task.
 struct ScanSettings {
     static constexpr std::uint32_t TypeNumber = 0x6009A201u;

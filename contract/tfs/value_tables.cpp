@@ -2,40 +2,10 @@
 #include <contract/tfs/value_tables.h>
 
 #include <algorithm>
-#include <unordered_map>
+#include <array>
+#include <iterator>
 
 namespace tfs::types {
-
-struct ValueTable::Index {
-    std::unordered_map<std::int64_t, std::string_view> names;
-    std::unordered_map<std::string_view, std::int32_t> values;
-};
-
-ValueTable::ValueTable(std::string_view tableName, std::span<const ValueRow> rows)
-    : m_tableName(tableName), m_rows(rows), m_index(std::make_unique<Index>()) {
-    for (const ValueRow& row : rows) {
-        m_index->names.emplace(row.value, row.name);
-        m_index->values.emplace(row.name, row.value);
-    }
-}
-
-ValueTable::~ValueTable() = default;
-
-std::string_view ValueTable::TableName() const noexcept { return m_tableName; }
-std::span<const ValueRow> ValueTable::Rows() const noexcept { return m_rows; }
-
-std::string_view ValueTable::Name(std::int64_t value) const noexcept {
-    const auto found = m_index->names.find(value);
-    return found == m_index->names.end() ? std::string_view() : found->second;
-}
-
-std::optional<std::int32_t> ValueTable::Value(std::string_view name) const noexcept {
-    const auto found = m_index->values.find(name);
-    if (found == m_index->values.end())
-        return std::nullopt;
-    return found->second;
-}
-
 namespace {
 
 constexpr ValueRow EventNameRows[] = {
@@ -479,99 +449,147 @@ constexpr ValueRow EventInitiatorRows[] = {
     {3, "Scheduler"},
 };
 
-const ValueTable EventNameTable("EventName", EventNameRows);
-const ValueTable AdditionalNameTable("AdditionalName", AdditionalNameRows);
-const ValueTable YesNoFlagTable("YesNoFlag", YesNoFlagRows);
-const ValueTable EventSeverityTable("EventSeverity", EventSeverityRows);
-const ValueTable DetectCertaintyTable("DetectCertainty", DetectCertaintyRows);
-const ValueTable DetectSourceTable("DetectSource", DetectSourceRows);
-const ValueTable DetectTypeTable("DetectType", DetectTypeRows);
-const ValueTable TaskStateTable("TaskState", TaskStateRows);
-const ValueTable ObjectStatusTable("ObjectStatus", ObjectStatusRows);
-const ValueTable ObjectNameTable("ObjectName", ObjectNameRows);
-const ValueTable ThreatActionTable("ThreatAction", ThreatActionRows);
-const ValueTable ScanLevelTable("ScanLevel", ScanLevelRows);
-const ValueTable InterceptorKindTable("InterceptorKind", InterceptorKindRows);
-const ValueTable FileScanModeTable("FileScanMode", FileScanModeRows);
-const ValueTable MailerKindTable("MailerKind", MailerKindRows);
-const ValueTable SettingsScopeTable("SettingsScope", SettingsScopeRows);
-const ValueTable ActivationKindTable("ActivationKind", ActivationKindRows);
-const ValueTable ScheduleRepeatTable("ScheduleRepeat", ScheduleRepeatRows);
-const ValueTable LogRotationTable("LogRotation", LogRotationRows);
-const ValueTable TraceDetailTable("TraceDetail", TraceDetailRows);
-const ValueTable NetworkDiscoveryTable("NetworkDiscovery", NetworkDiscoveryRows);
-const ValueTable ObjectNotDisinfectedReasonTable("ObjectNotDisinfectedReason", ObjectNotDisinfectedReasonRows);
-const ValueTable ScanScopeTable("ScanScope", ScanScopeRows);
-const ValueTable ShareProtocolTable("ShareProtocol", ShareProtocolRows);
-const ValueTable TaskNotStartedReasonTable("TaskNotStartedReason", TaskNotStartedReasonRows);
-const ValueTable ApplicationStopReasonTable("ApplicationStopReason", ApplicationStopReasonRows);
-const ValueTable PathIssueTable("PathIssue", PathIssueRows);
-const ValueTable UpdateSourceKindTable("UpdateSourceKind", UpdateSourceKindRows);
-const ValueTable FileModificationTypeTable("FileModificationType", FileModificationTypeRows);
-const ValueTable IpVersionTable("IpVersion", IpVersionRows);
-const ValueTable PacketActionTable("PacketAction", PacketActionRows);
-const ValueTable TrafficDirectionTable("TrafficDirection", TrafficDirectionRows);
-const ValueTable IpProtocolTable("IpProtocol", IpProtocolRows);
-const ValueTable FileObjectTypeTable("FileObjectType", FileObjectTypeRows);
-const ValueTable PatchPolicyTable("PatchPolicy", PatchPolicyRows);
-const ValueTable PatchImportanceTable("PatchImportance", PatchImportanceRows);
-const ValueTable PatchStateTable("PatchState", PatchStateRows);
-const ValueTable ApplicationModuleStateTable("ApplicationModuleState", ApplicationModuleStateRows);
-const ValueTable PatchEventResultTable("PatchEventResult", PatchEventResultRows);
-const ValueTable TsnModeTable("TsnMode", TsnModeRows);
-const ValueTable TsnOffModeTable("TsnOffMode", TsnOffModeRows);
-const ValueTable AcceptanceStateTable("AcceptanceState", AcceptanceStateRows);
-const ValueTable KeySourceTable("KeySource", KeySourceRows);
-const ValueTable EventInitiatorTable("EventInitiator", EventInitiatorRows);
+/// The rows of a table by name. A name or a number that stands twice, and numbers out of order, don't compile.
+template <const auto& Rows>
+consteval auto ByName() {
+    std::array<ValueRow, std::size(Rows)> sorted;
+    std::copy(std::begin(Rows), std::end(Rows), sorted.begin());
+    std::sort(sorted.begin(), sorted.end(), [](const ValueRow& a, const ValueRow& b) { return a.name < b.name; });
+    for (std::size_t i = 1; i < std::size(Rows); ++i)
+        if (Rows[i - 1].value >= Rows[i].value || sorted[i - 1].name == sorted[i].name)
+            throw "not a two-way table";
+    return sorted;
+}
 
-const ValueTable* const AllTables[] = {
-    &EventNameTable,
+template <const auto& Rows>
+constexpr auto RowsByName = ByName<Rows>();
+
+template <const auto& Rows>
+constexpr ValueTable Table(std::string_view name) {
+    return ValueTable(name, Rows, RowsByName<Rows>);
+}
+
+constexpr ValueTable EventNameTable = Table<EventNameRows>("EventName");
+constexpr ValueTable AdditionalNameTable = Table<AdditionalNameRows>("AdditionalName");
+constexpr ValueTable YesNoFlagTable = Table<YesNoFlagRows>("YesNoFlag");
+constexpr ValueTable EventSeverityTable = Table<EventSeverityRows>("EventSeverity");
+constexpr ValueTable DetectCertaintyTable = Table<DetectCertaintyRows>("DetectCertainty");
+constexpr ValueTable DetectSourceTable = Table<DetectSourceRows>("DetectSource");
+constexpr ValueTable DetectTypeTable = Table<DetectTypeRows>("DetectType");
+constexpr ValueTable TaskStateTable = Table<TaskStateRows>("TaskState");
+constexpr ValueTable ObjectStatusTable = Table<ObjectStatusRows>("ObjectStatus");
+constexpr ValueTable ObjectNameTable = Table<ObjectNameRows>("ObjectName");
+constexpr ValueTable ThreatActionTable = Table<ThreatActionRows>("ThreatAction");
+constexpr ValueTable ScanLevelTable = Table<ScanLevelRows>("ScanLevel");
+constexpr ValueTable InterceptorKindTable = Table<InterceptorKindRows>("InterceptorKind");
+constexpr ValueTable FileScanModeTable = Table<FileScanModeRows>("FileScanMode");
+constexpr ValueTable MailerKindTable = Table<MailerKindRows>("MailerKind");
+constexpr ValueTable SettingsScopeTable = Table<SettingsScopeRows>("SettingsScope");
+constexpr ValueTable ActivationKindTable = Table<ActivationKindRows>("ActivationKind");
+constexpr ValueTable ScheduleRepeatTable = Table<ScheduleRepeatRows>("ScheduleRepeat");
+constexpr ValueTable LogRotationTable = Table<LogRotationRows>("LogRotation");
+constexpr ValueTable TraceDetailTable = Table<TraceDetailRows>("TraceDetail");
+constexpr ValueTable NetworkDiscoveryTable = Table<NetworkDiscoveryRows>("NetworkDiscovery");
+constexpr ValueTable ObjectNotDisinfectedReasonTable =
+    Table<ObjectNotDisinfectedReasonRows>("ObjectNotDisinfectedReason");
+constexpr ValueTable ScanScopeTable = Table<ScanScopeRows>("ScanScope");
+constexpr ValueTable ShareProtocolTable = Table<ShareProtocolRows>("ShareProtocol");
+constexpr ValueTable TaskNotStartedReasonTable = Table<TaskNotStartedReasonRows>("TaskNotStartedReason");
+constexpr ValueTable ApplicationStopReasonTable = Table<ApplicationStopReasonRows>("ApplicationStopReason");
+constexpr ValueTable PathIssueTable = Table<PathIssueRows>("PathIssue");
+constexpr ValueTable UpdateSourceKindTable = Table<UpdateSourceKindRows>("UpdateSourceKind");
+constexpr ValueTable FileModificationTypeTable = Table<FileModificationTypeRows>("FileModificationType");
+constexpr ValueTable IpVersionTable = Table<IpVersionRows>("IpVersion");
+constexpr ValueTable PacketActionTable = Table<PacketActionRows>("PacketAction");
+constexpr ValueTable TrafficDirectionTable = Table<TrafficDirectionRows>("TrafficDirection");
+constexpr ValueTable IpProtocolTable = Table<IpProtocolRows>("IpProtocol");
+constexpr ValueTable FileObjectTypeTable = Table<FileObjectTypeRows>("FileObjectType");
+constexpr ValueTable PatchPolicyTable = Table<PatchPolicyRows>("PatchPolicy");
+constexpr ValueTable PatchImportanceTable = Table<PatchImportanceRows>("PatchImportance");
+constexpr ValueTable PatchStateTable = Table<PatchStateRows>("PatchState");
+constexpr ValueTable ApplicationModuleStateTable = Table<ApplicationModuleStateRows>("ApplicationModuleState");
+constexpr ValueTable PatchEventResultTable = Table<PatchEventResultRows>("PatchEventResult");
+constexpr ValueTable TsnModeTable = Table<TsnModeRows>("TsnMode");
+constexpr ValueTable TsnOffModeTable = Table<TsnOffModeRows>("TsnOffMode");
+constexpr ValueTable TraceLevelTable = Table<TraceDetailRows>("TraceLevel");
+constexpr ValueTable TsnUsageTable = Table<TsnOffModeRows>("TsnUsage");
+constexpr ValueTable DangerLevelTable = Table<EventSeverityRows>("DangerLevel");
+constexpr ValueTable InitiatorTable = Table<EventInitiatorRows>("Initiator");
+constexpr ValueTable FilesystemTypeTable = Table<ShareProtocolRows>("FilesystemType");
+constexpr ValueTable AcceptanceStateTable = Table<AcceptanceStateRows>("AcceptanceState");
+constexpr ValueTable KeySourceTable = Table<KeySourceRows>("KeySource");
+constexpr ValueTable EventInitiatorTable = Table<EventInitiatorRows>("EventInitiator");
+
+// By name.
+constexpr const ValueTable* AllTables[] = {
+    &AcceptanceStateTable,
+    &ActivationKindTable,
     &AdditionalNameTable,
-    &YesNoFlagTable,
-    &EventSeverityTable,
+    &ApplicationModuleStateTable,
+    &ApplicationStopReasonTable,
+    &DangerLevelTable,
     &DetectCertaintyTable,
     &DetectSourceTable,
     &DetectTypeTable,
-    &TaskStateTable,
-    &ObjectStatusTable,
-    &ObjectNameTable,
-    &ThreatActionTable,
-    &ScanLevelTable,
-    &InterceptorKindTable,
+    &EventInitiatorTable,
+    &EventNameTable,
+    &EventSeverityTable,
+    &FileModificationTypeTable,
+    &FileObjectTypeTable,
     &FileScanModeTable,
-    &MailerKindTable,
-    &SettingsScopeTable,
-    &ActivationKindTable,
-    &ScheduleRepeatTable,
+    &FilesystemTypeTable,
+    &InitiatorTable,
+    &InterceptorKindTable,
+    &IpProtocolTable,
+    &IpVersionTable,
+    &KeySourceTable,
     &LogRotationTable,
-    &TraceDetailTable,
+    &MailerKindTable,
     &NetworkDiscoveryTable,
+    &ObjectNameTable,
     &ObjectNotDisinfectedReasonTable,
+    &ObjectStatusTable,
+    &PacketActionTable,
+    &PatchEventResultTable,
+    &PatchImportanceTable,
+    &PatchPolicyTable,
+    &PatchStateTable,
+    &PathIssueTable,
+    &ScanLevelTable,
     &ScanScopeTable,
+    &ScheduleRepeatTable,
+    &SettingsScopeTable,
     &ShareProtocolTable,
     &TaskNotStartedReasonTable,
-    &ApplicationStopReasonTable,
-    &PathIssueTable,
-    &UpdateSourceKindTable,
-    &FileModificationTypeTable,
-    &IpVersionTable,
-    &PacketActionTable,
+    &TaskStateTable,
+    &ThreatActionTable,
+    &TraceDetailTable,
+    &TraceLevelTable,
     &TrafficDirectionTable,
-    &IpProtocolTable,
-    &FileObjectTypeTable,
-    &PatchPolicyTable,
-    &PatchImportanceTable,
-    &PatchStateTable,
-    &ApplicationModuleStateTable,
-    &PatchEventResultTable,
     &TsnModeTable,
     &TsnOffModeTable,
-    &AcceptanceStateTable,
-    &KeySourceTable,
-    &EventInitiatorTable,
+    &TsnUsageTable,
+    &UpdateSourceKindTable,
+    &YesNoFlagTable,
 };
+static_assert(std::is_sorted(std::begin(AllTables), std::end(AllTables),
+                             [](const auto* a, const auto* b) { return a->TableName() < b->TableName(); }));
 
 } // namespace
+
+std::string_view ValueTable::Name(std::int64_t value) const noexcept {
+    const auto found = std::lower_bound(m_byValue.begin(), m_byValue.end(), value,
+                                        [](const ValueRow& row, std::int64_t sought) { return row.value < sought; });
+    return found == m_byValue.end() || found->value != value ? std::string_view() : found->name;
+}
+
+std::optional<std::int32_t> ValueTable::Value(std::string_view name) const noexcept {
+    const auto found = std::lower_bound(m_byName.begin(), m_byName.end(), name,
+                                        [](const ValueRow& row, std::string_view sought) { return row.name < sought; });
+    if (found == m_byName.end() || found->name != name)
+        return std::nullopt;
+    return found->value;
+}
 
 const ValueTable& EventName::Table() noexcept { return EventNameTable; }
 const ValueTable& AdditionalName::Table() noexcept { return AdditionalNameTable; }
@@ -614,14 +632,20 @@ const ValueTable& ApplicationModuleState::Table() noexcept { return ApplicationM
 const ValueTable& PatchEventResult::Table() noexcept { return PatchEventResultTable; }
 const ValueTable& TsnMode::Table() noexcept { return TsnModeTable; }
 const ValueTable& TsnOffMode::Table() noexcept { return TsnOffModeTable; }
+const ValueTable& TraceLevel::Table() noexcept { return TraceLevelTable; }
+const ValueTable& TsnUsage::Table() noexcept { return TsnUsageTable; }
+const ValueTable& DangerLevel::Table() noexcept { return DangerLevelTable; }
+const ValueTable& Initiator::Table() noexcept { return InitiatorTable; }
+const ValueTable& FilesystemType::Table() noexcept { return FilesystemTypeTable; }
 const ValueTable& AcceptanceState::Table() noexcept { return AcceptanceStateTable; }
 const ValueTable& KeySource::Table() noexcept { return KeySourceTable; }
 const ValueTable& EventInitiator::Table() noexcept { return EventInitiatorTable; }
 
 const ValueTable* FindTable(std::string_view tableName) noexcept {
-    const auto found = std::find_if(std::begin(AllTables), std::end(AllTables),
-                                    [&](const ValueTable* table) { return table->TableName() == tableName; });
-    return found == std::end(AllTables) ? nullptr : *found;
+    const auto found =
+        std::lower_bound(std::begin(AllTables), std::end(AllTables), tableName,
+                         [](const ValueTable* table, std::string_view sought) { return table->TableName() < sought; });
+    return found == std::end(AllTables) || (*found)->TableName() != tableName ? nullptr : *found;
 }
 
 } // namespace tfs::types

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Named value tables: two-way maps between the service's numbers and fixed text names.
+// Named value tables: two-way maps between the service's numbers and fixed text names; names of task types and tasks.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -15,25 +14,28 @@ struct ValueRow {
     std::string_view name;
 };
 
-/// One table: number to name and name to number, built before main from a fixed row list and never changed, so that
-/// all threads read it without a lock.
+/// One table: number to name and name to number. All tables are constants that the compiler builds, so that starting
+/// costs nothing and all threads read them without a lock.
 class ValueTable {
 public:
-    explicit ValueTable(std::string_view tableName, std::span<const ValueRow> rows);
-    std::string_view TableName() const noexcept;
-    std::span<const ValueRow> Rows() const noexcept;
-    /// Empty for a number without a row.
-    std::string_view Name(std::int64_t value) const noexcept;
-    std::optional<std::int32_t> Value(std::string_view name) const noexcept;
-    ~ValueTable();
+    /// The same rows by number and by name; both must outlive the table.
+    constexpr ValueTable(std::string_view tableName, std::span<const ValueRow> byValue,
+                         std::span<const ValueRow> byName) noexcept
+        : m_tableName(tableName), m_byValue(byValue), m_byName(byName) {}
     ValueTable(const ValueTable&) = delete;
     ValueTable& operator=(const ValueTable&) = delete;
 
+    constexpr std::string_view TableName() const noexcept { return m_tableName; }
+    /// By number.
+    constexpr std::span<const ValueRow> Rows() const noexcept { return m_byValue; }
+    /// Empty for a number without a row.
+    std::string_view Name(std::int64_t value) const noexcept;
+    std::optional<std::int32_t> Value(std::string_view name) const noexcept;
+
 private:
-    struct Index;
     std::string_view m_tableName;
-    std::span<const ValueRow> m_rows;
-    std::unique_ptr<Index> m_index;
+    std::span<const ValueRow> m_byValue;
+    std::span<const ValueRow> m_byName;
 };
 
 // Each table is a struct with the numbers as an enumeration and the table itself.
@@ -647,6 +649,27 @@ struct TsnOffMode {
     static const ValueTable& Table() noexcept;
 };
 
+/// Detail of the service's trace, as a setting.
+struct TraceLevel {
+    enum Type : std::int32_t {
+        None = 0,
+        NotDetailed = 1,
+        Detailed = 2,
+    };
+    static const ValueTable& Table() noexcept;
+};
+
+/// Participation in the security network, as a setting.
+struct TsnUsage {
+    enum Type : std::int32_t {
+        Off = 0,
+        Extended = 1,
+        Basic = 2,
+        SaveStatisticsToFile = 3,
+    };
+    static const ValueTable& Table() noexcept;
+};
+
 struct AcceptanceState {
     enum Type : std::int32_t {
         Accepted = 0,
@@ -674,7 +697,64 @@ struct EventInitiator {
     static const ValueTable& Table() noexcept;
 };
 
+/// Weight of a threat or an event, as a setting and of an object in Storage: the vocabulary of EventSeverity.
+struct DangerLevel {
+    using Type = EventSeverity::Type;
+    static const ValueTable& Table() noexcept;
+};
+
+/// EventInitiator, as a setting.
+struct Initiator {
+    using Type = EventInitiator::Type;
+    static const ValueTable& Table() noexcept;
+};
+
+/// Which remote file systems a setting means: the vocabulary of ShareProtocol.
+struct FilesystemType {
+    using Type = ShareProtocol::Type;
+    static const ValueTable& Table() noexcept;
+};
+
 /// Every table above, found by its name; null where there is none.
 const ValueTable* FindTable(std::string_view tableName) noexcept;
 
 } // namespace tfs::types
+
+namespace tfs {
+
+/// What a TaskType value holds.
+namespace task_type {
+inline constexpr char16_t AntiCryptor[] = u"AntiCryptor";
+inline constexpr char16_t Backup[] = u"Backup";
+inline constexpr char16_t BootScan[] = u"BootScan";
+inline constexpr char16_t Firewall[] = u"Firewall";
+inline constexpr char16_t License[] = u"License";
+inline constexpr char16_t MemoryScan[] = u"MemoryScan";
+inline constexpr char16_t OAFIM[] = u"OAFIM";
+inline constexpr char16_t OAS[] = u"OAS";
+inline constexpr char16_t ODFIM[] = u"ODFIM";
+inline constexpr char16_t ODS[] = u"ODS";
+inline constexpr char16_t Retranslate[] = u"Retranslate";
+inline constexpr char16_t Rollback[] = u"Rollback";
+inline constexpr char16_t Update[] = u"Update";
+} // namespace task_type
+
+/// Names of the tasks that the product knows by name.
+namespace task_name {
+inline constexpr char16_t AntiCryptor[] = u"Anti_Cryptor";
+inline constexpr char16_t AVS[] = u"AVS";
+inline constexpr char16_t Backup[] = u"Backup";
+inline constexpr char16_t BootScan[] = u"Boot_Scan";
+inline constexpr char16_t FirewallManager[] = u"Firewall_Manager";
+inline constexpr char16_t IntegrityMonitoring[] = u"Integrity_Monitoring";
+inline constexpr char16_t License[] = u"License";
+inline constexpr char16_t MemoryScan[] = u"Memory_Scan";
+inline constexpr char16_t FileMonitoring[] = u"File_Monitoring";
+inline constexpr char16_t FullScan[] = u"Scan_My_Computer";
+inline constexpr char16_t Retranslate[] = u"Retranslate";
+inline constexpr char16_t CustomScan[] = u"Scan_File";
+inline constexpr char16_t Rollback[] = u"Rollback";
+inline constexpr char16_t Update[] = u"Update";
+} // namespace task_name
+
+} // namespace tfs

@@ -19,6 +19,7 @@ TEST(ProductPaths, WithoutARootAreThoseOfTheInstallation) {
     EXPECT_STREQ(DocumentFolder, "/opt/tolvander/tesl/doc/");
     EXPECT_STREQ(CertifiedMarker, "/opt/tolvander/tesl/doc/cert.info");
     EXPECT_STREQ(ResourceFolder, "/opt/tolvander/tesl/resource/");
+    EXPECT_STREQ(PolicyFolder, "/etc/opt/tolvander/tesl/policy.d/");
     EXPECT_STREQ(Configuration, "/var/opt/tolvander/tesl/common/tesl.ini");
     EXPECT_STREQ(DumpFolder, "/var/opt/tolvander/tesl/common/dumps/");
     EXPECT_STREQ(LogFolder, "/var/log/tolvander/tesl/");

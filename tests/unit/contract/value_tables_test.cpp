@@ -58,6 +58,11 @@ TEST(ValueTables, HaveAllTheirRows) {
         {"PatchEventResult", 7, 6, "PatchFilesCorrupted"},
         {"TsnMode", 4, 3, "SaveStatisticsToFile"},
         {"TsnOffMode", 4, 3, "SaveStatisticsToFile"},
+        {"TraceLevel", 3, 2, "Detailed"},
+        {"TsnUsage", 4, 3, "SaveStatisticsToFile"},
+        {"DangerLevel", 6, 5, "Error"},
+        {"Initiator", 4, 3, "Scheduler"},
+        {"FilesystemType", 3, 2, "SMB"},
         {"AcceptanceState", 2, 1, "Denied"},
         {"KeySource", 3, 2, "AdditionalKeyAsActive"},
         {"EventInitiator", 4, 3, "Scheduler"},
@@ -85,6 +90,8 @@ TEST(ValueTables, HaveAllTheirRows) {
     }
     EXPECT_EQ(FindTable("Nothing"), nullptr);
     EXPECT_EQ(FindTable(""), nullptr);
+    EXPECT_EQ(FindTable("tsnUsage"), nullptr);
+    EXPECT_EQ(FindTable("YesNoFlagg"), nullptr);
 }
 
 TEST(ValueTables, GapsAreLikeUnknownNumbers) {

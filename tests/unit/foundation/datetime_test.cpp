@@ -119,6 +119,43 @@ TEST_F(DateTime, FormatsAreBounded) {
     while (growing.size() + 2 <= 2047)
         growing += "%F";
     EXPECT_EQ(tfs::DateToString(time, growing.c_str()), "");
+    std::string dates;
+    for (int i = 0; i < 300; ++i)
+        dates += "%F";
+    EXPECT_EQ(tfs::DateToString(time, (dates + std::string(1095, 'x')).c_str()).size(), 4095u);
+    EXPECT_EQ(tfs::DateToString(time, (dates + std::string(1096, 'x')).c_str()), "");
+}
+
+TEST_F(DateTime, FarDatesAreTextOrAFailureThatNamesThem) {
+    EXPECT_EQ(datetime::TicksFromSeconds(-11644473601), -10000000);
+    EXPECT_EQ(TimeFailure([] { tfs::TicksToString(datetime::TicksFromSeconds(-11644473601)); }),
+              u"Invalid utc timestamp for posix platform -10000000");
+    EXPECT_EQ(TimeFailure([] { tfs::TicksToString(kLeast); }),
+              u"Invalid utc timestamp for posix platform -9223372036854775808");
+    EXPECT_EQ(tfs::SecondsToString(-11676096000), "1600-01-01 05:30:00");
+    EXPECT_EQ(tfs::SecondsToString(253402281000), "10000-01-01 00:00:00");
+    EXPECT_EQ(tfs::TicksToString(kGreatest), "30828-09-14 08:18:05");
+    EXPECT_EQ(TimeFailure([] { tfs::SecondsToString(kGreatest); }),
+              u"Cannot represent time in broken down format 9223372036854775807");
+
+    const auto old = tfs::StringToDate("1600-02-29 23:59:59");
+    ASSERT_TRUE(old);
+    EXPECT_EQ(datetime::FromUtc(*old), -11670912001);
+    EXPECT_EQ(tfs::DateToString(*old), "1600-02-29 23:59:59");
+    EXPECT_FALSE(tfs::StringToDate("1500-02-29 00:00:00"));
+    EXPECT_FALSE(tfs::StringToDate("10000-01-01 00:00:00"));
+    EXPECT_FALSE(tfs::StringToDate("-1-01-01 00:00:00"));
+}
+
+TEST_F(DateTime, ABrokenDownTimeOfNonsenseIsStillText) {
+    std::tm nonsense{};
+    nonsense.tm_year = std::numeric_limits<int>::max();
+    nonsense.tm_mon = 99;
+    nonsense.tm_mday = -1;
+    nonsense.tm_wday = -7;
+    nonsense.tm_hour = std::numeric_limits<int>::min();
+    EXPECT_NE(tfs::DateToString(nonsense), "");
+    EXPECT_EQ(tfs::DateToString(nonsense, "%b %a"), "? ?");
 }
 
 TEST_F(DateTime, TextIsReadBack) {

@@ -81,6 +81,13 @@ TEST(FormatText, ReadsEitherStyleAndNeverThrows) {
     EXPECT_EQ(Format("%1$s", 1, 2), "%1$s");
     EXPECT_EQ(Format("50% of %1$s", 1), "50% of %1$s");
     EXPECT_EQ(Format("%", 1), "%");
+    EXPECT_EQ(Format("%2$-5s|%1$03d%%", 7, "ab"), "ab   |007%");
+}
+
+TEST(FormatText, DirectivesThatEndedTheProcessOrFilledMemoryAreGivenBack) {
+    for (const std::string text : {"%T%%$", "%1$999999999s", "%.99999d", "%99999999999$s", "%0$s", "%*d", "%|s|", "%1$n",
+                                   "%1$s %", "%1$l"})
+        EXPECT_EQ(Format(text, 5), text);
 }
 
 } // namespace

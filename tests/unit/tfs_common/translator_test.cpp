@@ -193,38 +193,6 @@ TEST_F(TranslatorTest, KeptBytesAreUntouched) {
     EXPECT_EQ(m_translator.GetString(entry::GuiSysTrayExit), "a\xC3\xA9");
 }
 
-TEST(Catalogue, FormsAndUnknownNumbers) {
-    EXPECT_EQ(GetLocalizedString(entry::GuiDaysAgo, 0), "%d day ago");
-    EXPECT_EQ(GetLocalizedString(entry::GuiDaysAgo, 7), "%d days ago");
-    EXPECT_EQ(GetLocalizedString(entry::GuiSysTrayExit, 3), "Exit");
-    EXPECT_EQ(GetLocalizedString(99999), "63fc5ebd-ec5d-4486-91be-7c6efced3a77");
-    EXPECT_EQ(GetLocalizedString(0xFFFFFFFFu, 1), "63fc5ebd-ec5d-4486-91be-7c6efced3a77");
-    EXPECT_EQ(GetCurrentLanguage(), "en");
-    EXPECT_EQ(GetPluralFormIndex(0), 1u);
-    EXPECT_EQ(GetPluralFormIndex(1), 0u);
-}
-
-TEST(Catalogue, RowsAreWellFormed) {
-    std::set<std::string_view> keys;
-    std::size_t plurals = 0;
-    LocalizationCatalogue catalogue = LocalizationCatalogue::BuiltIn();
-    catalogue.ForEach([&](const LocalizationEntry& entry) {
-        EXPECT_TRUE(keys.insert(entry.key).second) << entry.key;
-        EXPECT_EQ(entry.key.find('.'), std::string_view::npos) << entry.key;
-        EXPECT_LE(entry.id, 1236u) << entry.key;
-        ASSERT_FALSE(entry.forms.empty()) << entry.key;
-        EXPECT_FALSE(entry.forms.front().empty()) << entry.key;
-        if (entry.forms.size() == 2) {
-            ++plurals;
-            for (const std::string& form : entry.forms)
-                EXPECT_NE(Format(form, 3), form) << entry.key;
-        }
-        EXPECT_EQ(entry.forms.front().find("%1%"), std::string::npos) << entry.key;
-    });
-    EXPECT_EQ(plurals, 14u);
-    EXPECT_EQ(keys.size(), catalogue.Size());
-}
-
 /// A translation that names every key, as a translator would deliver it.
 TEST_F(TranslatorTest, CompleteFileLeavesNothingEnglish) {
     std::string json = "{";

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The settings structures of the product.
+#include <contract/tfs/settings.h>
+#include <tfs_common/settings_description.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace tfs::settings {
+namespace {
+
+constexpr std::int64_t MiB = 1 << 20;
+constexpr std::int64_t GiB = 1 << 30;
+
+constexpr Member AppSettingsMembers[] = {
+    Describe<&AppSettings::sambaConfigPath>("SambaConfigPath", Path()),
+    Describe<&AppSettings::nfsExportsPath>("NfsExportPath", Path()),
+    Describe<&AppSettings::traceFolder>("TraceFolder", Path()),
+    Describe<&AppSettings::traceLevel>("TraceLevel", Enumerated<types::TraceLevel>()),
+    Describe<&AppSettings::traceMaxFileCount>(keys::TraceMaxFileCount, Integer<std::uint32_t>(1, 10000)),
+    Describe<&AppSettings::traceMaxFileSize>(keys::TraceMaxFileSize, Integer<std::uint32_t>(1, 500)),
+    Describe<&AppSettings::traceFolderSizeLimit>("TraceFolderSizeLimit", Integer<std::uint64_t>(MiB, 100 * GiB)),
+    Describe<&AppSettings::eventsStoragePath>("EventsStoragePath", Path()),
+    Describe<&AppSettings::maxEventsNumber>(keys::MaxEventsNumber, Integer<std::uint32_t>(1000, 5000000)),
+    Describe<&AppSettings::offlineTsnStatsFolder>("OfflineTsnStatsFolder", Path()),
+    Describe<&AppSettings::useTsn>("UseTSN", Enumerated<types::TsnUsage>()),
+    Describe<&AppSettings::uiReportsForRootOnly>(keys::UIReportsForRootOnly, Boolean()),
+    Describe<&AppSettings::limitNumberOfScanFileTasks>(keys::LimitNumberOfScanFileTasks,
+                                                       Integer<std::uint32_t>(0, 10000)),
+    Describe<&AppSettings::useSyslog>(keys::UseSyslog, Boolean()),
+};
+
+constexpr StructureDescription Structures[] = {
+    DescribeStructure<AppSettings>(AppSettingsMembers),
+};
+
+} // namespace
+
+const StructureDescription* FindStructure(std::uint32_t typeNumber) noexcept {
+    const auto found =
+        std::find_if(std::begin(Structures), std::end(Structures),
+                     [typeNumber](const StructureDescription& known) { return known.typeNumber == typeNumber; });
+    return found == std::end(Structures) ? nullptr : found;
+}
+
+} // namespace tfs::settings
