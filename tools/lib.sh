@@ -50,17 +50,27 @@ install_missing() {
 
 # --- building -------------------------------------------------------------------------------------------------------
 
-# build_and_stage PRESET [CMAKE-ARGUMENT...]: configures once, builds, lays the installation out below build/PRESET/stage.
+# configure PRESET: once, and again when the presets have changed.
+configure() {
+    local made=build/$1/build.ninja
+    [[ ! -e $made || CMakePresets.json -nt $made ]] || return 0
+    say "Configuring build/$1."
+    cmake --preset "$1" >/dev/null
+}
+
+# build_and_stage PRESET: builds, and lays the installation out below build/PRESET/stage.
 build_and_stage() {
-    local preset=$1
-    shift
-    if [[ ! -e build/$preset/build.ninja || $# -gt 0 ]]; then
-        say "Configuring build/$preset."
-        cmake --preset "$preset" "$@" >/dev/null
-    fi
-    say "Building build/$preset."
-    cmake --build "build/$preset"
-    cmake --install "build/$preset" >/dev/null
+    configure "$1" || return
+    say "Building build/$1."
+    cmake --build "build/$1" || return
+    cmake --install "build/$1" >/dev/null
+}
+
+# build_fuzz_targets: into build/fuzz/fuzz.
+build_fuzz_targets() {
+    configure fuzz || return
+    say "Building build/fuzz."
+    cmake --build build/fuzz --target fuzz
 }
 
 # --- processes ------------------------------------------------------------------------------------------------------
