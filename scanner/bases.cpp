@@ -57,13 +57,15 @@ BasesInfo InspectBases(const std::string& folder) {
         const std::string extension = file.extension().string();
         const bool pattern = Contains(PatternFiles, extension);
         struct stat status {};
-        if ((!pattern && !Contains(HashFiles, extension)) || ::stat(file.c_str(), &status) != 0 ||
-            !S_ISREG(status.st_mode))
+        if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
             continue;
-        ++info.files;
-        info.newest = std::max(info.newest, BuildTime(file, status));
+        if (pattern || Contains(HashFiles, extension)) {
+            ++info.files;
+            info.newest = std::max(info.newest, BuildTime(file, status));
+        }
         if (pattern)
             info.patternBytes += static_cast<std::uint64_t>(status.st_size);
+        // Every file counts here: lists of exceptions hold no signatures and change verdicts all the same.
         const std::string name = file.filename().string();
         Mix(info.fingerprint, name.data(), name.size());
         Mix(info.fingerprint, &status.st_size, sizeof status.st_size);

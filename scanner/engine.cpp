@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <scanner/bases.h>
 #include <scanner/engine.h>
+#include <scanner/temporary_files.h>
 
 #include <algorithm>
 #include <clamav.h>
@@ -26,93 +27,47 @@ constexpr unsigned char WarmUpFile[] = {
     0,   1,   0, 0, 0,  0, 0, 0, 0,  0,   0,    0,    0,    0,    0,    0,    0,    0,    0, 'a', 'P',
     'K', 5,   6, 0, 0,  0, 0, 1, 0,  1,   0,    47,   0,    0,    0,    36,   0,    0,    0, 0,   0};
 
-/// Alerts of our own, in the engine's terms.
-constexpr std::string_view CutMember = "Heuristics.Limits.Exceeded.MaxFileSize";
-constexpr std::string_view EncryptedMember = "Heuristics.Encrypted.Member";
-constexpr std::string_view UnreadArchive = "Heuristics.Limits.Exceeded.UnreadArchive";
-constexpr std::string_view ZipType = "CL_TYPE_ZIP";
-
-/// The file or a part inside it that is open now.
-struct Layer {
-    std::string name;
-    bool zip = false;
-    bool opened = false; ///< a member was seen
-};
-
 /// What the callbacks gather during one scan. The engine's log callback has no context that is always set, so the
 /// object in use is also reachable here; the process has one thread.
 struct ScanContext {
-    std::vector<Layer> layers;
-    std::uint64_t maxFileSize = 0;
+    explicit ScanContext(std::uint64_t maxFileSize) : archives(maxFileSize) {}
+    ArchiveWatch archives;
     EngineOutcome outcome;
-
-    /// Notes a reason why not all was scanned; the first one counts.
-    void Alert(std::string_view name) {
-        if (outcome.alert.empty())
-            outcome.alert = name;
-    }
 };
 ScanContext* g_current = nullptr;
 
-std::string InnerName(const ScanContext& context) {
-    std::string name;
-    for (std::size_t i = 1; i < context.layers.size(); ++i) {
-        if (context.layers[i].name.empty())
-            continue;
-        if (!name.empty())
-            name += '/';
-        name += context.layers[i].name;
-    }
-    return name;
-}
+std::string_view View(const char* text) noexcept { return text != nullptr ? text : std::string_view(); }
 
 cl_error_t OnLayer(int, const char* type, const char**, std::size_t, const char* name, std::size_t size, const char*,
                    std::uint32_t level, std::uint32_t, void* context) {
-    auto& scan = *static_cast<ScanContext*>(context);
-    scan.layers.resize(level);
-    if (level > 0)
-        scan.layers.back().opened = true;
-    scan.layers.push_back({name != nullptr ? name : "", type != nullptr && type == ZipType, false});
-    // Members of a zip are cut at the limit without a word; one of just this size counts as cut.
-    if (level > 0 && size >= scan.maxFileSize)
-        scan.Alert(CutMember);
+    static_cast<ScanContext*>(context)->archives.BeginLayer(level, View(type), View(name), size);
     return CL_CLEAN;
 }
 
 /// A member of an archive, as the archive describes it.
-cl_error_t OnMember(const char*, unsigned long, const char*, unsigned long size, int encrypted, unsigned,
-                    void* context) {
-    auto& scan = *static_cast<ScanContext*>(context);
-    if (size > scan.maxFileSize)
-        scan.Alert(CutMember);
-    if (encrypted != 0)
-        scan.Alert(EncryptedMember);
-    if (!scan.layers.empty())
-        scan.layers.back().opened = true;
+cl_error_t OnMember(const char* container, unsigned long packed, const char* name, unsigned long unpacked,
+                    int encrypted, unsigned position, void* context) {
+    static_cast<ScanContext*>(context)->archives.Member(
+        {View(container), View(name), packed, unpacked, encrypted != 0, position});
     return CL_CLEAN;
 }
 
 cl_error_t OnLayerEnd(int, int, const char*, void* context) {
-    auto& scan = *static_cast<ScanContext*>(context);
-    if (scan.layers.empty())
-        return CL_CLEAN;
-    // A zip of which not one member could be found: cut short, or of a kind that the engine passes over in silence.
-    if (scan.layers.back().zip && !scan.layers.back().opened)
-        scan.Alert(UnreadArchive);
-    scan.layers.pop_back();
+    static_cast<ScanContext*>(context)->archives.EndLayer();
     return CL_CLEAN;
 }
 
 void OnFound(int, const char* name, void* context) {
     auto& scan = *static_cast<ScanContext*>(context);
-    const std::string_view found = name != nullptr ? name : "";
-    if (found.empty())
+    const std::string_view found = View(name);
+    if (found.empty()) {
         scan.outcome.emptyAlert = true;
-    else if (IsScanAlert(found))
-        scan.Alert(found);
-    else if (scan.outcome.threat.empty()) {
+    } else if (IsScanAlert(found)) {
+        if (scan.outcome.alert.empty())
+            scan.outcome.alert = found;
+    } else if (scan.outcome.threat.empty()) {
         scan.outcome.threat = found;
-        scan.outcome.inner = InnerName(scan);
+        scan.outcome.inner = scan.archives.InnerName();
     }
 }
 
@@ -220,7 +175,7 @@ void Engine::Trim() noexcept {
 
 std::string Engine::WarmUp() {
     const MapHandle map(cl_fmap_open_memory(WarmUpFile, sizeof WarmUpFile));
-    ScanContext context;
+    ScanContext context(m_maxFileSize);
     cl_scan_options options = ScanOptions();
     const char* name = nullptr;
     const cl_error_t result = cl_scanmap_callback(map.get(), nullptr, &name, nullptr, m_engine, &options, &context);
@@ -235,8 +190,7 @@ Verdict Engine::Scan(int descriptor, IReadMonitor& monitor) {
 }
 
 Verdict Engine::ScanSource(FileSource& source) {
-    ScanContext context;
-    context.maxFileSize = m_maxFileSize;
+    ScanContext context(m_maxFileSize);
     EngineOutcome& outcome = context.outcome;
     const auto decide = [&] {
         outcome.source = source.Trouble();
@@ -264,10 +218,14 @@ Verdict Engine::ScanSource(FileSource& source) {
     cl_scan_options options = ScanOptions();
     const char* name = nullptr;
     g_current = &context;
+    ForgetFileTrouble();
     const cl_error_t result = cl_scanmap_callback(map.get(), nullptr, &name, nullptr, m_engine, &options, &context);
     g_current = nullptr;
+    outcome.fileTrouble = FileTrouble();
     map.reset();
     source.End();
+    context.archives.Finish();
+    outcome.archive = context.archives.Troubles();
     outcome.result = result;
     outcome.resultText = cl_strerror(result);
     if (result == CL_VIRUS && outcome.threat.empty() && outcome.alert.empty())

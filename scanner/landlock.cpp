@@ -20,6 +20,10 @@ constexpr std::uint64_t GrantedRights = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_
 
 } // namespace
 
+bool CanLimitFiles() noexcept {
+    return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) > 0;
+}
+
 bool LimitFilesTo(const std::string& folder) noexcept {
     landlock_ruleset_attr rules{};
     rules.handled_access_fs = AllRights;

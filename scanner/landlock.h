@@ -6,6 +6,8 @@
 
 namespace tfs::scanner {
 
+/// Whether the kernel has Landlock and lets this process use it.
+bool CanLimitFiles() noexcept;
 /// From now on this process reaches no file outside `folder` by name. False where the kernel can't.
 bool LimitFilesTo(const std::string& folder) noexcept;
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <scanner/landlock.h>
 #include <scanner/private_root.h>
 
 #include <algorithm>
@@ -92,10 +93,15 @@ void BecomeAccount(const Account& account) {
     }
 }
 
+/// Needs CAP_SETPCAP, and so comes before other rights go; without new privileges nothing comes from the set anyway.
+void EmptyBoundingSet() {
+    capng_clear(CAPNG_SELECT_BOUNDS);
+    capng_apply(CAPNG_SELECT_BOUNDS);
+}
+
 void DropCapabilities() {
     capng_clear(CAPNG_SELECT_ALL);
-    // The bounding set can only be emptied where we hold CAP_SETPCAP; without new privileges nothing comes from it.
-    if (capng_apply(CAPNG_SELECT_BOTH) != 0 && capng_apply(CAPNG_SELECT_CAPS) != 0)
+    if (capng_apply(CAPNG_SELECT_CAPS) != 0)
         Fail("capabilities");
     ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
 }
@@ -121,8 +127,9 @@ PrivateRoot EnterPrivateRoot(const Settings& settings) {
         if (::chdir("/") != 0)
             Fail("chdir");
         root.changedRoot = true;
-        root.folder = "/";
+        root.folder.assign(1, '/'); // not = "/": gcc 12 warns of an overlap that isn't there
     }
+    EmptyBoundingSet();
     if (asRoot) {
         try {
             BecomeAccount(account);
@@ -137,7 +144,8 @@ PrivateRoot EnterPrivateRoot(const Settings& settings) {
         Fail("no_new_privs");
     ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     root.description = std::string(root.mounted ? "private tmpfs, own network" : "shared temporary folder") +
-                       (root.changedRoot ? ", empty root" : "") + (root.otherAccount ? ", own account" : "");
+                       (root.changedRoot ? ", empty root" : "") + (root.otherAccount ? ", own account" : "") +
+                       (CanLimitFiles() ? ", own files only" : "");
     return root;
 }
 

@@ -45,6 +45,12 @@ const Attempt Attempts[] = {
      }},
     {"fork", [] { return ::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr) >= 0; }},
     {"kill the parent", [] { return ::kill(::getppid(), 0) == 0; }},
+    {"direct a descriptor's signals to the parent", [] { return ::fcntl(0, F_SETOWN, ::getppid()) == 0; }},
+    {"change a file's mode",
+     [] {
+         const int file = ::open("own", O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+         return ::unlink("own") != 0 || ::fchmod(file, 0666) == 0;
+     }},
     {"ptrace", [] { return ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; }},
     {"become root", [] { return ::setuid(0) == 0; }},
     {"executable memory",

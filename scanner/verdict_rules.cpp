@@ -2,6 +2,7 @@
 #include <scanner/verdict_rules.h>
 
 #include <clamav.h>
+#include <system_error>
 
 namespace tfs::scanner {
 namespace {
@@ -51,14 +52,11 @@ std::string_view ShownName(std::string_view name) noexcept {
 }
 
 EngineTrouble TroubleOfMessage(std::string_view text) noexcept {
-    for (const std::string_view part : {"No space left", "Disk quota", "File too large", "write error", "Can't write",
-                                        "Can't create", "can't create", "Failed to write"})
-        if (text.find(part) != text.npos)
-            return EngineTrouble::OutOfSpace;
     for (const std::string_view part : {"allocate memory", "Out of memory", "out of memory", "memory allocation"})
         if (text.find(part) != text.npos)
             return EngineTrouble::OutOfMemory;
-    return EngineTrouble::None;
+    return text.find("premature end of compressed stream") != text.npos ? EngineTrouble::CutStream
+                                                                        : EngineTrouble::None;
 }
 
 Verdict Decide(const EngineOutcome& outcome) {
@@ -78,12 +76,18 @@ Verdict Decide(const EngineOutcome& outcome) {
         return Unread(VerdictCode::TimeLimit, outcome.alert);
     if (outcome.emptyAlert || outcome.alert.starts_with(LimitAlert))
         return Unread(VerdictCode::Limit, outcome.alert);
-    if (outcome.trouble == EngineTrouble::OutOfSpace)
-        return Unread(VerdictCode::OutOfSpace, "the temporary folder is full");
+    if (outcome.archive.cut)
+        return Unread(VerdictCode::Limit, "a part is too large");
+    if (outcome.fileTrouble != 0)
+        return Unread(VerdictCode::OutOfSpace, std::generic_category().message(outcome.fileTrouble));
     if (outcome.trouble == EngineTrouble::OutOfMemory)
         return Unread(VerdictCode::Limit, "the memory limit was reached");
     if (outcome.alert.starts_with(EncryptedAlert))
         return Unread(VerdictCode::Encrypted, outcome.alert);
+    if (outcome.archive.encrypted)
+        return Unread(VerdictCode::Encrypted, "a part is encrypted");
+    if (outcome.archive.unread || outcome.trouble == EngineTrouble::CutStream)
+        return Unread(VerdictCode::NotUnpacked, "a part could not be unpacked");
     if (outcome.result == CL_CLEAN || outcome.result == CL_VERIFIED)
         return {};
     if (outcome.result == CL_VIRUS) // a detection that no callback announced and that has no name

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/scanner_protocol.h>
+#include <scanner/archive_watch.h>
 
 #include <cstdint>
 #include <string>
@@ -22,18 +23,20 @@ struct Verdict {
 enum class SourceTrouble { None, Cancelled, ReadError, Changed };
 
 /// What the engine wrote to its log during a scan that casts doubt on "clean".
-enum class EngineTrouble { None, OutOfSpace, OutOfMemory };
+enum class EngineTrouble { None, OutOfMemory, CutStream };
 
 struct EngineOutcome {
     int result = 0;         ///< cl_error_t
     std::string resultText; ///< the engine's text of it
     std::string threat;     ///< first real detection
     std::string inner;
-    std::string alert;       ///< first alert that only says what could not be scanned
+    std::string alert;       ///< the engine's first alert that only says what could not be scanned
     bool emptyAlert = false; ///< the engine reported a detection without a name: the file is over its size limit
     SourceTrouble source = SourceTrouble::None;
     std::string sourceDetail;
     EngineTrouble trouble = EngineTrouble::None;
+    ArchiveTroubles archive;
+    int fileTrouble = 0; ///< errno of a temporary file that couldn't be made or written
 };
 
 /// True for the engine's names that stand for "over a limit" or "encrypted" and not for a threat.

@@ -4,9 +4,6 @@
 namespace tfs::service::scan {
 namespace {
 
-/// Coarser than the time stamps of any file system in use.
-constexpr std::int64_t ClockGrainSeconds = 2;
-
 std::int64_t Nanoseconds(const timespec& time) noexcept { return time.tv_sec * 1000000000ll + time.tv_nsec; }
 
 } // namespace
@@ -51,17 +48,18 @@ bool CleanCache::Contains(const struct stat& file, std::uint64_t basesVersion) {
 }
 
 void CleanCache::Add(const struct stat& file, std::uint64_t basesVersion, const timespec& now) {
-    if (now.tv_sec - file.st_ctim.tv_sec <= ClockGrainSeconds || now.tv_sec - file.st_mtim.tv_sec <= ClockGrainSeconds)
+    if (now.tv_sec - file.st_ctim.tv_sec <= m_settleSeconds || now.tv_sec - file.st_mtim.tv_sec <= m_settleSeconds)
         return;
     ulk::LockGuard lock(m_lock);
     SetVersion(basesVersion);
     Insert({file.st_dev, file.st_ino}, StateOf(file));
 }
 
-void CleanCache::Clear() {
+void CleanCache::KeepOnly(dev_t device) {
+    const auto elsewhere = [device](const auto& each) { return each.first.device != device; };
     ulk::LockGuard lock(m_lock);
-    m_young.clear();
-    m_old.clear();
+    std::erase_if(m_young, elsewhere);
+    std::erase_if(m_old, elsewhere);
 }
 
 std::size_t CleanCache::Size() const {

@@ -17,6 +17,7 @@ constexpr std::uint32_t DefaultTimeLimitMs = 120000;
 /// How often deadlines are looked at while there is work.
 constexpr int TickMs = 100;
 constexpr int EndPatienceMs = 1000;
+constexpr std::size_t CacheCapacity = 500000;
 
 std::uint32_t TargetWorkers(const ScannerConfig& config) {
     const std::uint32_t processors = std::max(1u, std::thread::hardware_concurrency());
@@ -29,7 +30,8 @@ std::uint32_t TargetWorkers(const ScannerConfig& config) {
 ScannerService::Impl::Impl(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer)
     : m_config(std::move(config)), m_targetWorkers(TargetWorkers(m_config)),
       m_fileTimeLimit(m_config.fileTimeLimitMs == 0 ? DefaultTimeLimitMs : m_config.fileTimeLimitMs),
-      m_tracer(std::move(tracer)) {}
+      m_tracer(std::move(tracer)),
+      m_cache(CacheCapacity, m_config.settleSeconds == 0 ? CleanCache::SettleSeconds : m_config.settleSeconds) {}
 
 ScannerService::Impl::~Impl() { Stop(); }
 
@@ -37,22 +39,20 @@ result_t ScannerService::Impl::Start() {
     ulk::LockGuard threadLock(m_threadLock);
     {
         ulk::LockGuard lock(m_lock);
-        if (m_phase == Phase::Running)
+        if (m_phase == Phase::Running && m_state.loaded)
             return ulk::sOk;
     }
     if (!m_thread.joinable()) {
+        ulk::LockGuard lock(m_lock);
         m_poll.Reset(::epoll_create1(EPOLL_CLOEXEC));
         m_wake.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
         if (!m_poll || !m_wake)
             return ulk::ResultFromErrno(errno);
         epoll_event event{EPOLLIN, {.u64 = WakeSource}};
         ::epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, m_wake.Get(), &event);
-        {
-            ulk::LockGuard lock(m_lock);
-            m_stopping = false;
-            m_losses = 0;
-            StartParent();
-        }
+        m_stopping = false;
+        m_losses = 0;
+        StartParent();
         m_thread = std::thread([this] { Loop(); });
     } else {
         ulk::LockGuard lock(m_lock);
@@ -69,18 +69,22 @@ result_t ScannerService::Impl::Start() {
 }
 
 void ScannerService::Impl::Stop() noexcept {
-    {
-        ulk::LockGuard lock(m_lock);
-        m_stopping = true;
-        m_changed.notify_all();
-    }
+    AskToStop(); // a start that is under way gives up
     ulk::LockGuard threadLock(m_threadLock);
     if (!m_thread.joinable())
         return;
-    Wake();
+    AskToStop(); // a start that came between has taken the first one back
     m_thread.join();
+    ulk::LockGuard lock(m_lock); // a run that ends now may be about to wake the loop
     m_poll.Reset();
     m_wake.Reset();
+}
+
+void ScannerService::Impl::AskToStop() noexcept {
+    ulk::LockGuard lock(m_lock);
+    m_stopping = true;
+    m_changed.notify_all();
+    Wake();
 }
 
 ScannerState ScannerService::Impl::State() const {
@@ -134,6 +138,7 @@ int ScannerService::Impl::Timeout() const {
 void ScannerService::Impl::Loop() {
     epoll_event events[PollEvents];
     ulk::LockGuard lock(m_lock);
+    const int poll = m_poll.Get(); // closed only after this thread has ended
     while (!m_stopping) {
         CheckDeadlines();
         KeepWorkers();
@@ -143,7 +148,7 @@ void ScannerService::Impl::Loop() {
         const int timeout = Timeout();
         lock.unlock();
         Make(std::move(calls));
-        const int count = ::epoll_wait(m_poll.Get(), events, PollEvents, timeout);
+        const int count = ::epoll_wait(poll, events, PollEvents, timeout);
         lock.lock();
         for (int i = 0; i < count && !m_stopping; ++i) {
             const std::uint64_t source = events[i].data.u64;
@@ -215,6 +220,8 @@ std::shared_ptr<ClientState> ScannerService::Impl::Attach(std::shared_ptr<IScanC
     ulk::LockGuard lock(m_lock);
     if (m_phase == Phase::Stopped || m_phase == Phase::Failed || m_stopping)
         return nullptr;
+    if (m_mounts.Changed())
+        m_cache.KeepOnly(MountWatch::RootDevice());
     auto state = std::make_shared<ClientState>();
     state->client = std::move(client);
     m_clients.push_back(state);

@@ -6,6 +6,7 @@
 
 #include <foundation/sync.h>
 #include <service/scan/clean_cache.h>
+#include <service/scan/mount_watch.h>
 #include <service/scan/scan_client.h>
 #include <service/scan/scanner_process.h>
 #include <service/scan/scanner_service.h>
@@ -69,8 +70,9 @@ private:
     };
 
     void Loop() ULK_EXCLUDES(m_lock);
+    void AskToStop() noexcept ULK_EXCLUDES(m_lock);
     int Timeout() const ULK_REQUIRES(m_lock);
-    void Wake() noexcept;
+    void Wake() noexcept ULK_REQUIRES(m_lock);
     Calls TakeCalls() ULK_REQUIRES(m_lock);
     static void Make(Calls calls);
     void Answer(Request& request, FileVerdict verdict) ULK_REQUIRES(m_lock);
@@ -85,12 +87,13 @@ private:
     void OnWorkerStarted(scanner::Received& received) ULK_REQUIRES(m_lock);
     void OnWorker(std::uint64_t id) ULK_REQUIRES(m_lock);
     bool OnWorkerMessage(WorkerSlot& worker, const scanner::Message& message) ULK_REQUIRES(m_lock);
-    void OnVerdict(WorkerSlot& worker, Request request, const scanner::Message& message) ULK_REQUIRES(m_lock);
+    bool OnVerdict(WorkerSlot& worker, const scanner::Message& message) ULK_REQUIRES(m_lock);
     void LoseWorker(std::uint64_t id) ULK_REQUIRES(m_lock);
     void GiveBack(Request request) ULK_REQUIRES(m_lock);
 
     void CheckDeadlines() ULK_REQUIRES(m_lock);
     void CheckWorker(WorkerSlot& worker, Clock::time_point now) ULK_REQUIRES(m_lock);
+    void HoldWorker(WorkerSlot& worker, Clock::time_point now) ULK_REQUIRES(m_lock);
     void TakeBackBehind(WorkerSlot& worker) ULK_REQUIRES(m_lock);
     void KeepWorkers() ULK_REQUIRES(m_lock);
     void NoteSpawnFailure(const char* why) ULK_REQUIRES(m_lock);
@@ -103,13 +106,14 @@ private:
     const std::chrono::milliseconds m_fileTimeLimit;
     const ulk::Ptr<ulk::ITracer> m_tracer;
     CleanCache m_cache;
+    MountWatch m_mounts ULK_GUARDED_BY(m_lock);
 
     ulk::Mutex m_threadLock; ///< one start or stop at a time
     std::thread m_thread;
     mutable ulk::Mutex m_lock;
     std::condition_variable_any m_changed;
-    scanner::Descriptor m_poll;
-    scanner::Descriptor m_wake;
+    scanner::Descriptor m_poll ULK_GUARDED_BY(m_lock);
+    scanner::Descriptor m_wake ULK_GUARDED_BY(m_lock);
 
     Phase m_phase ULK_GUARDED_BY(m_lock) = Phase::Stopped;
     bool m_stopping ULK_GUARDED_BY(m_lock) = false;

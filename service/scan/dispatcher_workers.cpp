@@ -18,6 +18,8 @@ constexpr unsigned MostAttempts = 2;
 constexpr unsigned MostParentLosses = 20;
 constexpr unsigned MostLosses = 8;
 constexpr unsigned MostSpawnFailures = 8;
+constexpr std::size_t MostHeldOfTarget = 2;
+constexpr int MessagesAtOnce = 64;
 constexpr auto LoadDeadline = 300s;
 constexpr auto SpawnDeadline = 5s;
 constexpr auto ReadyDeadline = 5s;
@@ -84,7 +86,7 @@ void ScannerService::Impl::OnParent() {
         m_spawning -= m_spawning != 0 ? 1 : 0;
         return NoteSpawnFailure(Printable(message.first).c_str());
     case MessageKind::WorkerEnded:
-        if (message.code != 0) {
+        if (message.code != 0 && message.code != SIGKILL) { // which is how we end them
             ULK_TRACE(m_tracer.Get(), ulk::level::Notable)
                 << "scanner: worker " << message.id << " ended, status " << message.code;
         }
@@ -157,7 +159,7 @@ void ScannerService::Impl::OnWorker(std::uint64_t id) {
         return;
     WorkerSlot& worker = found->second;
     scanner::Received received;
-    for (;;) {
+    for (int i = 0; i < MessagesAtOnce; ++i) { // one that never falls silent must not keep the others waiting
         switch (scanner::Receive(worker.Channel(), received, MSG_DONTWAIT)) {
         case scanner::ReceiveResult::Nothing:
             return;
@@ -167,7 +169,6 @@ void ScannerService::Impl::OnWorker(std::uint64_t id) {
             [[fallthrough]];
         case scanner::ReceiveResult::Garbage:
             ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner: worker " << id << " broke the protocol";
-            worker.Kill();
             [[fallthrough]];
         case scanner::ReceiveResult::Closed:
             return LoseWorker(id);
@@ -175,8 +176,12 @@ void ScannerService::Impl::OnWorker(std::uint64_t id) {
     }
 }
 
+/// False when the worker says what it may not say: it is of no use any more, and its files are tried elsewhere.
 bool ScannerService::Impl::OnWorkerMessage(WorkerSlot& worker, const Message& message) {
-    if (message.kind == MessageKind::Ready) {
+    switch (message.kind) {
+    case MessageKind::Ready:
+        if (worker.ready)
+            return false;
         worker.ready = true;
         m_spawnFailures = 0;
         if (!m_state.loaded) {
@@ -185,34 +190,36 @@ bool ScannerService::Impl::OnWorkerMessage(WorkerSlot& worker, const Message& me
             m_stateDirty = true;
         }
         return true;
-    }
-    if (message.kind == MessageKind::Progress) {
-        Request* head = worker.Head();
-        if (head != nullptr && head->id == message.id && head->client)
+    case MessageKind::Progress: {
+        const Request* head = worker.Head();
+        if (head == nullptr || head->id != message.id)
+            return false;
+        if (head->client)
             m_callbacks.push_back(
                 {head->client->client, head->job.token, std::min(message.value, head->job.size), false, {}});
         return true;
     }
-    Request request;
-    if (message.kind != MessageKind::Verdict || !worker.Remove(message.id, request, Clock::now()))
-        return false;
-    if (message.code > static_cast<std::uint32_t>(VerdictCode::Cancelled) ||
-        (message.code == static_cast<std::uint32_t>(VerdictCode::Infected) && message.first.empty())) {
-        worker.inFlight.push_front(std::move(request)); // goes the way of a lost worker
+    case MessageKind::Verdict:
+        return OnVerdict(worker, message);
+    default:
         return false;
     }
-    OnVerdict(worker, std::move(request), message);
-    return true;
 }
 
-void ScannerService::Impl::OnVerdict(WorkerSlot&, Request request, const Message& message) {
+bool ScannerService::Impl::OnVerdict(WorkerSlot& worker, const Message& message) {
     const auto code = static_cast<VerdictCode>(message.code);
-    // A cancellation that this client didn't ask for, or time that passed while the user had paused, is no answer.
-    if (request.client && (code == VerdictCode::Cancelled || (code == VerdictCode::TimeLimit && request.held))) {
+    const Request* known = worker.Find(message.id);
+    if (known == nullptr || message.code > static_cast<std::uint32_t>(scanner::LastVerdictCode) ||
+        (code == VerdictCode::Infected && message.first.empty()) || (code == VerdictCode::Cancelled && known->client))
+        return false;
+    Request request = worker.Take(message.id, Clock::now());
+    if (code == VerdictCode::TimeLimit && request.held) { // time that passed while the user had paused is no answer
         request.held = false;
-        return GiveBack(std::move(request));
+        GiveBack(std::move(request));
+    } else {
+        Answer(request, {code, Printable(message.first), std::string(message.second), Printable(message.third)});
     }
-    Answer(request, {code, Printable(message.first), std::string(message.second), Printable(message.third)});
+    return true;
 }
 
 void ScannerService::Impl::GiveBack(Request request) {
@@ -225,21 +232,23 @@ void ScannerService::Impl::GiveBack(Request request) {
 
 void ScannerService::Impl::LoseWorker(std::uint64_t id) {
     auto node = m_workers.extract(id);
+    if (node.empty())
+        return;
     WorkerSlot& worker = node.mapped();
     if (!worker.ready)
         NoteSpawnFailure("a worker ended before it was ready");
     std::deque<Request>& inFlight = worker.inFlight;
     for (std::size_t i = inFlight.size(); i-- > 1;)
         GiveBack(std::move(inFlight[i]));
-    if (!inFlight.empty()) {
-        Request& head = inFlight.front();
-        if (++head.attempts < MostAttempts)
-            GiveBack(std::move(head));
-        else if (worker.overTime)
-            Answer(head, {VerdictCode::TimeLimit, {}, {}, "the file takes too long"});
-        else
-            Answer(head, {VerdictCode::EngineFailed, {}, {}, "the scanning process ended twice over this file"});
-    }
+    if (inFlight.empty())
+        return;
+    Request& head = inFlight.front();
+    if (worker.takenBack || ++head.attempts < MostAttempts)
+        GiveBack(std::move(head));
+    else if (worker.overTime)
+        Answer(head, {VerdictCode::TimeLimit, {}, {}, "the file takes too long"});
+    else
+        Answer(head, {VerdictCode::EngineFailed, {}, {}, "the scanning process ended twice over this file"});
 }
 
 void ScannerService::Impl::CheckDeadlines() {
@@ -272,16 +281,25 @@ void ScannerService::Impl::CheckWorker(WorkerSlot& worker, Clock::time_point now
         if (now - std::max(head->cancelledAt, worker.headSince) > Patience)
             worker.Kill();
     } else if (head->client->paused) {
-        if (now - std::max(head->client->pausedAt, worker.headSince) > Patience) {
-            worker.Hold(now);
-            TakeBackBehind(worker);
-        }
+        if (now - std::max(head->client->pausedAt, worker.headSince) > Patience)
+            HoldWorker(worker, now);
     } else if (const auto grace = std::clamp<std::chrono::milliseconds>(m_fileTimeLimit / 2, 500ms, 10000ms);
                now - worker.headSince > m_fileTimeLimit + grace) {
         ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "scanner: worker " << worker.Id() << " is over its time";
         worker.overTime = true;
         worker.Kill();
     }
+}
+
+/// Stopped processes keep their memory, so there are only so many; beyond that a paused file begins anew later.
+void ScannerService::Impl::HoldWorker(WorkerSlot& worker, Clock::time_point now) {
+    const auto held = std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.held; });
+    if (static_cast<std::size_t>(held) >= MostHeldOfTarget * m_targetWorkers) {
+        worker.takenBack = true;
+        return worker.Kill();
+    }
+    worker.Hold(now);
+    TakeBackBehind(worker);
 }
 
 /// Others' files don't wait behind one that its user has paused.

@@ -25,9 +25,13 @@ constexpr unsigned long VirtualTypes[] = {
     0x5A3C69F0, // apparmorfs
 };
 
-constexpr unsigned long ForeignTypes[] = {
-    NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,  CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC, FUSE_SUPER_MAGIC,
-    V9FS_MAGIC,      CODA_SUPER_MAGIC, AFS_SUPER_MAGIC,  CEPH_SUPER_MAGIC, NCP_SUPER_MAGIC,
+/// Those whose times of status change come from this kernel and can't be set. Not so over the network, in user space,
+/// on the media of other systems, or in memory, where writes through a mapping leave no trace.
+constexpr unsigned long StampedTypes[] = {
+    EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, BTRFS_SUPER_MAGIC, F2FS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC,
+    0x2FC12FC1, // ZFS
+    0xCA451A4E, // bcachefs
+    0x3153464A, // JFS
 };
 
 template <std::size_t N>
@@ -52,18 +56,18 @@ FileSystems::FileSystems() {
 FileSystemKind FileSystems::KindOf(dev_t device, int descriptor) {
     if (const auto found = m_known.find(device); found != m_known.end())
         return found->second;
-    FileSystemKind kind = FileSystemKind::Disk;
+    FileSystemKind kind = FileSystemKind::Unstamped;
     struct statfs status {};
     if (m_deviceFolders.contains(device)) {
         kind = FileSystemKind::Virtual;
     } else if (::fstatfs(descriptor, &status) != 0) {
-        return FileSystemKind::Foreign; // scanned but not trusted, and asked again
+        return FileSystemKind::Unstamped; // scanned but not trusted, and asked again
     } else {
         const auto type = static_cast<unsigned long>(status.f_type) & 0xFFFFFFFFul;
         if (Contains(VirtualTypes, type))
             kind = FileSystemKind::Virtual;
-        else if (Contains(ForeignTypes, type))
-            kind = FileSystemKind::Foreign;
+        else if (Contains(StampedTypes, type))
+            kind = FileSystemKind::Disk;
     }
     m_known.emplace(device, kind);
     return kind;

@@ -9,8 +9,8 @@
 namespace tfs::service::scan {
 
 enum class FileSystemKind {
-    Disk,    ///< files on a local medium, memory included
-    Foreign, ///< files whose times somebody else sets (network, user space): scanned, never cached
+    Disk,    ///< this kernel stamps every change of a file
+    Unstamped, ///< changes may leave no trace, or a forged one: scanned, never cached
     Virtual, ///< the kernel's own: never scanned
 };
 

@@ -70,9 +70,11 @@ FileWalker::FileWalker(std::vector<std::string> excludedPaths, bool crossFileSys
 
 bool FileWalker::IsExcluded(const std::string& path) const { return !m_excluded.empty() && m_excluded.contains(path); }
 
+void FileWalker::Unreadable(int error) { m_visitor.OnUnreadable(m_path, error, ErrorText(error)); }
+
 void FileWalker::Walk(const std::string& area) {
     if (area.empty() || area.front() != '/' || area.find('\0') != std::string::npos)
-        return m_visitor.OnUnreadable(area, "not an absolute path");
+        return m_visitor.OnUnreadable(area, 0, "not an absolute path");
     m_path = Normalised(area);
     std::string above;
     for (const char c : m_path) { // an area may lie inside an excluded tree
@@ -86,11 +88,11 @@ void FileWalker::Walk(const std::string& area) {
     const Descriptor parent = OpenParent(m_path, name);
     struct stat status {};
     if (!parent || ::fstatat(parent.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0)
-        return m_visitor.OnUnreadable(m_path, ErrorText(errno));
+        return Unreadable(errno);
     if (S_ISREG(status.st_mode)) {
         const FileSystemKind kind = m_fileSystems.KindOf(status.st_dev, parent.Get());
         if (kind == FileSystemKind::Virtual)
-            return m_visitor.OnUnreadable(m_path, "not a file on a disk");
+            return m_visitor.OnUnreadable(m_path, 0, "not a file on a disk");
         return m_visitor.OnFile({parent.Get(), name.c_str(), m_path, status, kind});
     }
     if (!S_ISDIR(status.st_mode)) {
@@ -123,7 +125,7 @@ bool FileWalker::Enter(int parent, const char* name, bool isArea) {
     if (!level.folder || ::fstat(level.folder.Get(), &status) != 0) {
         const int error = errno;
         if (error != ENOENT || isArea)
-            m_visitor.OnUnreadable(m_path, ErrorText(error));
+            Unreadable(error);
         return false;
     }
     level.device = status.st_dev;
@@ -131,7 +133,7 @@ bool FileWalker::Enter(int parent, const char* name, bool isArea) {
     level.fileSystem = m_fileSystems.KindOf(status.st_dev, level.folder.Get());
     if (level.fileSystem == FileSystemKind::Virtual) {
         if (isArea)
-            m_visitor.OnUnreadable(m_path, "not a folder on a disk");
+            m_visitor.OnUnreadable(m_path, 0, "not a folder on a disk");
         return false;
     }
     if (!m_entered.insert({status.st_dev, status.st_ino}).second)
@@ -152,7 +154,7 @@ void FileWalker::List(Level& level) {
         if (size < 0 && errno != ENOENT) { // ENOENT: removed since
             const int error = errno;
             m_path.resize(level.pathLength);
-            m_visitor.OnUnreadable(m_path, ErrorText(error));
+            Unreadable(error);
         }
         if (size <= 0)
             return;
@@ -178,7 +180,7 @@ void FileWalker::Look(Level& level, const char* name) {
     struct stat status {};
     if (::fstatat(level.folder.Get(), name, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
         if (errno != ENOENT)
-            m_visitor.OnUnreadable(m_path, ErrorText(errno));
+            Unreadable(errno);
         return;
     }
     const bool elsewhere = status.st_dev != level.device;
@@ -189,7 +191,7 @@ void FileWalker::Look(Level& level, const char* name) {
     } else if (S_ISREG(status.st_mode)) {
         // A single file of another file system is mounted over a name: never cached, and not asked what it lies on.
         m_visitor.OnFile(
-            {level.folder.Get(), name, m_path, status, elsewhere ? FileSystemKind::Foreign : level.fileSystem});
+            {level.folder.Get(), name, m_path, status, elsewhere ? FileSystemKind::Unstamped : level.fileSystem});
     } else {
         m_visitor.OnSkipped(m_path);
     }
@@ -204,7 +206,7 @@ void FileWalker::Leave() {
     if (level.folder || level.folders.empty() || Reopen(level, left.folder.Get()))
         return;
     m_path.resize(level.pathLength);
-    m_visitor.OnUnreadable(m_path, "moved while it was scanned");
+    m_visitor.OnUnreadable(m_path, 0, "moved while it was scanned");
     level.folders.clear();
 }
 

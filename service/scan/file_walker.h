@@ -30,8 +30,8 @@ public:
     virtual void OnFile(const FoundFile& file) = 0;
     /// A link, socket, device or pipe.
     virtual void OnSkipped(const std::string& path) = 0;
-    /// A folder, or a named area, that can't be looked at.
-    virtual void OnUnreadable(const std::string& path, const std::string& reason) = 0;
+    /// A folder, or a named area, that can't be looked at. `error` is the errno value, 0 where no call failed.
+    virtual void OnUnreadable(const std::string& path, int error, const std::string& reason) = 0;
     /// False ends the walk.
     virtual bool GoOn() = 0;
 };
@@ -70,6 +70,7 @@ private:
     void Leave();
     bool Reopen(Level& level, int child);
     bool IsExcluded(const std::string& path) const;
+    void Unreadable(int error);
 
     std::unordered_set<std::string> m_excluded;
     const bool m_crossFileSystems;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The walker's side of a run and its verdicts.
 #include <service/scan/run_core.h>
+#include <service/scan/user_rights.h>
 
 #include <cerrno>
 #include <ctime>
+#include <exception>
 #include <fcntl.h>
 #include <system_error>
 
@@ -18,8 +20,6 @@ constexpr std::size_t FewInWork = 24;
 constexpr std::size_t MostNotables = 1000;
 
 NotProcessedReason ReasonOf(const FileVerdict& verdict) noexcept {
-    if (!verdict.opened)
-        return NotProcessedReason::OpenFailed;
     switch (verdict.code) {
     case VerdictCode::ReadError:
         return NotProcessedReason::ReadError;
@@ -31,6 +31,8 @@ NotProcessedReason ReasonOf(const FileVerdict& verdict) noexcept {
         return NotProcessedReason::Limit;
     case VerdictCode::TimeLimit:
         return NotProcessedReason::TimeLimit;
+    case VerdictCode::NotUnpacked:
+        return NotProcessedReason::NotUnpacked;
     case VerdictCode::OutOfSpace:
         return NotProcessedReason::OutOfSpace;
     case VerdictCode::Cancelled:
@@ -43,16 +45,37 @@ NotProcessedReason ReasonOf(const FileVerdict& verdict) noexcept {
     return NotProcessedReason::EngineFailed;
 }
 
+NotProcessedReason ReasonOf(int error) noexcept {
+    return error == EACCES || error == EPERM ? NotProcessedReason::AccessDenied : NotProcessedReason::OpenFailed;
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b) noexcept {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 } // namespace
 
-RunCore::RunCore(ScannerService::Impl& scanner, ScanOptions options)
-    : m_scanner(scanner), m_options(std::move(options)), m_basesVersion(scanner.BasesVersion()) {}
+RunCore::RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options)
+    : m_scanner(scanner), m_options(std::move(options)), m_basesVersion(scanner->BasesVersion()) {}
 
-void RunCore::Walk() {
-    FileWalker walker(m_options.excludedPaths, m_options.crossFileSystems, *this);
+void RunCore::WalkAreas(IWalkVisitor& visitor) {
+    if (const int error = TakeOnRights(m_options.rightsOf); error != 0) {
+        for (const std::string& area : m_options.areas)
+            visitor.OnUnreadable(area, error, std::generic_category().message(error));
+        return;
+    }
+    FileWalker walker(m_options.excludedPaths, m_options.crossFileSystems, visitor);
     for (const std::string& area : m_options.areas)
         if (GoOn())
             walker.Walk(area);
+}
+
+void RunCore::Walk() noexcept {
+    try {
+        WalkAreas(*this);
+    } catch (const std::exception& error) {
+        Fail(error.what());
+    }
     ulk::LockGuard lock(m_lock);
     m_walked = true;
     m_event.notify_all();
@@ -62,9 +85,9 @@ bool RunCore::GoOn() { return !m_stop.load(std::memory_order_relaxed); }
 
 void RunCore::OnSkipped(const std::string&) { m_tally.Skipped(); }
 
-void RunCore::OnUnreadable(const std::string& path, const std::string& reason) {
+void RunCore::OnUnreadable(const std::string& path, int error, const std::string& reason) {
     m_tally.Unreadable();
-    Tell(NotProcessed{path, NotProcessedReason::OpenFailed, reason});
+    Tell(NotProcessed{path, ReasonOf(error), reason});
 }
 
 bool RunCore::WaitForRoom() {
@@ -107,24 +130,35 @@ bool RunCore::SettledByOtherName(const FoundFile& file) {
     return true;
 }
 
+void RunCore::Withdraw(const FoundFile& file) {
+    ulk::LockGuard lock(m_lock);
+    m_links.Withdraw(file.status);
+}
+
 void RunCore::NotOpened(const FoundFile& file, Opened why, int error) {
-    const bool manyNames = file.status.st_nlink > 1; // others may wait for this one
-    if (why == Opened::Failed)
-        SettleAll(file.path, file.status,
-                  {VerdictCode::ReadError, {}, {}, std::generic_category().message(error), false});
-    else if (manyNames)
-        SettleAll(file.path, file.status, {VerdictCode::Changed, {}, {}, "removed or replaced", false});
-    else if (why == Opened::Special)
+    if (file.status.st_nlink > 1)
+        Withdraw(file);
+    if (why == Opened::Special)
         m_tally.Skipped();
+    if (why != Opened::Failed)
+        return;
+    m_tally.NotProcessed(static_cast<std::uint64_t>(file.status.st_size), false);
+    Tell(NotProcessed{file.path, ReasonOf(error), std::generic_category().message(error)});
+}
+
+bool RunCore::KnownAsClean(const FileInWork& work) const {
+    const auto scanner = m_scanner.lock();
+    return work.cacheable && scanner && scanner->Cache().Contains(work.status, m_basesVersion);
 }
 
 void RunCore::OnFile(const FoundFile& file) {
-    if (!WaitForRoom() || (file.status.st_nlink > 1 && SettledByOtherName(file)))
+    const bool manyNames = file.status.st_nlink > 1;
+    if (!WaitForRoom() || (manyNames && SettledByOtherName(file)))
         return;
-    const bool cacheable = file.fileSystem == FileSystemKind::Disk;
-    if (cacheable && m_scanner.Cache().Contains(file.status, m_basesVersion))
-        return SettleAll(file.path, file.status, {});
-    FileInWork work{file.path, {}, {}, 0, cacheable};
+    FileInWork work{file.path, file.status, {}, 0, file.fileSystem == FileSystemKind::Disk, manyNames};
+    // For a user each file is opened first, for he must not learn of what he may not read, not even that it is clean.
+    if (!m_options.rightsOf && KnownAsClean(work))
+        return SettleAll(work, {});
     scanner::Descriptor descriptor;
     int error = 0;
     const Opened opened = Open(file, work, descriptor, error);
@@ -133,6 +167,18 @@ void RunCore::OnFile(const FoundFile& file) {
         return;
     if (opened != Opened::Yes)
         return NotOpened(file, opened, error);
+    if (!IsSameFile(file.status, work.status)) { // replaced since it was looked at
+        if (manyNames)
+            Withdraw(file);
+        work.manyNames = false;
+        work.cacheable = work.cacheable && file.status.st_dev == work.status.st_dev;
+    }
+    if (m_options.rightsOf && KnownAsClean(work))
+        return SettleAll(work, {});
+    HandOver(std::move(work), std::move(descriptor));
+}
+
+void RunCore::HandOver(FileInWork work, scanner::Descriptor descriptor) {
     FileJob job{0, static_cast<std::uint64_t>(work.status.st_size), std::move(descriptor)};
     std::shared_ptr<ClientState> client;
     {
@@ -141,8 +187,11 @@ void RunCore::OnFile(const FoundFile& file) {
         m_inWork.emplace(job.token, std::move(work));
         client = m_client;
     }
-    if (!m_scanner.Submit(client, std::move(job)))
-        Fail(m_scanner.State().error);
+    const auto scanner = m_scanner.lock();
+    if (!scanner)
+        Fail({});
+    else if (!scanner->Submit(client, std::move(job)))
+        Fail(scanner->State().error);
 }
 
 void RunCore::OnBytes(std::uint64_t token, std::uint64_t bytes) {
@@ -164,9 +213,9 @@ void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
         file = std::move(found->second);
     }
     m_tally.InWork(-static_cast<std::int64_t>(file.bytes));
-    if (verdict.code == VerdictCode::Clean && file.cacheable)
-        m_scanner.Cache().Add(file.status, m_basesVersion, file.takenAt);
-    SettleAll(file.path, file.status, verdict);
+    if (const auto scanner = m_scanner.lock(); scanner && verdict.code == VerdictCode::Clean && file.cacheable)
+        scanner->Cache().Add(file.status, m_basesVersion, file.takenAt);
+    SettleAll(file, verdict);
     // Only now is the file out of work: Run() ends when the last one is, and must not miss what it was told.
     ulk::LockGuard lock(m_lock);
     m_inWork.erase(token);
@@ -176,17 +225,17 @@ void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
         m_event.notify_all();
 }
 
-void RunCore::SettleAll(const std::string& path, const struct stat& status, const FileVerdict& verdict) {
-    Settle(path, status, verdict, true);
-    if (status.st_nlink <= 1)
+void RunCore::SettleAll(const FileInWork& file, const FileVerdict& verdict) {
+    Settle(file.path, file.status, verdict, true);
+    if (!file.manyNames)
         return;
     std::vector<std::string> names;
     {
         ulk::LockGuard lock(m_lock);
-        names = m_links.Settle(status, verdict);
+        names = m_links.Settle(file.status, verdict);
     }
     for (const std::string& name : names)
-        Settle(name, status, verdict, false);
+        Settle(name, file.status, verdict, false);
 }
 
 void RunCore::Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read) {

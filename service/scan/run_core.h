@@ -22,7 +22,7 @@ namespace tfs::service::scan {
 
 class RunCore final : public IScanClient, public IWalkVisitor, public std::enable_shared_from_this<RunCore> {
 public:
-    RunCore(ScannerService::Impl& scanner, ScanOptions options);
+    RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options);
 
     /// The whole run, on the calling thread.
     ScanResult Run(IScanObserver& observer) ULK_EXCLUDES(m_lock);
@@ -34,7 +34,7 @@ public:
 
     void OnFile(const FoundFile& file) override ULK_EXCLUDES(m_lock);
     void OnSkipped(const std::string& path) override;
-    void OnUnreadable(const std::string& path, const std::string& reason) override ULK_EXCLUDES(m_lock);
+    void OnUnreadable(const std::string& path, int error, const std::string& reason) override ULK_EXCLUDES(m_lock);
     bool GoOn() override ULK_EXCLUDES(m_lock);
 
 private:
@@ -46,26 +46,31 @@ private:
         timespec takenAt;
         std::uint64_t bytes = 0;
         bool cacheable = false;
+        bool manyNames = false; ///< the ledger of links waits for its verdict
     };
     enum class Opened { Yes, Gone, Special, Failed };
 
-    void Walk() ULK_EXCLUDES(m_lock);
-    void Count() ULK_EXCLUDES(m_lock);
+    void Walk() noexcept ULK_EXCLUDES(m_lock);
+    void Count() noexcept ULK_EXCLUDES(m_lock);
+    void WalkAreas(IWalkVisitor& visitor);
     void Watch(IScanObserver& observer) ULK_EXCLUDES(m_lock);
     void WaitForThreads(std::thread& walker, std::thread& counter) ULK_EXCLUDES(m_lock);
     bool WaitForRoom() ULK_EXCLUDES(m_lock);
     bool SettledByOtherName(const FoundFile& file) ULK_EXCLUDES(m_lock);
+    void Withdraw(const FoundFile& file) ULK_EXCLUDES(m_lock);
     void NotOpened(const FoundFile& file, Opened why, int error) ULK_EXCLUDES(m_lock);
-    Opened Open(const FoundFile& file, FileInWork& work, scanner::Descriptor& descriptor, int& error);
+    static Opened Open(const FoundFile& file, FileInWork& work, scanner::Descriptor& descriptor, int& error);
+    bool KnownAsClean(const FileInWork& work) const;
+    void HandOver(FileInWork work, scanner::Descriptor descriptor) ULK_EXCLUDES(m_lock);
     void Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read)
         ULK_EXCLUDES(m_lock);
     /// Settle for the file and for its other names that waited.
-    void SettleAll(const std::string& path, const struct stat& status, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
+    void SettleAll(const FileInWork& file, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
     void Tell(Notable notable) ULK_EXCLUDES(m_lock);
     void Fail(const std::string& error) ULK_EXCLUDES(m_lock);
     bool PassOn(IScanObserver& observer) ULK_EXCLUDES(m_lock);
 
-    ScannerService::Impl& m_scanner;
+    const std::weak_ptr<ScannerService::Impl> m_scanner; ///< gone when a thread comes back late from the file system
     const ScanOptions m_options;
     const std::uint64_t m_basesVersion;
     ScanTally m_tally;

@@ -16,7 +16,6 @@ struct FileVerdict {
     std::string threat;
     std::string inner;
     std::string detail;
-    bool opened = true; ///< false: it could not even be opened
 };
 
 /// One file to scan. The descriptor is open for reading only.

@@ -23,7 +23,7 @@ public:
             m_tally.SetTotal(m_weight, false);
     }
     void OnSkipped(const std::string&) override {}
-    void OnUnreadable(const std::string&, const std::string&) override {}
+    void OnUnreadable(const std::string&, int, const std::string&) override {}
     bool GoOn() override { return m_run.GoOn(); }
     std::uint64_t Weight() const noexcept { return m_weight; }
 
@@ -50,13 +50,13 @@ private:
 
 } // namespace
 
-void RunCore::Count() {
-    CountingVisitor visitor(m_tally, *this);
-    FileWalker walker(m_options.excludedPaths, m_options.crossFileSystems, visitor);
-    for (const std::string& area : m_options.areas)
-        if (GoOn())
-            walker.Walk(area);
-    m_tally.SetTotal(visitor.Weight(), true);
+void RunCore::Count() noexcept {
+    try {
+        CountingVisitor visitor(m_tally, *this);
+        WalkAreas(visitor);
+        m_tally.SetTotal(visitor.Weight(), true);
+    } catch (const std::exception&) { // without a total there are no percents
+    }
     ulk::LockGuard lock(m_lock);
     m_counted = true;
     m_event.notify_all();
@@ -101,19 +101,24 @@ void RunCore::WaitForThreads(std::thread& walker, std::thread& counter) {
     {
         ulk::LockGuard lock(m_lock);
         m_room.notify_all();
-        while (!(m_walked && m_counted) && m_event.wait_until(lock, deadline) != std::cv_status::timeout) {
+        while (!((m_walked || !walker.joinable()) && (m_counted || !counter.joinable())) && m_event.wait_until(lock, deadline) != std::cv_status::timeout) {
         }
         walked = m_walked;
         counted = m_counted;
     }
-    walked ? walker.join() : walker.detach();
-    counted ? counter.join() : counter.detach();
+    const auto part = [](std::thread& thread, bool ended) {
+        if (thread.joinable())
+            ended ? thread.join() : thread.detach();
+    };
+    part(walker, walked);
+    part(counter, counted);
 }
 
 ScanResult RunCore::Run(IScanObserver& observer) {
-    const std::shared_ptr<ClientState> client = m_scanner.Attach(shared_from_this());
+    const auto scanner = m_scanner.lock();
+    const auto client = scanner ? scanner->Attach(shared_from_this()) : nullptr;
     if (!client)
-        return {ScanEnd::Failed, {}, m_scanner.State().error};
+        return {ScanEnd::Failed, {}, scanner ? scanner->State().error : std::string()};
     bool paused = false;
     {
         ulk::LockGuard lock(m_lock);
@@ -121,19 +126,21 @@ ScanResult RunCore::Run(IScanObserver& observer) {
         paused = m_paused;
     }
     if (paused)
-        m_scanner.SetPaused(client, true);
+        scanner->SetPaused(client, true);
     const auto self = shared_from_this();
-    std::thread walker([self] { self->Walk(); });
-    std::thread counter([self] { self->Count(); });
+    std::thread walker;
+    std::thread counter;
     ScanResult result;
     try {
+        walker = std::thread([self] { self->Walk(); });
+        counter = std::thread([self] { self->Count(); });
         Watch(observer);
         result.end = m_stop ? ScanEnd::Stopped : ScanEnd::Completed;
     } catch (const std::exception& error) {
         result = {ScanEnd::Failed, {}, error.what()};
     }
     m_stop = true;
-    m_scanner.Detach(client);
+    scanner->Detach(client);
     WaitForThreads(walker, counter);
     {
         ulk::LockGuard lock(m_lock);
@@ -162,14 +169,16 @@ void RunCore::SetPaused(bool paused) noexcept {
         client = m_client;
         m_room.notify_all();
     }
-    if (client)
-        m_scanner.SetPaused(client, paused);
+    if (const auto scanner = m_scanner.lock(); scanner && client)
+        scanner->SetPaused(client, paused);
 }
 
 const char* ReasonText(NotProcessedReason reason) noexcept {
     switch (reason) {
     case NotProcessedReason::OpenFailed:
         return "can't be opened";
+    case NotProcessedReason::AccessDenied:
+        return "access denied";
     case NotProcessedReason::ReadError:
         return "can't be read";
     case NotProcessedReason::Changed:
@@ -180,6 +189,8 @@ const char* ReasonText(NotProcessedReason reason) noexcept {
         return "over a limit";
     case NotProcessedReason::TimeLimit:
         return "takes too long";
+    case NotProcessedReason::NotUnpacked:
+        return "can't be unpacked";
     case NotProcessedReason::EngineFailed:
         return "the scanner failed";
     case NotProcessedReason::OutOfSpace:

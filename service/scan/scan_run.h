@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct ScanOptions {
     std::vector<std::string> areas;         ///< absolute paths; files or folders
     std::vector<std::string> excludedPaths; ///< absolute; whole subtrees
     bool crossFileSystems = false;          ///< go on into other mounted file systems
+    /// Only what this user may read is scanned, folder by folder and file by file; empty: all that the service may.
+    std::optional<std::uint32_t> rightsOf;
 };
 
 struct ThreatFound {
@@ -31,11 +34,13 @@ struct ThreatFound {
 /// Why a file was not wholly read. Never shown as clean.
 enum class NotProcessedReason {
     OpenFailed,
+    AccessDenied, ///< the user for whom the scan runs may not read it, or the service itself may not
     ReadError,
     Changed, ///< truncated, grown or replaced while it was read
     Encrypted,
     Limit, ///< size, depth, number of parts or a ratio over the engine's limits
     TimeLimit,
+    NotUnpacked,  ///< an archive, or a part of it, is damaged or of an unknown kind
     EngineFailed, ///< the worker crashed or hung twice
     OutOfSpace,   ///< temporary folder full
     Cancelled,

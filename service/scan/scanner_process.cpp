@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/scan/scanner_process.h>
 
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -12,10 +9,10 @@
 #include <filesystem>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/random.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 namespace tfs::service::scan {
@@ -37,10 +34,13 @@ struct SpawnSettings {
     }
 };
 
+/// Nobody can guess the name and make the folder before the scanner does.
 std::string UniqueFolder(const ScannerConfig& config) {
-    static std::atomic<unsigned> s_counter{0};
+    std::uint64_t number = 0;
+    while (::getrandom(&number, sizeof number, 0) < 0 && errno == EINTR) {
+    }
     const std::string base = config.temporaryFolder.empty() ? DefaultTemporaryFolder : config.temporaryFolder;
-    return base + "/tesl-scanner-" + std::to_string(::getpid()) + "-" + std::to_string(s_counter.fetch_add(1));
+    return base + "/tesl-scanner-" + std::to_string(number);
 }
 
 std::vector<std::string> Arguments(const ScannerConfig& config, const std::string& temporary) {

@@ -5,9 +5,9 @@
 namespace tfs::service::scan {
 
 ScannerService::ScannerService(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer)
-    : m_impl(std::make_unique<Impl>(std::move(config), std::move(tracer))) {}
+    : m_impl(std::make_shared<Impl>(std::move(config), std::move(tracer))) {}
 
-ScannerService::~ScannerService() = default;
+ScannerService::~ScannerService() { m_impl->Stop(); }
 
 result_t ScannerService::Start() { return m_impl->Start(); }
 void ScannerService::Stop() noexcept { m_impl->Stop(); }

@@ -23,6 +23,7 @@ struct ScannerConfig {
     std::uint64_t maxFileSize = 0;       ///< bytes; larger files are "not processed"; 0: default (1 GiB)
     std::uint64_t maxScanSize = 0;       ///< bytes of a file with all its parts; 0: default (2 GiB)
     std::uint32_t maxFiles = 0;          ///< parts of one file; 0: default (100000)
+    std::uint32_t settleSeconds = 0;     ///< files that changed less long ago aren't remembered as clean; 0: default
     std::uint64_t temporarySize = 0;     ///< bytes of the scanner's tmpfs; 0: default (2 GiB or a quarter of memory)
 };
 
@@ -53,10 +54,10 @@ public:
     void SetStateChanged(std::function<void()> changed);
 
     class Impl;
-    Impl& Inner() noexcept { return *m_impl; }
+    const std::shared_ptr<Impl>& Inner() noexcept { return m_impl; }
 
 private:
-    std::unique_ptr<Impl> m_impl;
+    std::shared_ptr<Impl> m_impl; ///< shared with threads of runs that hang in a file system
 };
 
 } // namespace tfs::service::scan

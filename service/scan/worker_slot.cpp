@@ -2,7 +2,6 @@
 #include <service/scan/worker_slot.h>
 
 #include <algorithm>
-#include <csignal>
 #include <sys/syscall.h>
 
 namespace tfs::service::scan {
@@ -24,16 +23,20 @@ bool WorkerSlot::Give(Request& request, Clock::time_point now) {
     return true;
 }
 
-bool WorkerSlot::Remove(std::uint64_t id, Request& removed, Clock::time_point now) {
+const Request* WorkerSlot::Find(std::uint64_t id) const noexcept {
     const auto found =
         std::find_if(inFlight.begin(), inFlight.end(), [&](const Request& each) { return each.id == id; });
-    if (found == inFlight.end())
-        return false;
+    return found == inFlight.end() ? nullptr : &*found;
+}
+
+Request WorkerSlot::Take(std::uint64_t id, Clock::time_point now) {
+    const auto found =
+        std::find_if(inFlight.begin(), inFlight.end(), [&](const Request& each) { return each.id == id; });
     if (found == inFlight.begin())
         headSince = now;
-    removed = std::move(*found);
+    Request taken = std::move(*found);
     inFlight.erase(found);
-    return true;
+    return taken;
 }
 
 void WorkerSlot::Cancel(const Request& request) noexcept {

@@ -5,6 +5,7 @@
 #include <service/scan/scan_client.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -39,6 +40,10 @@ struct ClientState {
 class WorkerSlot {
 public:
     WorkerSlot(std::uint64_t id, pid_t pid, scanner::Descriptor channel, scanner::Descriptor handle);
+    /// The process ends with its slot, whatever it is at.
+    ~WorkerSlot() { Signal(SIGKILL); }
+    WorkerSlot(const WorkerSlot&) = delete;
+    WorkerSlot& operator=(const WorkerSlot&) = delete;
 
     std::uint64_t Id() const noexcept { return m_id; }
     pid_t Pid() const noexcept { return m_pid; }
@@ -49,8 +54,10 @@ public:
     bool Give(Request& request, Clock::time_point now);
     /// The request that the worker is at, or null.
     Request* Head() noexcept { return inFlight.empty() ? nullptr : &inFlight.front(); }
-    /// Takes an answered request out. False when the worker has none with this id.
-    bool Remove(std::uint64_t id, Request& removed, Clock::time_point now);
+    /// The request with this id, or null.
+    const Request* Find(std::uint64_t id) const noexcept;
+    /// Takes a request out that is known to be there.
+    Request Take(std::uint64_t id, Clock::time_point now);
     void Cancel(const Request& request) noexcept;
     void Hold(Clock::time_point now) noexcept;
     void GoOn(Clock::time_point now) noexcept;
@@ -62,6 +69,7 @@ public:
     bool held = false;
     bool overTime = false; ///< killed because a file took too long
     bool killed = false;
+    bool takenBack = false; ///< killed for what it held and not for its file's sake
     Clock::time_point killedAt;
     std::uint64_t files = 0;
     Clock::time_point startedAt;

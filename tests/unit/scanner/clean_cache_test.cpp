@@ -45,12 +45,23 @@ TEST(CleanCache, AnotherSignatureSetKnowsNothing) {
 TEST(CleanCache, AFileThatChangedJustNowIsNotTrusted) {
     CleanCache cache;
     struct stat file = File(1);
-    file.st_ctim = {Now.tv_sec - 1, 0};
+    file.st_ctim = {Now.tv_sec - 59, 0}; // a mapped page may change without a trace for half a minute
     cache.Add(file, 7, Now);
     EXPECT_FALSE(cache.Contains(file, 7));
     file.st_ctim = {Now.tv_sec + 500, 0}; // a clock that went back
     cache.Add(file, 7, Now);
     EXPECT_FALSE(cache.Contains(file, 7));
+}
+
+TEST(CleanCache, ForgetsWhatLiesOnDevicesThatMayHaveBeenExchanged) {
+    CleanCache cache;
+    struct stat other = File(1);
+    other.st_dev = 9;
+    cache.Add(File(1), 7, Now);
+    cache.Add(other, 7, Now);
+    cache.KeepOnly(8);
+    EXPECT_TRUE(cache.Contains(File(1), 7));
+    EXPECT_FALSE(cache.Contains(other, 7));
 }
 
 TEST(CleanCache, StaysSmallAndKeepsWhatIsUsed) {

@@ -27,7 +27,7 @@ public:
         EXPECT_EQ(status.st_ino, file.status.st_ino);
     }
     void OnSkipped(const std::string& path) override { skipped.insert(path); }
-    void OnUnreadable(const std::string& path, const std::string& reason) override { unreadable[path] = reason; }
+    void OnUnreadable(const std::string& path, int, const std::string& reason) override { unreadable[path] = reason; }
     bool GoOn() override { return limit == 0 || files.size() < limit; }
 
     std::map<std::string, int> files;

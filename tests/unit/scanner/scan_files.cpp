@@ -3,10 +3,10 @@
 
 #include <array>
 #include <boost/crc.hpp>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <stdlib.h>
 
@@ -51,7 +51,19 @@ std::string MarkerThreat() {
     return std::string("before tolvander harmless sample: ") + "pebble lantern orchard seven after";
 }
 
-std::string Zip(const std::vector<std::pair<std::string, std::string>>& members) {
+std::string Contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string Noise(std::size_t size, std::uint32_t state) {
+    std::string content(size, '\0');
+    for (char& c : content)
+        c = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
+    return content;
+}
+
+std::string Zip(const std::vector<std::pair<std::string, std::string>>& members, std::uint16_t method) {
     std::string out;
     std::string directory;
     for (const auto& [name, content] : members) {
@@ -59,7 +71,9 @@ std::string Zip(const std::vector<std::pair<std::string, std::string>>& members)
         crc.process_bytes(content.data(), content.size());
         std::string common;
         Put(common, 10, 2); // version
-        Put(common, 0, 6);  // flags, stored, time
+        Put(common, 0, 2);  // flags
+        Put(common, method, 2);
+        Put(common, 0, 2);  // time
         Put(common, 33, 2); // date
         Put(common, crc.checksum(), 4);
         Put(common, content.size(), 4);

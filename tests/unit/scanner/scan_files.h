@@ -2,6 +2,8 @@
 // Temporary folders and the files that the scanner's tests put into them.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,8 +31,11 @@ private:
 std::string TestThreat();
 /// A text that our own signatures know.
 std::string MarkerThreat();
-/// A zip archive with stored members.
-std::string Zip(const std::vector<std::pair<std::string, std::string>>& members);
+/// A zip archive with stored members; another `method` is only what it says of itself.
+std::string Zip(const std::vector<std::pair<std::string, std::string>>& members, std::uint16_t method = 0);
+std::string Contents(const std::string& path);
+/// Bytes that don't pack, always the same for the same `state`.
+std::string Noise(std::size_t size, std::uint32_t state = 7);
 /// Runs a command by the shell; throws std::runtime_error when it fails.
 void RunCommand(const std::string& command);
 

@@ -5,8 +5,14 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace tfs::test {
+namespace {
+
+constexpr int SettleSeconds = 1;
+
+} // namespace
 
 bool Eventually(const std::function<bool()>& condition, std::chrono::seconds deadline) {
     const auto end = std::chrono::steady_clock::now() + deadline;
@@ -83,6 +89,7 @@ ScannerConfig TestConfig() {
     ScannerConfig config;
     config.program = TESL_TEST_SCANNER;
     config.basesFolder = TESL_TEST_BASES;
+    config.settleSeconds = SettleSeconds;
     return config;
 }
 
@@ -134,6 +141,17 @@ ScanOptions Area(const std::string& path) {
     ScanOptions options;
     options.areas = {path};
     return options;
+}
+
+void WaitUntilOld(const std::string& path) {
+    // The status time can't be set.
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    ASSERT_TRUE(Eventually([&] {
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+        return now.tv_sec - status.st_ctim.tv_sec > SettleSeconds;
+    }));
 }
 
 char ProcessState(pid_t process) {

@@ -59,8 +59,8 @@ public:
     bool Busy();
     bool WaitUntilIdle();
     ScannerService& Service() noexcept { return m_service; }
-    pid_t Parent() { return m_service.Inner().ParentProcess(); }
-    std::vector<pid_t> Workers() { return m_service.Inner().WorkerProcesses(); }
+    pid_t Parent() { return m_service.Inner()->ParentProcess(); }
+    std::vector<pid_t> Workers() { return m_service.Inner()->WorkerProcesses(); }
 
 private:
     std::size_t m_most;
@@ -88,6 +88,8 @@ private:
 
 /// Options for one area.
 ScanOptions Area(const std::string& path);
+/// Waits until a file is old enough to be remembered as clean.
+void WaitUntilOld(const std::string& path);
 /// State letter of a process as the kernel tells it ('T' is stopped), 0 when it is gone.
 char ProcessState(pid_t process);
 /// Descriptors that this process has open.

@@ -4,9 +4,9 @@
 #include <tests/unit/scanner/scan_harness.h>
 
 #include <fcntl.h>
+#include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace tfs::test {
 namespace {
@@ -26,27 +26,6 @@ protected:
     static Scanner* s_scanner;
 };
 Scanner* ScanRunTest::s_scanner = nullptr;
-
-/// A file that the engine is busy with for seconds.
-std::string BusyContent(std::size_t size) {
-    std::string content(size, '\0');
-    std::uint32_t state = 1;
-    for (char& c : content)
-        c = static_cast<char>((state = state * 1664525u + 1013904223u) >> 24);
-    return content;
-}
-
-/// Waits until the file is old enough to be remembered as clean.
-void WaitUntilOld(const std::string& path) {
-    // The status time can't be set; the cache wants it two seconds old.
-    struct stat status {};
-    ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    ASSERT_TRUE(Eventually([&] {
-        timespec now{};
-        ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-        return now.tv_sec - status.st_ctim.tv_sec > 2;
-    }));
-}
 
 TEST_F(ScanRunTest, FindsTheThreatPlainAndInsideContainers) {
     const TemporaryFolder folder;
@@ -133,7 +112,7 @@ TEST_F(ScanRunTest, AnUnchangedTreeIsNotReadAgainAndAChangedFileIs) {
 
 TEST_F(ScanRunTest, StopsWithinASecondInsideALargeFile) {
     const TemporaryFolder folder;
-    folder.Write("large", BusyContent(400u << 20));
+    folder.Write("large", Noise(400u << 20));
     RunningScan scan(Service(), Area(folder.Path()));
     ASSERT_TRUE(Eventually([&] { return s_scanner->Busy(); }));
     const auto begin = std::chrono::steady_clock::now();
@@ -150,7 +129,7 @@ TEST_F(ScanRunTest, StopsWithinASecondInsideALargeFile) {
 
 TEST_F(ScanRunTest, PauseHoldsTheFileInWorkAndResumeGoesOn) {
     const TemporaryFolder folder;
-    const std::string content = BusyContent(150u << 20);
+    const std::string content = Noise(150u << 20);
     folder.Write("large1", content);
     folder.Write("large2", content);
     folder.Write("e.com", TestThreat());
@@ -177,11 +156,40 @@ TEST_F(ScanRunTest, PauseHoldsTheFileInWorkAndResumeGoesOn) {
     EXPECT_GE(result.counters.scannedObjects, 3u);
 }
 
+TEST_F(ScanRunTest, HoldsOnlySoManyPausedFilesAndLosesNone) {
+    ScannerConfig config = TestConfig();
+    config.maxWorkers = 1;
+    Scanner scanner(config);
+    const TemporaryFolder folder;
+    std::vector<std::unique_ptr<RunningScan>> scans;
+    for (int i = 0; i < 5; ++i) { // one after the other is paused in the midst of a file
+        folder.Write("area" + std::to_string(i) + "/large", Noise(150u << 20));
+        ASSERT_TRUE(Eventually([&] { return !scanner.Busy(); }));
+        scans.push_back(std::make_unique<RunningScan>(scanner.Service(), Area(folder / ("area" + std::to_string(i)))));
+        ASSERT_TRUE(Eventually([&] { return scanner.Busy(); }));
+        scans.back()->Run().Pause();
+    }
+    const auto held = [&] {
+        const auto workers = scanner.Workers();
+        return std::count_if(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'T'; });
+    };
+    EXPECT_TRUE(Eventually([&] { return !scanner.Busy(); }));
+    EXPECT_LE(held(), 2);
+    EXPECT_GE(held(), 1);
+    for (const auto& scan : scans)
+        scan->Run().Resume();
+    for (const auto& scan : scans) {
+        const ScanResult result = scan->Result();
+        EXPECT_EQ(result.counters.scannedObjects, 1u);
+        EXPECT_EQ(result.counters.notProcessed, 0u);
+    }
+}
+
 TEST_F(ScanRunTest, SurvivesAStormOfPausesAndLosesNothing) {
     const TemporaryFolder folder;
     for (int i = 0; i < 300; ++i)
         folder.Write("f" + std::to_string(i), std::string(2000, static_cast<char>('a' + i % 26)));
-    folder.Write("large", BusyContent(40u << 20));
+    folder.Write("large", Noise(40u << 20));
     RunningScan scan(Service(), Area(folder.Path()));
     for (int i = 0; i < 200 && !scan.Ended(); ++i) {
         scan.Run().Pause();
@@ -196,7 +204,7 @@ TEST_F(ScanRunTest, SurvivesAStormOfPausesAndLosesNothing) {
 
 TEST_F(ScanRunTest, StopWhilePausedEndsAtOnceAndStopsOfManyRunsLeaveNothing) {
     const TemporaryFolder folder;
-    folder.Write("large", BusyContent(100u << 20));
+    folder.Write("large", Noise(100u << 20));
     const std::size_t descriptors = OpenDescriptors();
     for (int i = 0; i < 5; ++i) {
         RunningScan scan(Service(), Area(folder.Path()));
@@ -210,7 +218,7 @@ TEST_F(ScanRunTest, StopWhilePausedEndsAtOnceAndStopsOfManyRunsLeaveNothing) {
 TEST_F(ScanRunTest, ProgressComesAtMostFourTimesASecondAndOnceMore) {
     const TemporaryFolder folder;
     for (int i = 0; i < 3; ++i)
-        folder.Write("large" + std::to_string(i), BusyContent(60u << 20));
+        folder.Write("large" + std::to_string(i), Noise(60u << 20));
     const auto begin = std::chrono::steady_clock::now();
     RunningScan scan(Service(), Area(folder.Path()));
     const ScanResult result = scan.Result();

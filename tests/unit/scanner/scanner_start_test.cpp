@@ -3,10 +3,12 @@
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace tfs::test {
 namespace {
@@ -65,7 +67,7 @@ TEST(ScannerStart, HostileSignatureFoldersAreRefusedWithAReason) {
         const ScanResult result = scan.Result();
         EXPECT_EQ(result.end, ScanEnd::Failed);
         EXPECT_FALSE(result.error.empty());
-        EXPECT_TRUE(service.Inner().WorkerProcesses().empty());
+        EXPECT_TRUE(service.Inner()->WorkerProcesses().empty());
     }
 }
 
@@ -80,6 +82,27 @@ TEST(ScannerStart, ARepairedFolderLoadsAtTheNextStart) {
     EXPECT_EQ(service.State().signatures, 2u);
     service.Stop();
     EXPECT_TRUE(ULK_SUCCEEDED(service.Start())) << "start after stop";
+}
+
+TEST(ScannerStart, AStopThatMeetsAStartIsNotForgotten) {
+    ScannerConfig config = TestConfig();
+    config.program = "/nonexistent/tesl-scanner"; // starts and stops quickly, and so meet in every way
+    for (int i = 0; i < 5000; ++i) {
+        ScannerService service(config, {});
+        std::atomic<int> waiting{2};
+        const auto together = [&] {
+            --waiting;
+            while (waiting != 0) {
+            }
+        };
+        std::thread starter([&] {
+            together();
+            service.Start();
+        });
+        together();
+        service.Stop(); // forever, where the start took the stop's word back
+        starter.join();
+    }
 }
 
 TEST(ScannerStart, AMissingOrForeignProgramIsSaid) {
@@ -120,6 +143,7 @@ TEST(ScannerSandbox, WorkersRunWithoutRightsAndDescriptors) {
             continue;
         EXPECT_NE(StatusField(worker, "Uid").substr(0, 2), "0\t");
         EXPECT_EQ(StatusField(worker, "Groups"), "");
+        EXPECT_EQ(StatusField(worker, "CapBnd"), "0000000000000000");
         std::size_t count = 0;
         for ([[maybe_unused]] const auto& entry :
              std::filesystem::directory_iterator("/proc/" + std::to_string(worker) + "/fd"))

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <scanner/verdict_rules.h>
 
+#include <cerrno>
 #include <clamav.h>
 #include <gtest/gtest.h>
 
@@ -36,7 +37,11 @@ TEST(VerdictRules, EveryDisturbanceOfACleanResultHasItsReason) {
         {"parts", [](EngineOutcome& o) { o.alert = "Heuristics.Limits.Exceeded.MaxFiles"; }, VerdictCode::Limit},
         {"no name", [](EngineOutcome& o) { o.emptyAlert = true; }, VerdictCode::Limit},
         {"encrypted", [](EngineOutcome& o) { o.alert = "Heuristics.Encrypted.Zip"; }, VerdictCode::Encrypted},
-        {"space", [](EngineOutcome& o) { o.trouble = EngineTrouble::OutOfSpace; }, VerdictCode::OutOfSpace},
+        {"space", [](EngineOutcome& o) { o.fileTrouble = ENOSPC; }, VerdictCode::OutOfSpace},
+        {"cut part", [](EngineOutcome& o) { o.archive.cut = true; }, VerdictCode::Limit},
+        {"encrypted part", [](EngineOutcome& o) { o.archive.encrypted = true; }, VerdictCode::Encrypted},
+        {"unread part", [](EngineOutcome& o) { o.archive.unread = true; }, VerdictCode::NotUnpacked},
+        {"cut stream", [](EngineOutcome& o) { o.trouble = EngineTrouble::CutStream; }, VerdictCode::NotUnpacked},
         {"memory", [](EngineOutcome& o) { o.trouble = EngineTrouble::OutOfMemory; }, VerdictCode::Limit},
     };
     for (const Row& row : rows) {
@@ -60,9 +65,9 @@ TEST(VerdictRules, ScanAlertsAreNoThreats) {
     EXPECT_FALSE(IsScanAlert("Tolvander.Test.Marker"));
 }
 
-TEST(VerdictRules, TheEnginesLogTellsOfFullFoldersAndMemory) {
-    EXPECT_EQ(TroubleOfMessage("LibClamAV Error: cli_writen: write error: No space left on device"),
-              EngineTrouble::OutOfSpace);
+TEST(VerdictRules, TheEnginesLogTellsOfMemoryAndCutStreams) {
+    EXPECT_EQ(TroubleOfMessage("LibClamAV Error: cli_scanxz: premature end of compressed stream"),
+              EngineTrouble::CutStream);
     EXPECT_EQ(TroubleOfMessage("LibClamAV Error: cli_max_malloc(): Can't allocate memory (9 bytes)."),
               EngineTrouble::OutOfMemory);
     EXPECT_EQ(TroubleOfMessage("LibClamAV Warning: bad header"), EngineTrouble::None);
