@@ -107,6 +107,7 @@ ExitCode Application::RunCommand(IApplicationInfrastructureLoader& infrastructur
         [&client] { return client.GetRemoteServiceLocator() != nullptr; },
         [] { return StopSignals(); },
         m_reporter,
+        root.Get(),
     };
     return RunServiceCommand(m_line, context);
 }

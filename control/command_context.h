@@ -19,6 +19,7 @@ struct CommandContext {
     std::function<bool()> isServiceAlive;   ///< never blocks
     std::function<unsigned()> stopRequests; ///< how often the user has asked to stop, so far
     IReporter& reporter;
+    ulk::IServiceLocator* local = nullptr; ///< the process's own; may be null
 };
 
 /// An interface of the service. A Failure tells that the service doesn't have it or doesn't answer.

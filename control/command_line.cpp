@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 namespace tfs::control {
 
@@ -22,6 +23,10 @@ struct Options {
     bool taskList = false;
     bool scanFile = false;
     bool appInfo = false;
+    bool getAppSettings = false;
+    bool setAppSettings = false;
+    bool acceptTsn = false;
+    std::string file;
     std::string startTask;
     std::string stopTask;
     std::string taskState;
@@ -30,7 +35,9 @@ struct Options {
 class HelpFormatter : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App*, std::string name) const override {
-        return "Usage: " + name + " COMMAND [--json]\n       " + name + " --scan-file PATH... [--json] [-- PATH...]\n";
+        return "Usage: " + name + " COMMAND [--json]\n       " + name + " --scan-file PATH... [--json] [-- PATH...]\n       " +
+               name + " --get-app-settings [KEY...] [--json]\n       " + name +
+               " --set-app-settings {KEY=VALUE... | --file PATH} [--accept-tsn] [--json]\n";
     }
 };
 
@@ -38,6 +45,7 @@ void Declare(CLI::App& app, Options& options) {
     app.formatter(std::make_shared<HelpFormatter>());
     app.set_help_flag();
     app.allow_extras();
+    app.option_defaults()->disable_flag_override(); // a switch takes no value
     app.add_flag("--get-task-list", options.taskList, "List the tasks and their states");
     app.add_option("--start-task", options.startTask, "Start a task")->type_name("ID|NAME");
     app.add_option("--stop-task", options.stopTask, "Stop a task")->type_name("ID|NAME");
@@ -47,6 +55,13 @@ void Declare(CLI::App& app, Options& options) {
                  "Scan the files and folders PATH..., wait for the end and tell the result; names that begin with "
                  "\"-\" go behind \"--\"");
     app.add_flag("--app-info", options.appInfo, "Tell about the service, its signatures and its engine");
+    app.add_flag("--get-app-settings", options.getAppSettings,
+                 "Tell the settings KEY... of the application, or all of them");
+    app.add_flag("--set-app-settings", options.setAppSettings,
+                 "Change settings of the application: all that are given, or none");
+    app.add_option("--file", options.file, "With --set-app-settings: a file with the settings")->type_name("PATH");
+    app.add_flag("--accept-tsn", options.acceptTsn,
+                 "With --set-app-settings: accept the statement of Tolvander Security Network");
     app.add_flag("--json", options.json, "Write one JSON document and nothing else on standard output");
     app.add_flag("--version", options.version, "Tell the version of the product");
     app.add_flag("-h,--help", options.help, "Show this help");
@@ -69,6 +84,8 @@ CommandKind TheOneCommand(const CLI::App& app) {
         {"--get-task-state", CommandKind::GetTaskState},
         {"--scan-file", CommandKind::ScanFile},
         {"--app-info", CommandKind::AppInfo},
+        {"--get-app-settings", CommandKind::GetAppSettings},
+        {"--set-app-settings", CommandKind::SetAppSettings},
     };
     const std::pair<const char*, CommandKind>* chosen = nullptr;
     for (const auto& command : Commands) {
@@ -101,9 +118,41 @@ bool IsTaskCommand(CommandKind command) noexcept {
            command == CommandKind::GetTaskState;
 }
 
-/// Paths are taken as what no option claims, and not through an option of a list: the parser would take a file name in
+bool TakesOperands(CommandKind command) noexcept {
+    return command == CommandKind::ScanFile || command == CommandKind::GetAppSettings ||
+           command == CommandKind::SetAppSettings;
+}
+
+settings::ChangeItem ChangeIn(const std::string& argument) {
+    const std::size_t mark = argument.find('=');
+    if (mark == std::string::npos || mark == 0)
+        FailUsage("\"" + EscapeForTerminal(argument) + "\" is not of the form KEY=VALUE.");
+    return {argument.substr(0, mark), argument.substr(mark + 1)};
+}
+
+/// What stands beside the commands for settings.
+void TakeSettings(const CLI::App& app, const Options& options, const std::vector<std::string>& operands,
+                  CommandLine& line) {
+    const bool hasFile = app.get_option("--file")->count() > 0;
+    if (line.command != CommandKind::SetAppSettings && (hasFile || options.acceptTsn))
+        FailUsage("--file and --accept-tsn stand beside --set-app-settings only.");
+    if (line.command == CommandKind::GetAppSettings)
+        line.keys = operands;
+    if (line.command != CommandKind::SetAppSettings)
+        return;
+    for (const std::string& operand : operands)
+        line.changes.push_back(ChangeIn(operand));
+    if (line.changes.empty() == !hasFile)
+        FailUsage("--set-app-settings needs either KEY=VALUE or --file.");
+    if (hasFile && options.file.empty())
+        FailUsage("An empty file name was given.");
+    line.file = options.file;
+    line.acceptTsn = options.acceptTsn;
+}
+
+/// Operands are taken as what no option claims, and not through an option of a list: the parser would take a file name in
 /// brackets apart.
-std::vector<std::string> PathsAmong(const std::vector<std::string>& unclaimed) {
+std::vector<std::string> OperandsAmong(const std::vector<std::string>& unclaimed) {
     for (const std::string& argument : unclaimed) {
         if (argument.size() > 1 && argument.front() == '-')
             FailUsage("Unknown option " + EscapeForTerminal(argument) + ".");
@@ -119,22 +168,26 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     CLI::App app{"Commands for the protection service.", Program};
     Declare(app, options);
     CommandLine line;
+    std::vector<std::string> operands;
     try {
         app.parse(std::vector<std::string>(std::make_reverse_iterator(mark), arguments.rend())); // last first
-        line.paths = PathsAmong(app.remaining());
+        operands = OperandsAmong(app.remaining());
     } catch (const CLI::ParseError& error) {
         FailUsage(EscapeForTerminal(error.what()) + ".");
     }
     if (mark != arguments.end())
-        line.paths.insert(line.paths.end(), mark + 1, arguments.end());
+        operands.insert(operands.end(), mark + 1, arguments.end());
 
     line.command = TheOneCommand(app);
     line.json = options.json;
     line.task = TaskOf(line.command, options);
-    if (line.command == CommandKind::ScanFile && line.paths.empty())
+    TakeSettings(app, options, operands, line);
+    if (line.command == CommandKind::ScanFile && operands.empty())
         FailUsage("--scan-file needs a path.");
-    if (line.command != CommandKind::ScanFile && !line.paths.empty())
-        FailUsage("\"" + EscapeForTerminal(line.paths.front()) + "\" is not expected here.");
+    if (!operands.empty() && !TakesOperands(line.command))
+        FailUsage("\"" + EscapeForTerminal(operands.front()) + "\" is not expected here.");
+    if (line.command == CommandKind::ScanFile)
+        line.paths = std::move(operands);
     if (IsTaskCommand(line.command) && line.task.empty())
         FailUsage("An empty task was given.");
     return line;
@@ -142,7 +195,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
 
 bool AsksForJson(const std::vector<std::string>& arguments) noexcept {
     const auto end = std::find(arguments.begin(), arguments.end(), "--");
-    return std::find(arguments.begin(), end, "--json") != end;
+    return std::any_of(arguments.begin(), end, [](const std::string& argument) {
+        return argument == "--json" || argument.starts_with("--json="); // the parser lets "--json=true" pass
+    });
 }
 
 std::string HelpText() {

@@ -13,6 +13,8 @@ enum class ExitCode : int {
     ThreatFound = 1,
     NotProcessed = 2,
     Stopped = 3,
+    BlockedByPolicy = 4,
+    TsnNotAccepted = 5,
     Usage = 64,
     InvalidState = 65,
     NotFound = 66,
@@ -21,6 +23,7 @@ enum class ExitCode : int {
     OutputFailed = 74,
     Timeout = 75,
     Denied = 77,
+    InvalidSettings = 78,
 };
 
 /// Word of a code as it stands in JSON errors, for example "unavailable".

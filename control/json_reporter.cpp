@@ -92,6 +92,18 @@ void JsonReporter::AppInfoTold(const AppInfo& appInfo) {
     };
 }
 
+void JsonReporter::AppSettingsTold(const std::vector<settings::ChangeItem>& settings) {
+    json& object = m_document["settings"] = json::object();
+    for (const settings::ChangeItem& setting : settings)
+        object[setting.key] = setting.value;
+}
+
+void JsonReporter::AppSettingsChanged(const std::string& message) {
+    m_document["changed"] = true;
+    if (!message.empty())
+        m_document["message"] = message;
+}
+
 void JsonReporter::Finding(const ScanFinding& finding) {
     m_document[finding.kind == ScanFinding::Kind::Threat ? "threats" : "notProcessed"].push_back(FindingJson(finding));
 }

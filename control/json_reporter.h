@@ -22,6 +22,8 @@ public:
     void TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) override;
     void TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) override;
     void AppInfoTold(const AppInfo& appInfo) override;
+    void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) override;
+    void AppSettingsChanged(const std::string& message) override;
     void Finding(const ScanFinding& finding) override;
     void ScanEnded(const ScanSummary& summary) override;
     void Error(ExitCode code, const std::string& text) override;

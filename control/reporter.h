@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 #include <control/exit_codes.h>
 
@@ -49,6 +50,10 @@ public:
     virtual void TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) = 0;
     virtual void TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) = 0;
     virtual void AppInfoTold(const AppInfo& appInfo) = 0;
+    /// Settings in the order in which they are to be told.
+    virtual void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) = 0;
+    /// `message` is what the service had to say to it, one line; mostly empty.
+    virtual void AppSettingsChanged(const std::string& message) = 0;
     virtual void Finding(const ScanFinding& finding) = 0;
     virtual void ScanEnded(const ScanSummary& summary) = 0;
     /// `text` is one safe line. May follow findings where the scan came to a bad end.

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/app_info.h>
+#include <control/get_app_settings.h>
 #include <control/get_task_list.h>
 #include <control/get_task_state.h>
 #include <control/run_command.h>
 #include <control/scan_file.h>
+#include <control/set_app_settings.h>
 #include <control/start_task.h>
 #include <control/stop_task.h>
 
@@ -23,6 +25,10 @@ ExitCode RunServiceCommand(const CommandLine& line, const CommandContext& contex
         return ScanFile(context, line.paths);
     case CommandKind::AppInfo:
         return TellAppInfo(context);
+    case CommandKind::GetAppSettings:
+        return GetAppSettings(context, line.keys);
+    case CommandKind::SetAppSettings:
+        return SetAppSettings(context, line.changes, line.file, line.acceptTsn);
     case CommandKind::Help:
     case CommandKind::Version:
         break;

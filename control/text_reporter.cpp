@@ -81,6 +81,18 @@ void TextReporter::AppInfoTold(const AppInfo& appInfo) {
     Line("Scanner workers:", std::to_string(appInfo.scannerWorkers));
 }
 
+void TextReporter::AppSettingsTold(const std::vector<settings::ChangeItem>& settings) {
+    for (const settings::ChangeItem& setting : settings)
+        m_out << EscapeForTerminal(setting.key) << '=' << EscapeForTerminal(setting.value) << '\n';
+}
+
+void TextReporter::AppSettingsChanged(const std::string& message) {
+    m_out << "The settings were changed.";
+    if (!message.empty())
+        m_out << ' ' << EscapeForTerminal(message);
+    m_out << '\n';
+}
+
 void TextReporter::Finding(const ScanFinding& finding) {
     m_out << (finding.kind == ScanFinding::Kind::Threat ? "Threat detected: " : "Not processed: ")
           << EscapeForTerminal(finding.path) << " (" << EscapeForTerminal(finding.detail) << ")\n"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/product_paths.h>
+#include <gui/common/exception_text.h>
 #include <gui/quit_request.h>
 #include <gui/restart_checker.h>
 #include <gui/signal_window.h>
@@ -41,15 +42,22 @@ RestartChecker::~RestartChecker() {
 }
 
 int RestartChecker::Run() {
-    while (WaitForNextCheck())
-        Check();
+    while (WaitForNextCheck()) {
+        try {
+            Check();
+        }
+        GUI_CATCH_ALL
+    }
     return 0;
 }
 
 bool RestartChecker::WaitForNextCheck() {
-    std::unique_lock lock(m_mutex);
     const auto moment = std::chrono::steady_clock::now() + m_options.interval;
-    return !m_condition.wait_until(lock, moment, [this] { return m_stopRequested; });
+    ulk::LockGuard lock(m_mutex);
+    while (!m_stopRequested)
+        if (m_condition.wait_until(lock, moment) == std::cv_status::timeout)
+            break;
+    return !m_stopRequested;
 }
 
 void RestartChecker::Check() {
@@ -70,7 +78,7 @@ void RestartChecker::Check() {
 
 void RestartChecker::Stop() {
     {
-        const std::lock_guard lock(m_mutex);
+        const ulk::LockGuard lock(m_mutex);
         m_stopRequested = true;
     }
     m_condition.notify_all();

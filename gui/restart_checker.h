@@ -2,10 +2,11 @@
 // Watches for an update that replaces the program on disk while it runs.
 #pragma once
 
+#include <foundation/sync.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -47,10 +48,10 @@ private:
     std::vector<char*> m_argv;
     Options m_options;
     struct stat m_selfStat {};
-    std::mutex m_mutex;
-    std::condition_variable m_condition;
-    bool m_stopRequested = false;
-    bool m_restartRequested = false;
+    ulk::Mutex m_mutex;
+    std::condition_variable_any m_condition;
+    bool m_stopRequested ULK_GUARDED_BY(m_mutex) = false;
+    bool m_restartRequested = false; ///< the thread's, and the destructor's when it has ended
     std::thread m_thread;
 };
 

@@ -153,6 +153,18 @@ void Read(schema::Event::Reader in, Event& event) {
     }
 }
 
+void WriteList(const ulk::types::vector_t<Event>& events, capnp::List<schema::Event>::Builder out) {
+    for (std::size_t i = 0; i < events.size(); ++i)
+        Write(events[i], out[static_cast<capnp::uint>(i)]);
+}
+
+void ReadList(capnp::List<schema::Event>::Reader in, ulk::types::vector_t<Event>& events) {
+    events.clear();
+    events.resize(in.size());
+    for (std::size_t i = 0; i < events.size(); ++i)
+        Read(in[static_cast<capnp::uint>(i)], events[i]);
+}
+
 void Write(const EventFilter& filter, schema::EventFilter::Builder out) {
     const auto writeNumbers = [](const auto& numbers, capnp::List<std::uint32_t>::Builder list) {
         for (std::size_t i = 0; i < numbers.size(); ++i)
@@ -176,6 +188,35 @@ void Read(schema::EventFilter::Reader in, EventFilter& filter) {
     filter.taskTypes.clear();
     for (const auto& taskType : in.getTaskTypes())
         ReadText(taskType, filter.taskTypes.emplace_back());
+}
+
+void Write(const EventQuery& query, schema::EventQuery::Builder out) {
+    auto filters = out.initFilters(static_cast<capnp::uint>(query.filters.size()));
+    capnp::uint index = 0;
+    for (const QueryClause& clause : query.filters) {
+        auto item = filters[index++];
+        item.setField(AsData(clause.field));
+        item.setOperation(AsData(clause.operation));
+        Write(clause.value, item.initValue());
+        item.setLogic(AsData(clause.logic));
+    }
+    out.setLimit(query.limit);
+    out.setOffset(query.offset);
+    out.setOrderBy(AsData(query.orderBy));
+}
+
+void Read(schema::EventQuery::Reader in, EventQuery& query) {
+    query.filters.clear();
+    for (const auto& item : in.getFilters()) {
+        QueryClause& clause = query.filters.emplace_back();
+        ReadText(item.getField(), clause.field);
+        ReadText(item.getOperation(), clause.operation);
+        Read(item.getValue(), clause.value);
+        ReadText(item.getLogic(), clause.logic);
+    }
+    query.limit = in.getLimit();
+    query.offset = in.getOffset();
+    ReadText(in.getOrderBy(), query.orderBy);
 }
 
 std::size_t EstimateSize(const Event& event) noexcept {

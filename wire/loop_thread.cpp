@@ -3,6 +3,7 @@
 #include <wire/loop_thread.h>
 #include <wire/results.h>
 
+#include <cassert>
 #include <cerrno>
 #include <kj/async-unix.h>
 #include <kj/exception.h>
@@ -96,10 +97,11 @@ bool LoopQueue::IsCurrent() const noexcept { return m_thread.load() == std::this
 
 void LoopQueue::Adopt() noexcept { m_thread.store(std::this_thread::get_id()); }
 
-void LoopQueue::Serve(kj::AsyncIoContext& io, ulk::ITracer* tracer) {
+void LoopQueue::Serve(kj::AsyncIoContext& io, ulk::ITracer* tracer, kj::Promise<void> vital) {
+    assert(IsCurrent());
     TraceCallback callback(tracer);
     Pump pump(*this, io, tracer);
-    pump.Run().wait(io.waitScope);
+    pump.Run().exclusiveJoin(kj::mv(vital)).wait(io.waitScope);
 }
 
 void LoopQueue::Close() {

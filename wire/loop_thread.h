@@ -47,8 +47,9 @@ public:
     /// Makes the calling thread the loop's thread.
     void Adopt() noexcept;
     /// The loop's thread: runs tasks and everything else of the loop until a stop is asked for. A task that throws is
-    /// traced and doesn't end the loop. `tracer` may be null.
-    void Serve(kj::AsyncIoContext& io, ulk::ITracer* tracer);
+    /// traced and doesn't end the loop; `vital` ends it when it does, and its exception is thrown from here. `tracer`
+    /// may be null.
+    void Serve(kj::AsyncIoContext& io, ulk::ITracer* tracer, kj::Promise<void> vital = kj::NEVER_DONE);
     /// Takes nothing any more and destroys what is queued. Called by the loop's thread when its objects are gone.
     void Close();
 

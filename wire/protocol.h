@@ -14,8 +14,8 @@ inline constexpr std::uint32_t ProtocolVersion = 1;
 /// itself, because the service answers with the end of the connection.
 inline constexpr std::size_t RequestSizeLimit = 1024 * 1024;
 
-/// The largest message that a client takes from the service, in bytes. The service answers eInvalidSize instead of
-/// sending more.
+/// The largest message that a client takes from the service, in bytes. The service throws AnswerTooLarge instead of
+/// sending more, which the caller sees as eInvalidSize.
 inline constexpr std::size_t ReplySizeLimit = 16 * 1024 * 1024;
 
 /// What a message's envelope may add to its payload.

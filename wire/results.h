@@ -10,7 +10,12 @@ class Exception;
 
 namespace tfs::wire {
 
-/// DISCONNECTED is eNotReady, OVERLOADED eInsufficientResources, UNIMPLEMENTED eNotImplemented, the rest eUnexpected.
+/// What the service throws in place of an answer beyond ReplySizeLimit: a message that has grown can't be made small
+/// again, so that there is no room for a code in it.
+kj::Exception AnswerTooLarge();
+
+/// DISCONNECTED is eNotReady, AnswerTooLarge eInvalidSize also where it comes from the peer, any other OVERLOADED
+/// eInsufficientResources, UNIMPLEMENTED eNotImplemented, the rest eUnexpected.
 result_t ResultFromException(const kj::Exception& exception) noexcept;
 
 /// Code of the exception in flight. To be called inside a catch block.

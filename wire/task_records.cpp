@@ -40,13 +40,37 @@ void Read(schema::AppInfo::Reader in, AppInfo& appInfo) {
 }
 
 void Write(const settings::AppSettings& settings, schema::AppSettings::Builder out) {
+    out.setSambaConfigPath(AsData(settings.sambaConfigPath));
+    out.setNfsExportsPath(AsData(settings.nfsExportsPath));
+    out.setTraceFolder(AsData(settings.traceFolder));
+    out.setTraceLevel(settings.traceLevel);
+    out.setTraceMaxFileCount(settings.traceMaxFileCount);
+    out.setTraceMaxFileSize(settings.traceMaxFileSize);
+    out.setTraceFolderSizeLimit(settings.traceFolderSizeLimit);
+    out.setEventsStoragePath(AsData(settings.eventsStoragePath));
+    out.setMaxEventsNumber(settings.maxEventsNumber);
+    out.setOfflineTsnStatsFolder(AsData(settings.offlineTsnStatsFolder));
     out.setUseTsn(settings.useTsn);
-    out.setReportsForPrivilegedOnly(settings.reportsForPrivilegedOnly);
+    out.setUiReportsForRootOnly(settings.uiReportsForRootOnly);
+    out.setLimitNumberOfScanFileTasks(settings.limitNumberOfScanFileTasks);
+    out.setUseSyslog(settings.useSyslog);
 }
 
 void Read(schema::AppSettings::Reader in, settings::AppSettings& settings) {
-    settings.useTsn = static_cast<types::TsnMode::Type>(in.getUseTsn());
-    settings.reportsForPrivilegedOnly = in.getReportsForPrivilegedOnly();
+    settings.sambaConfigPath = ReadBytes(in.getSambaConfigPath());
+    settings.nfsExportsPath = ReadBytes(in.getNfsExportsPath());
+    settings.traceFolder = ReadBytes(in.getTraceFolder());
+    settings.traceLevel = static_cast<types::TraceLevel::Type>(in.getTraceLevel());
+    settings.traceMaxFileCount = in.getTraceMaxFileCount();
+    settings.traceMaxFileSize = in.getTraceMaxFileSize();
+    settings.traceFolderSizeLimit = in.getTraceFolderSizeLimit();
+    settings.eventsStoragePath = ReadBytes(in.getEventsStoragePath());
+    settings.maxEventsNumber = in.getMaxEventsNumber();
+    settings.offlineTsnStatsFolder = ReadBytes(in.getOfflineTsnStatsFolder());
+    settings.useTsn = static_cast<types::TsnUsage::Type>(in.getUseTsn());
+    settings.uiReportsForRootOnly = in.getUiReportsForRootOnly();
+    settings.limitNumberOfScanFileTasks = in.getLimitNumberOfScanFileTasks();
+    settings.useSyslog = in.getUseSyslog();
 }
 
 void Write(const ScanSettings& settings, schema::ScanSettings::Builder out) {

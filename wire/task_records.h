@@ -4,6 +4,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 #include <wire/tesl.capnp.h>
 

@@ -4,8 +4,9 @@
 # each record, in the same order of fields.
 #
 # Every method answers with `result`, the code of the call, beside its payload; the payload counts only where the code
-# is not negative. Text is UTF-16 in little-endian code units (`Text16`), because names of files and users need not be
-# valid Unicode; paths and narrow texts are bytes. Numbers of the value tables travel as they are.
+# is not negative. An answer too large for a client comes as an exception (overloaded) whose text ends with "the answer
+# is larger than a client takes". Text is UTF-16 in little-endian code units (`Text16`), because names of files and
+# users need not be valid Unicode; paths and narrow texts are bytes. Numbers of the value tables travel as they are.
 
 using Cxx = import "/capnp/c++.capnp";
 $Cxx.namespace("tfs::wire::schema");
@@ -80,8 +81,57 @@ struct AppInfo {
 }
 
 struct AppSettings {
-  useTsn @0 :Int32;
-  reportsForPrivilegedOnly @1 :Bool;
+  sambaConfigPath @0 :Data;
+  nfsExportsPath @1 :Data;
+  traceFolder @2 :Data;
+  traceLevel @3 :Int32;
+  traceMaxFileCount @4 :UInt32;
+  traceMaxFileSize @5 :UInt32;       # MiB
+  traceFolderSizeLimit @6 :UInt64;   # bytes
+  eventsStoragePath @7 :Data;
+  maxEventsNumber @8 :UInt32;
+  offlineTsnStatsFolder @9 :Data;
+  useTsn @10 :Int32;
+  uiReportsForRootOnly @11 :Bool;
+  limitNumberOfScanFileTasks @12 :UInt32;
+  useSyslog @13 :Bool;
+}
+
+struct SettingsChangeList {
+  typeNumber @0 :UInt32;
+  items @1 :List(Item);
+  allowEmpty @2 :Bool;
+
+  struct Item {
+    key @0 :Data;
+    value @1 :Data;
+  }
+}
+
+struct ValidationMessage {
+  textKey @0 :Data;
+  arguments @1 :List(Text16);
+}
+
+struct EventQuery {
+  filters @0 :List(Clause);
+  limit @1 :UInt32;
+  offset @2 :UInt32;
+  orderBy @3 :Text16;
+
+  struct Clause {
+    field @0 :Text16;
+    operation @1 :Text16;
+    value @2 :Variant;
+    logic @3 :Text16;
+  }
+}
+
+struct EventCursor {
+  # Where a query's answer goes on. All zero for its first page, then what came with the page before.
+  lastId @0 :Int64;
+  upToId @1 :Int64;          # events published since the first page stay out
+  toSkip @2 :UInt32;         # what is left of the query's offset
 }
 
 struct ScanSettings {
@@ -167,6 +217,9 @@ interface AppInfoProvider {
 
 interface AppSettingsHandler {
   getAppSettings @0 () -> (result :Code, settings :AppSettings);
+  setAppSettings @1 (changes :SettingsChangeList, acceptTsn :Bool)
+      -> (result :Code, messages :List(ValidationMessage));
+  # The messages count with every code.
 }
 
 interface PolicyProvider {
@@ -193,6 +246,16 @@ interface TaskManager {
   getSchedule @10 (taskName :Text16) -> (result :Code, schedule :TaskSchedule);
   getTaskInfo @11 (task :Text16) -> (result :Code, info :TaskInfo);
   createScanTask @12 (settings :ScanSettings) -> (result :Code, info :TaskInfo);
+}
+
+interface EventStorer {
+  getEventCount @0 () -> (result :Code, count :UInt64);
+  getOldestEvent @1 () -> (result :Code, event :Event);
+  getEvent @2 (id :Int64) -> (result :Code, event :Event);
+  queryEvents @3 (query :EventQuery, cursor :EventCursor)
+      -> (result :Code, events :List(Event), cursor :EventCursor, more :Bool);
+  # One page, of at most `limit` events and of a size that suits a message. Where `more` is set the answer goes on: the
+  # client asks again with the cursor of the page and the rest of its limit.
 }
 
 interface EventReceiver {

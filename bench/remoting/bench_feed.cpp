@@ -1,20 +1,67 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <algorithm>
 #include <bench/remoting/bench_feed.h>
+#include <bench/remoting/bench_service.h>
+#include <iterator>
 #include <string>
 
 namespace tfs::bench {
 
+namespace {
+
+using types::AdditionalName;
+using types::EventName;
+
+constexpr EventName::Type Types[] = {EventName::ObjectProcessed,    EventName::ThreatDetected,
+                                     EventName::TaskStateChanged,   EventName::ObjectDeleted,
+                                     EventName::UpdateError,        EventName::ObjectSavedToBackup,
+                                     EventName::ObjectNotProcessed, EventName::AVBasesApplied,
+                                     EventName::HostBlocked,        EventName::FileDownloadStarted};
+
+constexpr std::size_t LeastFields = 5;
+constexpr std::size_t MostFields = 20;
+
+} // namespace
+
 Event EventOfId(Event::IdType id) {
+    const auto number = static_cast<std::uint64_t>(id);
+    const std::size_t fields = LeastFields + number % (MostFields - LeastFields + 1);
     Event event;
     event.id = id;
-    event.type = types::EventName::ObjectProcessed;
+    event.type = Types[number % std::size(Types)];
     event.time = 1700000000 + id;
-    event.Add(types::AdditionalName::FileName, "/home/user/documents/report-" + std::to_string(id) + ".odt");
-    event.Add(types::AdditionalName::ObjectSize, static_cast<std::uint64_t>(id) * 100);
-    event.Add(types::AdditionalName::TaskId, std::uint64_t{2});
-    event.Add(types::AdditionalName::TaskName, ulk::types::string16_t(u"Scan_My_Computer"));
+    event.additional.reserve(fields);
+    event.Add(AdditionalName::FileName, "/home/user/documents/report-" + std::to_string(id) + ".odt");
+    event.Add(AdditionalName::ObjectSize, number * 100);
+    event.Add(AdditionalName::TaskId, std::uint64_t{2});
+    event.Add(AdditionalName::TaskName, ulk::types::string16_t(u"Scan_My_Computer"));
+    event.Add(AdditionalName::TaskType, ulk::types::string16_t(u"ODS"));
+    while (event.additional.size() < fields) {
+        switch (event.additional.size() % 3) {
+        case 0:
+            event.Add(AdditionalName::DetectName, ulk::types::string16_t(u"Win.Test.EICAR_HDB-1"));
+            break;
+        case 1:
+            event.Add(AdditionalName::FileOwnerId, std::uint32_t{1000});
+            break;
+        default:
+            event.Add(AdditionalName::LastModificationTime, ulk::types::FileTime{133444736000000000 + id});
+            break;
+        }
+    }
     return event;
+}
+
+EventFilter FilterOf(std::size_t number) {
+    EventFilter filter;
+    for (std::size_t i = 0; i < number; ++i)
+        filter.eventTypes.push_back(static_cast<std::uint32_t>(Types[i]));
+    return filter;
+}
+
+unsigned PassingFilter(std::size_t number) {
+    static_assert(EventCount % std::size(Types) == 0);
+    return number == 0 ? EventCount : EventCount / std::size(Types) * static_cast<unsigned>(number);
 }
 
 void BenchFeed::Publish(unsigned count) {
@@ -24,7 +71,7 @@ void BenchFeed::Publish(unsigned count) {
             const std::uint64_t sequence = m_nextSequence++;
             m_ring.push_back(
                 {sequence, std::make_shared<const Event>(EventOfId(static_cast<Event::IdType>(sequence)))});
-            if (m_ring.size() > RingSize)
+            if (m_ring.size() > m_ringSize)
                 m_ring.pop_front();
         }
         const std::lock_guard lock(m_wakeupMutex);

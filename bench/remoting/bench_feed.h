@@ -11,11 +11,17 @@
 
 namespace tfs::bench {
 
-/// A scan's typical event.
+/// An event of 5 to 20 fields, of one of ten types in turn.
 Event EventOfId(Event::IdType id);
+
+/// Number 0 takes everything, number n events of n of the ten types.
+EventFilter FilterOf(std::size_t number);
+/// How many of any EventCount events in a row pass it.
+unsigned PassingFilter(std::size_t number);
 
 class BenchFeed final : public service::store::IEventFeed {
 public:
+    explicit BenchFeed(std::size_t ringSize) : m_ringSize(ringSize) {}
     void Publish(unsigned count);
 
     service::store::FeedPosition End() const noexcept override;
@@ -25,8 +31,7 @@ public:
     void SetWakeup(std::function<void()> wakeup) override;
 
 private:
-    static constexpr std::size_t RingSize = 8192;
-
+    const std::size_t m_ringSize;
     mutable std::mutex m_mutex;
     std::mutex m_wakeupMutex;
     std::function<void()> m_wakeup;

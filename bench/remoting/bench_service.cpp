@@ -17,7 +17,7 @@ namespace {
 using service::rpc::Caller;
 
 /// Answers at once, so that the transport alone is measured.
-class InstantService final : public service::rpc::IServiceApi {
+class InstantService final : public service::rpc::IServiceApi, public service::rpc::IBlockingApi {
 public:
     result_t GetAppInfo(AppInfo&) noexcept override { return ulk::sOk; }
     result_t GetAppSettings(settings::AppSettings&) noexcept override { return ulk::sOk; }
@@ -38,6 +38,18 @@ public:
     result_t DeleteTask(const Caller&, const std::u16string&) noexcept override { return ulk::sOk; }
     result_t DeleteStatistic(const Caller&, const OxsStatistic&) noexcept override { return ulk::sOk; }
     result_t CreateScanTask(const Caller&, const ScanSettings&, core::TaskInfo&) noexcept override { return ulk::sOk; }
+
+    result_t SetAppSettings(const Caller&, const settings::SettingsChangeList&, bool,
+                            std::vector<settings::ValidationMessage>&) noexcept override {
+        return ulk::sOk;
+    }
+    result_t GetEventCount(const Caller&, std::uint64_t&) noexcept override { return ulk::sOk; }
+    result_t GetOldestEvent(const Caller&, Event&) noexcept override { return ulk::sOk; }
+    result_t GetEvent(const Caller&, Event::IdType, Event&) noexcept override { return ulk::sOk; }
+    result_t QueryEvents(const Caller&, const EventQuery&, service::store::EventCursor, std::size_t,
+                         service::store::EventPage&) noexcept override {
+        return ulk::sOk;
+    }
 };
 
 } // namespace
@@ -47,12 +59,12 @@ void SayReady() {
         ::_exit(1);
 }
 
-int RunService(const char* socketPath) {
+int RunService(const char* socketPath, std::size_t ringSize) {
     InstantService api;
-    BenchFeed feed;
+    BenchFeed feed(ringSize);
     service::rpc::RpcServer::Options options;
     options.socketPath = socketPath;
-    service::rpc::RpcServer server(options, api, feed, nullptr);
+    service::rpc::RpcServer server(options, api, api, feed, nullptr);
     if (const result_t result = server.Start(); !ULK_SUCCEEDED(result)) {
         std::fprintf(stderr, "cannot serve: %s\n", ulk::ResultText(result).data());
         return 1;

@@ -2,13 +2,15 @@
 // The service's side of a measurement, in a process of its own.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <sys/types.h>
 
 namespace tfs::bench {
 
-/// Serves until standard input ends; 'p' read from it publishes EventCount events. The program's `--serve`.
-int RunService(const char* socketPath);
+/// Serves until standard input ends; 'p' read from it publishes EventCount events. A ring of `ringSize` events: a
+/// subscriber that has fallen out of it is served from the feed's store.
+int RunService(const char* socketPath, std::size_t ringSize);
 
 /// This program started anew with a mode and a socket path.
 class ChildProcess {

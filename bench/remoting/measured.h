@@ -8,21 +8,23 @@
 
 namespace tfs::bench {
 
-/// A caller's thread, a loop thread, a socket, the service's loop thread. `Call` makes one small call and waits.
+/// A caller's thread, a loop thread, a socket, the service's loop thread, for events a publisher's thread there. `Call`
+/// makes one small call and waits.
 class ICallPath {
 public:
     virtual ~ICallPath() = default;
     virtual void Call() = 0;
-    /// Returns when EventCount events that `publish` sets off have been handled, each once and in order.
-    virtual void ReceiveEvents(const std::function<void()>& publish) = 0;
+    /// Makes that many subscriptions, with the filters of their numbers, calls `publish`, which sets off EventCount
+    /// events, and returns when each has got what its filter takes, once and in order.
+    virtual void ReceiveEvents(std::size_t subscribers, const std::function<void()>& publish) = 0;
 };
 
 std::unique_ptr<ICallPath> ThroughProxies(const std::string& socketPath);
 std::unique_ptr<ICallPath> Directly(const std::string& socketPath);
 
-/// The directly measured service: `--bare`, one event in a streaming call, or `--bare-batches`, as many as the
-/// service puts into one.
-int RunBareService(const char* socketPath, unsigned eventsPerCall);
+/// The directly measured service: a publisher's thread, a list under a lock, and a loop that filters and streams what
+/// is in the list, in batches as large as the service's. The program's `--bare`.
+int RunBareService(const char* socketPath);
 /// A subscriber that never takes an event. The program's `--stuck`.
 int RunStuckSubscriber(const char* socketPath);
 

@@ -7,7 +7,7 @@
 
 #include <bench/remoting/bench_service.h>
 #include <bench/remoting/measured.h>
-#include <future>
+#include <bench/remoting/tally.h>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -59,24 +59,18 @@ public:
     ~ProxyPath() override { m_connection->Shutdown(); }
 
     void Call() override { Require(m_tasks->StartTask(u"2")); }
-    void ReceiveEvents(const std::function<void()>& publish) override {
-        std::promise<void> done;
-        Event::IdType first = 0;
-        unsigned count = 0;
-        bool inOrder = true;
-        const auto receiver = ulk::Ptr<BenchReceiver>::Adopt(new BenchReceiver([&](const Event& event) {
-            if (first == 0)
-                first = event.id;
-            inOrder = inOrder && event.id == first + count;
-            if (++count == EventCount)
-                done.set_value();
-        }));
-        Subscribe(receiver);
+    void ReceiveEvents(std::size_t subscribers, const std::function<void()>& publish) override {
+        Tally tally(subscribers);
+        std::vector<ulk::Ptr<BenchReceiver>> receivers;
+        for (std::size_t i = 0; i < subscribers; ++i) {
+            receivers.push_back(ulk::Ptr<BenchReceiver>::Adopt(
+                new BenchReceiver([&tally, i](const Event& event) { tally.Take(i, event); })));
+            Require(m_events->Subscribe(receivers.back().Get(), FilterOf(i)));
+        }
         publish();
-        done.get_future().wait();
-        Require(m_events->Unsubscribe(receiver.Get()));
-        if (!inOrder)
-            throw std::runtime_error("order");
+        tally.Wait();
+        for (const auto& receiver : receivers)
+            Require(m_events->Unsubscribe(receiver.Get()));
     }
     void Subscribe(const ulk::Ptr<BenchReceiver>& receiver) { Require(m_events->Subscribe(receiver.Get(), {})); }
 

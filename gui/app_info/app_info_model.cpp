@@ -54,6 +54,7 @@ AppInfoModel::~AppInfoModel() {
 }
 
 void AppInfoModel::UpdateAppInfo() {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     try {
         CheckTaskPolicyChanged();
         const std::int64_t now = std::time(nullptr);

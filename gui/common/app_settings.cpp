@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <contract/tfs/app_info.h>
+#include <contract/tfs/settings.h>
+#include <contract/tfs/value_text.h>
 #include <gui/common/app_settings.h>
 #include <gui/common/remote_interface.h>
 
+#include <string>
 #include <unistd.h>
 
 namespace tfs::gui::app_settings {
 namespace {
+
+using types::TsnUsage;
+
+constexpr char NetworkKey[] = "UseTSN";
 
 tfs::settings::AppSettings ReadSettings() {
     const auto handler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
@@ -20,9 +26,25 @@ tfs::settings::AppSettings ReadSettings() {
 
 } // namespace
 
+void ChangeTSNState(TsnUsage::Type mode) {
+    const std::string name = types::ToString(mode);
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__ << ": " << name;
+    const auto handler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
+    tfs::settings::SettingsChangeList changes;
+    changes.typeNumber = tfs::settings::AppSettings::TypeNumber;
+    changes.items.push_back({NetworkKey, name});
+    ulk::types::vector_t<tfs::settings::ValidationMessage> messages;
+    ULK_CHECK_THROW(handler->SetAppSettings(changes, messages, mode != TsnUsage::Off), "Cannot change TSN state");
+}
+
+TsnUsage::Type GetTSNState() {
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
+    return ReadSettings().useTsn;
+}
+
 bool IsReportsAllowedForCurrentUser() {
     ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
-    return !ReadSettings().reportsForPrivilegedOnly || ::geteuid() == 0;
+    return !ReadSettings().uiReportsForRootOnly || ::geteuid() == 0;
 }
 
 } // namespace tfs::gui::app_settings

@@ -4,7 +4,6 @@
 #include <gui/common/exception_text.h>
 
 #include <new>
-#include <system_error>
 
 namespace tfs::gui {
 
@@ -21,7 +20,7 @@ void EventSubscription::FinalRelease() noexcept {
 
 result_t EventSubscription::Subscribe(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver,
                                       const EventFilter& filter) {
-    if (m_thread.joinable())
+    if (m_thread.Exists())
         return ulk::sOk;
     try {
         const result_t result = Begin(remoteSl, receiver, filter);
@@ -54,22 +53,10 @@ result_t EventSubscription::Begin(ulk::IServiceLocator* remoteSl, IGuiEventRecei
         m_eventSubscriber.Reset();
         return result;
     }
-    return ULK_CHECK_TRACE(GetTracer(), CreateThread(), "Cannot create event processing thread");
-}
-
-result_t EventSubscription::CreateThread() noexcept {
-    // Set here and not only in the thread, so that an Unsubscribe that overtakes the new thread isn't undone by it.
+    // Set here and not in the thread, so that an Unsubscribe that overtakes the new thread isn't undone by it.
     m_running = true;
-    try {
-        m_thread = std::thread(&EventSubscription::RunThread, this);
-        return ulk::sOk;
-    } catch (const std::system_error& e) {
-        m_running = false;
-        return ulk::ResultFromErrno(e.code().value());
-    } catch (const std::exception&) {
-        m_running = false;
-        return ulk::eOutOfMemory;
-    }
+    return ULK_CHECK_TRACE(GetTracer(), m_thread.Create(&EventSubscription::RunThread, this),
+                           "Cannot create event processing thread");
 }
 
 result_t EventSubscription::Unsubscribe() {
@@ -78,11 +65,10 @@ result_t EventSubscription::Unsubscribe() {
         m_eventSubscriber.Reset();
     }
     m_running = false;
-    if (m_thread.joinable()) {
+    if (m_thread.Exists()) {
         ULK_TRACE(GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__ << ": joining the thread";
         m_queueEvent.Set();
-        m_thread.join();
-        m_thread = std::thread();
+        m_thread.Join();
     }
     m_queueEvent.Destroy();
     DropQueue();

@@ -6,10 +6,10 @@
 #include <foundation/objclient.h>
 #include <foundation/sync.h>
 #include <gui/common/gui_event_receiver.h>
+#include <gui/common/member_thread.h>
 #include <gui/common/queue_event.h>
 
 #include <atomic>
-#include <thread>
 
 namespace tfs::gui {
 
@@ -35,7 +35,6 @@ public:
 
 private:
     result_t Begin(ulk::IServiceLocator* remoteSl, IGuiEventReceiver* receiver, const EventFilter& filter);
-    result_t CreateThread() noexcept;
     void DropQueue();
     void RunThread();
 
@@ -45,7 +44,7 @@ private:
     ulk::Ptr<IEventSubscriber> m_eventSubscriber;
     ulk::Ptr<IGuiEventReceiver> m_receiver;
     QueueEvent m_queueEvent;
-    std::thread m_thread;
+    MemberThread m_thread;
 };
 
 } // namespace tfs::gui

@@ -21,6 +21,9 @@ void TraceCurrentException(const char* where) noexcept {
     try {
         try {
             throw;
+        } catch (const ulk::CheckResultFailedException& e) {
+            ULK_TRACE(application::GetTracer(), ulk::level::Failure)
+                << where << ": " << e.File() << ':' << e.Line() << ": " << ExceptionText(e);
         } catch (const std::exception& e) {
             ULK_TRACE(application::GetTracer(), ulk::level::Failure) << where << ": " << ExceptionText(e);
         } catch (...) {

@@ -7,8 +7,8 @@ namespace tfs::gui {
 
 result_t QueueEvent::Create(bool autoReset) noexcept {
     try {
-        const std::lock_guard lock(m_mutex);
-        m_condition = std::make_unique<std::condition_variable>();
+        const ulk::LockGuard lock(m_mutex);
+        m_condition = std::make_unique<std::condition_variable_any>();
         m_autoReset = autoReset;
         m_signalled = false;
         return ulk::sOk;
@@ -18,7 +18,7 @@ result_t QueueEvent::Create(bool autoReset) noexcept {
 }
 
 void QueueEvent::Set() noexcept {
-    const std::lock_guard lock(m_mutex);
+    const ulk::LockGuard lock(m_mutex);
     if (!m_condition)
         return;
     m_signalled = true;
@@ -27,16 +27,17 @@ void QueueEvent::Set() noexcept {
 }
 
 void QueueEvent::Wait() noexcept {
-    std::unique_lock lock(m_mutex);
+    ulk::LockGuard lock(m_mutex);
     if (!m_condition)
         return;
-    m_condition->wait(lock, [this] { return m_signalled; });
+    while (!m_signalled)
+        m_condition->wait(lock);
     if (m_autoReset)
         m_signalled = false;
 }
 
 void QueueEvent::Destroy() noexcept {
-    const std::lock_guard lock(m_mutex);
+    const ulk::LockGuard lock(m_mutex);
     m_condition.reset();
 }
 

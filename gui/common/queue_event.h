@@ -3,10 +3,10 @@
 #pragma once
 
 #include <foundation/result.h>
+#include <foundation/sync.h>
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 
 namespace tfs::gui {
 
@@ -26,10 +26,10 @@ public:
     void Destroy() noexcept;
 
 private:
-    std::mutex m_mutex;
-    std::unique_ptr<std::condition_variable> m_condition;
-    bool m_autoReset = false;
-    bool m_signalled = false;
+    ulk::Mutex m_mutex;
+    std::unique_ptr<std::condition_variable_any> m_condition ULK_GUARDED_BY(m_mutex);
+    bool m_autoReset ULK_GUARDED_BY(m_mutex) = false;
+    bool m_signalled ULK_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace tfs::gui

@@ -186,6 +186,7 @@ void TaskListModel::DeleteTemporaryTasksInfo() {
 }
 
 void TaskListModel::updateTaskListInfo() {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     try {
         AddToTaskList();
         ChangeExistingTaskInfo();
@@ -315,29 +316,36 @@ void TaskListModel::RunCommand(Command command, const std::string& idOrName, con
     } catch (const std::exception& e) {
         ULK_TRACE(Tracer(), ulk::level::Failure) << failure << ExceptionText(e);
     }
+    GUI_CATCH_ALL
 }
 
 void TaskListModel::startTask(qulonglong id) {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     RunCommand(&OnDemandTaskListActions::StartTask, TaskIdText(id), "cannot start task: ");
 }
 
 void TaskListModel::stopTask(qulonglong id) {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     RunCommand(&OnDemandTaskListActions::StopTask, TaskIdText(id), "cannot stop task: ");
 }
 
 void TaskListModel::pauseTask(qulonglong id) {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     RunCommand(&OnDemandTaskListActions::PauseTask, TaskIdText(id), "cannot pause task: ");
 }
 
 void TaskListModel::resumeTask(qulonglong id) {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     RunCommand(&OnDemandTaskListActions::ResumeTask, TaskIdText(id), "cannot resume task: ");
 }
 
 void TaskListModel::rollbackUpdate() {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     RunCommand(&OnDemandTaskListActions::StartTask, TaskIdText(FixedTaskId::Rollback), "cannot start rollback task: ");
 }
 
 void TaskListModel::deleteTask(qulonglong id) {
+    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     const int row = FindRowOnGuiThread(id);
     if (row == -1)
         return;
@@ -350,6 +358,7 @@ void TaskListModel::deleteTask(qulonglong id) {
     } catch (const std::exception& e) {
         ULK_TRACE(Tracer(), ulk::level::Failure) << "cannot remove task: " << ExceptionText(e);
     }
+    GUI_CATCH_ALL
 }
 
 void TaskListModel::SetReportsAllowed(bool allowed) {

@@ -56,6 +56,10 @@ public:
         (void)m_locator->AddObject<ulk::IAllocator>(allocator.Get());
         m_tracer = MakeTracer(*m_modules, settings);
         (void)m_locator->AddObject<ulk::ITracer>(m_tracer.Get());
+        if (crashDumps.limit != 0 && !m_crashHandler.IsInstalled()) {
+            ULK_TRACE(m_tracer.Get(), ulk::level::Failure)
+                << "No crash dump can be written in " << ulk::text::ToUtf8Lossy(crashDumps.folder);
+        }
         if (const std::string remoting = RemotingPath(settings); !remoting.empty()) {
             (void)m_locator->AddClass(ulk::remoting::IConnectionFactory::Iid, remoting,
                                       ulk::remoting::ConnectionFactoryClass);

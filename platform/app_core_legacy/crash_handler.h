@@ -19,6 +19,9 @@ public:
     CrashHandler(const CrashHandler&) = delete;
     CrashHandler& operator=(const CrashHandler&) = delete;
 
+    /// False where no dump would be written.
+    bool IsInstalled() const noexcept { return m_installed; }
+
 private:
     bool PrepareFolder(const app_core::loader::CrashDumpSettings& settings);
     void Install();

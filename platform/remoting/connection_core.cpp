@@ -3,6 +3,8 @@
 #include <platform/remoting/connection_core.h>
 #include <platform/remoting/subscription.h>
 
+#include <new>
+
 namespace ulk::remoting {
 
 ConnectionCore::ConnectionCore(ConnectionLimits limits, Ptr<ITracer> tracer)
@@ -40,9 +42,12 @@ result_t ConnectionCore::Resolve(iid_t iid) noexcept {
         [iid, core = shared_from_this()](auto& answer, Nothing&) {
             core->LoopSession().Keep(iid, answer.getObject());
         });
-    if (ULK_SUCCEEDED(result)) {
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    try {
         LockGuard lock(m_mutex);
         m_resolved.insert(iid);
+    } catch (const std::bad_alloc&) { // the next look-up asks the service again
     }
     return result;
 }

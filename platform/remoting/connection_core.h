@@ -13,6 +13,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -38,11 +39,12 @@ public:
     void SetLoopSession(Session* session) noexcept { m_session = session; }
 
     /// Makes a call and waits for it, at most the call's deadline. `build(Session&)` makes the request and
-    /// `read(response, Record&)` takes the answer apart, both on the loop's thread; they carry plain data only. Codes
-    /// of its own: eNotReady, eTimeout, eInsufficientResources (too many calls in flight), eInvalidSize (more than
-    /// the service takes), eInvalidState (called from a receiver, on the loop's own thread).
+    /// `read(response, Record&)` takes the answer apart, both on the loop's thread; they carry plain data only. `out`
+    /// is filled where an answer came whose payload counts. Codes of its own: eNotReady, eTimeout,
+    /// eInsufficientResources (too many calls in flight), eInvalidSize (more than the service takes), eInvalidState
+    /// (called from a receiver, on the loop's own thread).
     template <class Record, class Build, class Read>
-    result_t Call(Record& out, Build build, Read read) noexcept;
+    result_t Call(Record& out, Build build, Read read, Payload payload = Payload::OfGoodCode) noexcept;
 
     /// Makes sure that the session holds the interface.
     result_t Resolve(iid_t iid) noexcept;
@@ -76,9 +78,9 @@ template <class Record, class Build, class Read>
 class ConnectionCore::CallTask final : public tfs::wire::LoopQueue::Task {
 public:
     CallTask(std::shared_ptr<ConnectionCore> core, std::uint64_t id, std::shared_ptr<CallTicket<Record>> ticket,
-             Build build, Read read)
+             Build build, Read read, Payload payload)
         : m_core(std::move(core)), m_id(id), m_ticket(std::move(ticket)), m_build(std::move(build)),
-          m_read(std::move(read)) {}
+          m_read(std::move(read)), m_payload(payload) {}
 
     void Run() override {
         try {
@@ -89,11 +91,12 @@ public:
                 m_ticket->Answer(eInvalidSize);
                 return;
             }
-            session.Track(m_id, request.send().then([ticket = m_ticket, read = std::move(m_read)](
-                                                        auto&& answer) mutable { TakeAnswer(*ticket, read, answer); },
-                                                    [ticket = m_ticket](kj::Exception&& e) {
-                                                        ticket->Answer(tfs::wire::ResultFromException(e));
-                                                    }));
+            session.Track(
+                m_id, request.send().then([ticket = m_ticket, read = std::move(m_read), payload = m_payload](
+                                              auto&& answer) mutable { TakeAnswer(*ticket, read, answer, payload); },
+                                          [ticket = m_ticket](kj::Exception&& e) {
+                                              ticket->Answer(tfs::wire::ResultFromException(e));
+                                          }));
         } catch (...) {
             m_ticket->Answer(tfs::wire::ResultFromCurrentException());
         }
@@ -101,12 +104,12 @@ public:
 
 private:
     template <class Answer>
-    static void TakeAnswer(CallTicket<Record>& ticket, Read& read, Answer& answer) noexcept {
+    static void TakeAnswer(CallTicket<Record>& ticket, Read& read, Answer& answer, Payload payload) noexcept {
         try {
-            Record record{};
+            std::optional<Record> record;
             const result_t code = answer.getResult();
-            if (ULK_SUCCEEDED(code))
-                read(answer, record);
+            if (ULK_SUCCEEDED(code) || payload == Payload::OfEveryCode)
+                read(answer, record.emplace());
             ticket.Answer(code, std::move(record));
         } catch (...) {
             ticket.Answer(tfs::wire::ResultFromCurrentException());
@@ -118,10 +121,11 @@ private:
     std::shared_ptr<CallTicket<Record>> m_ticket;
     Build m_build;
     Read m_read;
+    Payload m_payload;
 };
 
 template <class Record, class Build, class Read>
-result_t ConnectionCore::Call(Record& out, Build build, Read read) noexcept {
+result_t ConnectionCore::Call(Record& out, Build build, Read read, Payload payload) noexcept {
     try {
         if (m_queue.IsCurrent())
             return eInvalidState;
@@ -135,7 +139,7 @@ result_t ConnectionCore::Call(Record& out, Build build, Read read) noexcept {
         const std::uint64_t id = m_nextCallId.fetch_add(1, std::memory_order_relaxed);
         m_queue.Post(std::make_unique<CallTask<Record, Build, Read>>(
             shared_from_this(), id, std::make_shared<CallTicket<Record>>(call, std::move(place)), std::move(build),
-            std::move(read)));
+            std::move(read), payload));
         const result_t code = call->Wait(deadline, out);
         if (code == eTimeout)
             m_queue.PostFunction([core = shared_from_this(), id] { core->LoopSession().Cancel(id); });

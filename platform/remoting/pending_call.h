@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace ulk::remoting {
@@ -17,8 +18,8 @@ namespace ulk::remoting {
 template <class Record>
 class PendingCall {
 public:
-    /// The first completion counts.
-    void Complete(result_t code, Record&& value) {
+    /// The first completion counts. Without a value the caller's record stays as it is.
+    void Complete(result_t code, std::optional<Record>&& value) {
         {
             LockGuard lock(m_mutex);
             if (m_done)
@@ -30,7 +31,7 @@ public:
         m_ready.notify_one();
     }
 
-    /// eTimeout when the deadline has passed; a completion after it is lost. Fills `out` for a good code only.
+    /// eTimeout when the deadline has passed; a completion after it is lost. Fills `out` where there is a value.
     result_t Wait(std::chrono::steady_clock::time_point deadline, Record& out) {
         LockGuard lock(m_mutex);
         while (!m_done)
@@ -38,8 +39,8 @@ public:
                 m_done = true;
                 return eTimeout;
             }
-        if (ULK_SUCCEEDED(m_code))
-            out = std::move(m_value);
+        if (m_value)
+            out = std::move(*m_value);
         return m_code;
     }
 
@@ -48,7 +49,7 @@ private:
     std::condition_variable_any m_ready;
     bool m_done ULK_GUARDED_BY(m_mutex) = false;
     result_t m_code ULK_GUARDED_BY(m_mutex) = eNotReady;
-    Record m_value ULK_GUARDED_BY(m_mutex){};
+    std::optional<Record> m_value ULK_GUARDED_BY(m_mutex);
 };
 
 /// The loop's end of a call. A ticket that goes without an answer answers eNotReady: that is how everything under way
@@ -58,11 +59,11 @@ class CallTicket {
 public:
     CallTicket(std::shared_ptr<PendingCall<Record>> call, std::shared_ptr<void> place)
         : m_call(std::move(call)), m_place(std::move(place)) {}
-    ~CallTicket() { Answer(eNotReady, Record{}); }
+    ~CallTicket() { Answer(eNotReady); }
     CallTicket(const CallTicket&) = delete;
     CallTicket& operator=(const CallTicket&) = delete;
 
-    void Answer(result_t code, Record value = Record{}) {
+    void Answer(result_t code, std::optional<Record> value = std::nullopt) {
         m_place.reset();
         if (const auto call = std::exchange(m_call, nullptr))
             call->Complete(code, std::move(value));
@@ -75,5 +76,11 @@ private:
 
 /// For calls that yield a code alone.
 struct Nothing {};
+
+/// For which codes of the service an answer's payload is read.
+enum class Payload {
+    OfGoodCode,
+    OfEveryCode,
+};
 
 } // namespace ulk::remoting

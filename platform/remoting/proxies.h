@@ -3,7 +3,8 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
-#include <contract/tfs/event.h>
+#include <contract/tfs/event_query.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 #include <platform/remoting/proxy.h>
 
@@ -19,6 +20,8 @@ class AppSettingsHandlerProxy final : public Proxy<tfs::IAppSettingsHandler, tfs
 public:
     using Proxy::Proxy;
     result_t GetAppSettings(types::any_struct_t& holder) override;
+    result_t SetAppSettings(const tfs::settings::SettingsChangeList& changes,
+                            types::vector_t<tfs::settings::ValidationMessage>& messages, bool acceptTsn) override;
 };
 
 class PolicyProviderProxy final : public Proxy<tfs::IPolicyProvider, tfs::wire::schema::PolicyProvider> {
@@ -51,6 +54,22 @@ public:
     result_t GetSchedule(const types::string16_t& taskName, tfs::TaskSchedule& schedule) override;
     result_t GetTaskInfo(const types::string16_t& idOrName, tfs::core::TaskInfo& task) override;
     result_t CreateScanTask(const tfs::ScanSettings& settings, tfs::core::TaskInfo& task) override;
+};
+
+class EventStorerProxy final : public Proxy<tfs::IEventStorer, tfs::wire::schema::EventStorer> {
+public:
+    using Proxy::Proxy;
+    result_t GetEventCount(std::uint64_t& count) override;
+    result_t GetOldestEvent(tfs::Event& event) override;
+    result_t GetEvent(tfs::Event::IdType id, tfs::Event& event) override;
+    /// Fetches page after page, each within the call's deadline.
+    result_t QueryEvents(const tfs::EventQuery& query, types::vector_t<tfs::Event>& events) override;
+
+private:
+    struct Cursor;
+    struct Page;
+    /// Replaces the page by the one behind it.
+    result_t QueryPage(const tfs::EventQuery& query, Page& page);
 };
 
 /// Subscriptions belong to the connection and not to the proxy: any of a connection's proxies may end one.

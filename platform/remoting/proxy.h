@@ -6,6 +6,7 @@
 #include <platform/remoting/connection_core.h>
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace ulk::remoting {
@@ -18,22 +19,24 @@ public:
     explicit Proxy(std::shared_ptr<ConnectionCore> core) : m_core(std::move(core)) {}
 
 protected:
-    /// `build(client)` makes the request on the loop's thread from what it has copied.
+    /// `build(client)` makes the request on the loop's thread from what it has copied; it must move without throwing,
+    /// for which a copy of something constant is to be captured as `name = name`.
     template <class Build>
     result_t Call(Build build) noexcept {
         Nothing nothing;
         return Call(nothing, std::move(build), [](auto&, Nothing&) {});
     }
-    /// `out` is filled for a good code only.
+    /// `out` is filled for a good code, or for every code that the service answers with, and else stays as it is.
     template <class Record, class Build, class Read>
-    result_t Call(Record& out, Build build, Read read) noexcept {
+    result_t Call(Record& out, Build build, Read read, Payload payload = Payload::OfGoodCode) noexcept {
+        static_assert(std::is_nothrow_move_constructible_v<Build> && std::is_nothrow_move_constructible_v<Read>);
         return m_core->Call(
             out,
             [build = std::move(build)](Session& session) {
                 auto client = session.Get<Schema>(Contract::Iid);
                 return build(client);
             },
-            std::move(read));
+            std::move(read), payload);
     }
     const std::shared_ptr<ConnectionCore>& Core() const noexcept { return m_core; }
 

@@ -25,6 +25,7 @@ constexpr ProxyEntry Proxies[] = {
     {tfs::IPolicyProvider::Iid, &Make<PolicyProviderProxy, tfs::IPolicyProvider>},
     {tfs::IPolicyManager::Iid, &Make<PolicyManagerProxy, tfs::IPolicyManager>},
     {tfs::ITfsTaskManager::Iid, &Make<TaskManagerProxy, tfs::ITfsTaskManager>},
+    {tfs::IEventStorer::Iid, &Make<EventStorerProxy, tfs::IEventStorer>},
     {tfs::IEventSubscriber::Iid, &Make<EventSubscriberProxy, tfs::IEventSubscriber>},
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/proxies.h>
+#include <wire/settings_records.h>
 #include <wire/task_records.h>
 #include <wire/text.h>
 
@@ -23,6 +24,20 @@ result_t AppSettingsHandlerProxy::GetAppSettings(types::any_struct_t& holder) {
     if (ULK_SUCCEEDED(result))
         holder.Set(settings);
     return result;
+}
+
+result_t AppSettingsHandlerProxy::SetAppSettings(const tfs::settings::SettingsChangeList& changes,
+                                                 types::vector_t<tfs::settings::ValidationMessage>& messages,
+                                                 bool acceptTsn) {
+    return Call(
+        messages,
+        [changes = changes, acceptTsn](auto& client) {
+            auto request = client.setAppSettingsRequest();
+            tfs::wire::Write(changes, request.initChanges());
+            request.setAcceptTsn(acceptTsn);
+            return request;
+        },
+        [](auto& answer, auto& records) { tfs::wire::ReadList(answer.getMessages(), records); }, Payload::OfEveryCode);
 }
 
 result_t PolicyProviderProxy::CanBeStarted(const types::string16_t& taskName, bool& allowed) {

@@ -73,7 +73,7 @@ result_t TaskManagerProxy::DeleteTask(const string16_t& taskName) {
 }
 
 result_t TaskManagerProxy::DeleteStatistic(const tfs::OxsStatistic& statistics) {
-    return Call([statistics](auto& client) {
+    return Call([statistics = statistics](auto& client) {
         auto request = client.deleteStatisticRequest();
         tfs::wire::Write(statistics, request.initStatistic());
         return request;
@@ -99,7 +99,7 @@ result_t TaskManagerProxy::GetTaskInfo(const string16_t& idOrName, tfs::core::Ta
 result_t TaskManagerProxy::CreateScanTask(const tfs::ScanSettings& settings, tfs::core::TaskInfo& task) {
     return Call(
         task,
-        [settings](auto& client) {
+        [settings = settings](auto& client) {
             auto request = client.createScanTaskRequest();
             tfs::wire::Write(settings, request.initSettings());
             return request;

@@ -1,27 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <foundation/exceptions.h>
 #include <service/app/api_facade.h>
-
-#include <new>
+#include <service/app/guarded.h>
 
 namespace tfs::service::app {
-namespace {
-
-/// The one place where exceptions of the areas become codes.
-template <class Body>
-result_t Guarded(Body body) noexcept {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return ulk::eOutOfMemory;
-    } catch (const ulk::ResultCodeException& e) {
-        return e.Code();
-    } catch (...) {
-        return ulk::eUnspecified;
-    }
-}
-
-} // namespace
 
 result_t ApiFacade::GetAppInfo(AppInfo& appInfo) noexcept {
     return Guarded([&] {
@@ -39,19 +20,24 @@ result_t ApiFacade::GetAppInfo(AppInfo& appInfo) noexcept {
 }
 
 result_t ApiFacade::GetAppSettings(tfs::settings::AppSettings& appSettings) noexcept {
-    appSettings = tfs::settings::AppSettings();
-    appSettings.reportsForPrivilegedOnly = m_settings.reportsForPrivilegedOnly;
-    return ulk::sOk;
+    return Guarded([&] {
+        appSettings = m_settings.Current()->application;
+        return ulk::sOk;
+    });
 }
 
 result_t ApiFacade::GetPolicy(PolicyState& state) noexcept {
-    state = PolicyState();
-    return ulk::sFalse;
+    return Guarded([&] {
+        const auto current = m_settings.Current();
+        state.name = ulk::text::ToUtf16Lossy(current->policyName);
+        return current->isUnderPolicy ? ulk::sOk : ulk::sFalse;
+    });
 }
 
 result_t ApiFacade::IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) noexcept {
-    localTasks = m_settings.allowUserManageLocalTasks;
-    groupTasks = m_settings.allowUserManageGroupTasks;
+    const auto current = m_settings.Current();
+    localTasks = current->allowUserManageLocalTasks;
+    groupTasks = current->allowUserManageGroupTasks;
     return ulk::sOk;
 }
 

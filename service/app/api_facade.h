@@ -4,7 +4,7 @@
 
 #include <service/app/scanner_host.h>
 #include <service/rpc/service_api.h>
-#include <service/settings/service_settings.h>
+#include <service/settings/settings_store.h>
 #include <service/tasks/task_registry.h>
 
 namespace tfs::service::app {
@@ -12,7 +12,7 @@ namespace tfs::service::app {
 /// Owned by the application object. Any thread; holds no state of its own.
 class ApiFacade final : public rpc::IServiceApi {
 public:
-    ApiFacade(const settings::ServiceSettings& settings, const ScannerHost& scanner, tasks::TaskRegistry& tasks)
+    ApiFacade(const settings::SettingsStore& settings, const ScannerHost& scanner, tasks::TaskRegistry& tasks)
         : m_settings(settings), m_scanner(scanner), m_tasks(tasks) {}
 
     result_t GetAppInfo(AppInfo& appInfo) noexcept override;
@@ -37,7 +37,7 @@ public:
                             core::TaskInfo& task) noexcept override;
 
 private:
-    const settings::ServiceSettings& m_settings;
+    const settings::SettingsStore& m_settings;
     const ScannerHost& m_scanner;
     tasks::TaskRegistry& m_tasks;
 };

@@ -13,6 +13,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 namespace {
 
@@ -50,6 +51,7 @@ int Run() {
     const sigset_t signals = BlockSignals();
     app::ServiceOptions options;
     options.developmentRun = tfs::paths::Root[0] != '\0';
+    options.onFailure = [] { ::kill(::getpid(), SIGTERM); }; // ends the wait below
     app::ServiceApp service(app::ServicePaths::OfProduct(), options);
     std::string problem;
     const result_t result = service.Start(problem);
@@ -60,8 +62,11 @@ int Run() {
     app::service_manager::TellReady();
     WaitForSignal(signals);
     app::service_manager::TellStopping();
+    const result_t failure = service.Failure();
+    if (!ULK_SUCCEEDED(failure))
+        std::fprintf(stderr, "tesl-service: can't go on serving: %s\n", ulk::ResultText(failure).data());
     service.Stop();
-    return app::ExitOk;
+    return ULK_SUCCEEDED(failure) ? app::ExitOk : app::ExitFailure;
 }
 
 } // namespace
@@ -74,7 +79,8 @@ int main(int argc, char** argv) {
         line.set_version_flag("--version", std::string("tesl-service " TESL_VERSION));
         bool foreground = true;
         line.add_flag("--foreground", foreground, "stay in the foreground (always the case)");
-        line.footer("Exit codes: 0 stopped by a signal, 1 couldn't start, 2 unknown option, 3 already running.");
+        line.footer(
+            "Exit codes: 0 stopped by a signal, 1 couldn't start or go on, 2 unknown option, 3 already running.");
         try {
             line.parse(argc, argv);
         } catch (const CLI::ParseError& e) {

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/app/folders.h>
 #include <service/app/service_app.h>
+#include <service/app/settings_events.h>
+#include <service/settings/policy_folder.h>
 
 #include <exception>
+#include <unistd.h>
 #include <utility>
 
 namespace tfs::service::app {
@@ -27,8 +30,7 @@ result_t ServiceApp::MakeFolders(std::string& problem) {
         mode_t mode;
     } const folders[] = {{FolderOf(m_paths.lock), 0755},          {FolderOf(m_paths.socket), 0755},
                          {FolderOf(m_paths.configuration), 0755}, {m_paths.basesFolder, 0755},
-                         {m_paths.privateFolder, 0700},           {FolderOf(m_paths.eventDatabase), 0700},
-                         {FolderOf(m_paths.taskStateFile), 0700}, {m_paths.logFolder, 0700}};
+                         {m_paths.privateFolder, 0700},           {FolderOf(m_paths.taskStateFile), 0700}};
     for (const auto& folder : folders)
         if (const result_t result = MakeFolder(folder.path, folder.mode); !ULK_SUCCEEDED(result)) {
             problem = "can't make " + folder.path + ": " + std::string(ulk::ResultText(result));
@@ -37,7 +39,68 @@ result_t ServiceApp::MakeFolders(std::string& problem) {
     return ulk::sOk;
 }
 
+/// The service itself needs none of these.
+void ServiceApp::MakeUserFolders() {
+    for (const std::string& folder : {m_paths.userTraceFolder, m_paths.userDumpFolder})
+        if (const result_t result = MakeSharedFolder(folder); !ULK_SUCCEEDED(result)) {
+            ULK_TRACE(Tracer(), ulk::level::Failure)
+                << "can't make " << folder << " for the users: " << ulk::ResultText(result);
+        }
+}
+
+void ServiceApp::LoadSettings() {
+    settings::LoadedSettings loaded = settings::LoadSettings(m_paths.configuration);
+    m_settingsProblem = loaded.problem;
+    m_settings = std::make_unique<settings::SettingsStore>(
+        settings::SettingsStore::Options{m_paths.configuration, m_paths.statement}, std::move(loaded));
+    m_settings->SetPolicy(settings::ReadPolicyFolder(m_paths.policyFolder, PolicyOwner()));
+    m_atStart = m_settings->Current();
+}
+
+uid_t ServiceApp::PolicyOwner() const noexcept { return m_options.developmentRun ? ::geteuid() : 0; }
+
+void ServiceApp::OpenTracer(std::string& problem) {
+    const std::string folder = m_paths.root + AtStart().traceFolder;
+    (void)MakeFolder(folder, 0700);
+    if (!ULK_SUCCEEDED(m_tracer.Open(m_paths.libraryFolder, problem)))
+        return;
+    if (const result_t result = m_tracer.Configure(m_paths.root, AtStart()); !ULK_SUCCEEDED(result))
+        problem = "no trace can be written in " + folder + ": " + std::string(ulk::ResultText(result));
+}
+
+void ServiceApp::MakeAreas() {
+    store::EventBus::Options events;
+    events.databasePath = m_paths.root + AtStart().eventsStoragePath;
+    events.maxEvents = AtStart().maxEventsNumber;
+    (void)MakeFolder(FolderOf(events.databasePath), 0700); // without a database events live in the feed
+    m_events = std::make_unique<store::EventBus>(std::move(events), m_tracer.Get());
+    m_events->Start();
+    m_feeds = std::make_unique<FeedTee>(*m_events);
+    m_systemLog = std::make_unique<SystemLogForwarder>(
+        m_feeds->Second(), m_options.systemLog ? m_options.systemLog : std::make_shared<SystemLog>());
+    m_systemLog->SetEnabled(AtStart().useSyslog);
+    m_scanner = std::make_unique<ScannerHost>(DescribeScanner(), m_paths.seedBasesFolder, *m_events, m_tracer.Get());
+    m_tasks = std::make_unique<tasks::TaskRegistry>(DescribeTasks(), *m_scanner, *m_events, m_tracer.Get());
+    m_api = std::make_unique<ApiFacade>(*m_settings, *m_scanner, *m_tasks);
+    m_blockingApi = std::make_unique<BlockingFacade>(*m_settings, *m_events);
+}
+
+void ServiceApp::FollowSettings() {
+    m_effects = std::make_unique<SettingsEffects>(
+        m_paths.root, SettingsEffects::Areas{*m_settings, m_tracer, *m_events, *m_tasks, *m_systemLog});
+    if (!m_settingsProblem.empty()) {
+        ULK_TRACE(Tracer(), ulk::level::Failure) << m_settingsProblem << "; defaults are in force";
+        m_events->Publish(MakeSettingsNotUsed(m_paths.configuration, m_settingsProblem));
+    }
+    m_settings->Listen([this](const settings::SettingsChange& change) { m_effects->OnChange(change); });
+    m_policy = std::make_unique<settings::PolicyWatcher>(
+        m_paths.policyFolder, PolicyOwner(), m_tracer.Get(),
+        [this](const settings::Policy& policy) { m_effects->OnPolicy(policy); });
+    m_policy->Start();
+}
+
 result_t ServiceApp::Start(std::string& problem) {
+    m_failure.store(ulk::sOk);
     try {
         if (const result_t result = MakeFolders(problem); !ULK_SUCCEEDED(result))
             return result;
@@ -47,29 +110,20 @@ result_t ServiceApp::Start(std::string& problem) {
                           : "can't lock " + m_paths.lock + ": " + std::string(ulk::ResultText(result));
             return result;
         }
-        m_settings = settings::LoadSettings(m_paths.configuration);
+        LoadSettings();
         std::string noTrace;
-        m_tracer.Open(m_paths.libraryFolder, m_paths.logFolder, m_settings.settings.traceLevel, noTrace);
-
-        m_events = std::make_unique<store::EventBus>(store::EventBus::Options{m_paths.eventDatabase}, m_tracer.Get());
-        m_events->Start();
-        m_scanner =
-            std::make_unique<ScannerHost>(DescribeScanner(), m_paths.seedBasesFolder, *m_events, m_tracer.Get());
-        m_tasks = std::make_unique<tasks::TaskRegistry>(DescribeTasks(), *m_scanner, *m_events, m_tracer.Get());
-        m_api = std::make_unique<ApiFacade>(m_settings.settings, *m_scanner, *m_tasks);
+        OpenTracer(noTrace);
+        MakeUserFolders();
+        MakeAreas();
 
         Event started;
         started.type = types::EventName::ApplicationStarted;
         m_events->Publish(std::move(started));
-        TellAboutSettings();
+        FollowSettings();
         m_tasks->Load();
         m_scanner->Start();
 
-        rpc::RpcServerOptions serverOptions;
-        serverOptions.socketPath = m_paths.socket;
-        serverOptions.adminGroup = m_options.adminGroup;
-        serverOptions.developmentRun = m_options.developmentRun;
-        m_rpc = std::make_unique<rpc::RpcServer>(std::move(serverOptions), *m_api, *m_events, Tracer());
+        m_rpc = std::make_unique<rpc::RpcServer>(DescribeServer(), *m_api, *m_blockingApi, m_feeds->First(), Tracer());
         const result_t result = m_rpc->Start();
         problem = ULK_SUCCEEDED(result) ? noTrace
                                         : "can't serve " + m_paths.socket + ": " + std::string(ulk::ResultText(result));
@@ -83,40 +137,43 @@ result_t ServiceApp::Start(std::string& problem) {
     }
 }
 
-void ServiceApp::TellAboutSettings() {
-    if (m_settings.problem.empty())
-        return;
-    ULK_TRACE(Tracer(), ulk::level::Failure) << m_settings.problem << "; defaults are in force";
-    Event event;
-    event.type = types::EventName::IntegrityCheckFailed;
-    event.severity = types::EventSeverity::High;
-    event.Add(types::AdditionalName::Path, m_paths.configuration);
-    event.Add(types::AdditionalName::Information, m_settings.problem);
-    m_events->Publish(std::move(event));
+rpc::RpcServerOptions ServiceApp::DescribeServer() {
+    rpc::RpcServerOptions options;
+    options.socketPath = m_paths.socket;
+    options.adminGroup = m_options.adminGroup;
+    options.developmentRun = m_options.developmentRun;
+    options.onFailure = [this](result_t result) {
+        m_failure.store(result);
+        if (m_options.onFailure)
+            m_options.onFailure();
+    };
+    return options;
 }
 
 scan::ScannerConfig ServiceApp::DescribeScanner() const {
     scan::ScannerConfig config;
     config.program = m_paths.scannerProgram;
     config.basesFolder = m_paths.basesFolder;
-    config.maxWorkers = m_settings.settings.scannerWorkers;
-    config.fileTimeLimitMs = m_settings.settings.fileTimeLimitSeconds * 1000;
+    config.maxWorkers = m_settings->AtStart().scannerWorkers;
+    config.fileTimeLimitMs = m_settings->AtStart().fileTimeLimitSeconds * 1000;
     return config;
 }
 
 tasks::TaskRegistry::Options ServiceApp::DescribeTasks() const {
     tasks::TaskRegistry::Options options;
     options.stateFile = m_paths.taskStateFile;
-    options.fullScanAreas = m_settings.settings.scanScope;
-    options.exclusions = m_settings.settings.scanExclusions;
+    options.fullScanAreas = m_settings->AtStart().scanScope;
+    options.exclusions = m_settings->AtStart().scanExclusions;
     // The signatures hold what they look for, and what the service keeps apart is not to be found again.
     for (const std::string& own : {m_paths.basesFolder, m_paths.seedBasesFolder, m_paths.privateFolder})
         options.exclusions.push_back(WithoutSlash(own));
-    options.allowUserManageLocalTasks = m_settings.settings.allowUserManageLocalTasks;
+    options.rules = RulesOf(*m_atStart);
     return options;
 }
 
 void ServiceApp::Stop() noexcept {
+    if (m_policy)
+        m_policy->Stop();
     if (m_tasks)
         m_tasks->Shutdown();
     if (m_events && m_rpc) {
@@ -124,7 +181,8 @@ void ServiceApp::Stop() noexcept {
             Event stopped;
             stopped.type = types::EventName::ApplicationStopped;
             stopped.Add(types::AdditionalName::ApplicationStopReason,
-                        static_cast<std::uint32_t>(types::ApplicationStopReason::NormalExit));
+                        static_cast<std::uint32_t>(ULK_SUCCEEDED(Failure()) ? types::ApplicationStopReason::NormalExit
+                                                                            : types::ApplicationStopReason::Crash));
             m_events->Publish(std::move(stopped));
         } catch (const std::exception&) { // memory is short; stopping goes on
         }
@@ -132,14 +190,20 @@ void ServiceApp::Stop() noexcept {
     if (m_rpc)
         m_rpc->Stop();
     m_rpc.reset();
+    m_policy.reset();
+    m_effects.reset();
+    m_blockingApi.reset();
     m_api.reset();
     if (m_scanner)
         m_scanner->Stop();
     m_tasks.reset();
     m_scanner.reset();
+    m_systemLog.reset();
+    m_feeds.reset();
     if (m_events)
         m_events->Stop();
     m_events.reset();
+    m_settings.reset();
     if (Tracer() != nullptr)
         Tracer()->Flush();
     m_lock.Release();

@@ -3,15 +3,22 @@
 #pragma once
 
 #include <service/app/api_facade.h>
+#include <service/app/blocking_facade.h>
+#include <service/app/feed_tee.h>
 #include <service/app/instance_lock.h>
 #include <service/app/scanner_host.h>
 #include <service/app/service_paths.h>
 #include <service/app/service_tracer.h>
+#include <service/app/settings_effects.h>
+#include <service/app/system_log.h>
 #include <service/rpc/rpc_server.h>
-#include <service/settings/service_settings.h>
+#include <service/settings/policy_watcher.h>
+#include <service/settings/settings_store.h>
 #include <service/store/event_bus.h>
 #include <service/tasks/task_registry.h>
 
+#include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,7 +26,10 @@ namespace tfs::service::app {
 
 struct ServiceOptions {
     std::string adminGroup = "tesl-admin";
-    bool developmentRun = false; ///< the service's own user is an administrator too
+    bool developmentRun = false; ///< the service's own user is an administrator too, and may lay down the policy
+    std::shared_ptr<ISystemLog> systemLog; ///< null for the system's own
+    /// Called on a thread of the service when it can't go on serving; it is to be stopped then. Must not throw.
+    std::function<void()> onFailure;
 };
 
 /// Made, started, stopped and destroyed on one thread.
@@ -36,26 +46,45 @@ public:
     /// Stops tasks, tells so, writes the state, removes the socket. Safe to call twice.
     void Stop() noexcept;
 
+    /// Why it can't go on; sOk as long as it can. Any thread.
+    result_t Failure() const noexcept { return m_failure.load(); }
+
     /// Valid while started.
     rpc::IServiceApi& Api() noexcept { return *m_api; }
+    rpc::IBlockingApi& BlockingApi() noexcept { return *m_blockingApi; }
     store::EventBus& Events() noexcept { return *m_events; }
     ulk::ITracer* Tracer() const noexcept { return m_tracer.Get().Get(); }
 
 private:
     result_t MakeFolders(std::string& problem);
-    void TellAboutSettings();
+    void MakeUserFolders();
+    void LoadSettings();
+    uid_t PolicyOwner() const noexcept;
+    void OpenTracer(std::string& problem);
+    void MakeAreas();
+    void FollowSettings();
+    rpc::RpcServerOptions DescribeServer();
+    const tfs::settings::AppSettings& AtStart() const noexcept { return m_atStart->application; }
     scan::ScannerConfig DescribeScanner() const;
     tasks::TaskRegistry::Options DescribeTasks() const;
 
     const ServicePaths m_paths;
     const ServiceOptions m_options;
+    std::atomic<result_t> m_failure{ulk::sOk};
     InstanceLock m_lock;
-    settings::LoadedSettings m_settings;
+    std::string m_settingsProblem;
+    std::unique_ptr<settings::SettingsStore> m_settings;
+    std::shared_ptr<const settings::EffectiveSettings> m_atStart;
     ServiceTracer m_tracer;
     std::unique_ptr<store::EventBus> m_events;
+    std::unique_ptr<FeedTee> m_feeds;
+    std::unique_ptr<SystemLogForwarder> m_systemLog;
     std::unique_ptr<ScannerHost> m_scanner;
     std::unique_ptr<tasks::TaskRegistry> m_tasks;
     std::unique_ptr<ApiFacade> m_api;
+    std::unique_ptr<BlockingFacade> m_blockingApi;
+    std::unique_ptr<SettingsEffects> m_effects;
+    std::unique_ptr<settings::PolicyWatcher> m_policy;
     std::unique_ptr<rpc::RpcServer> m_rpc;
 };
 

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/connection.h>
+#include <service/rpc/event_subscription.h>
 #include <service/rpc/locator_server.h>
 
 namespace tfs::service::rpc {
-Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who,
-                       const RpcServerOptions& options, IServiceApi& serviceApi, EventHub& eventHub,
-                       ulk::ITracer* tracer)
-    : ConnectionContext(who, serviceApi, eventHub, options.subscriptions), m_options(options), m_tracer(tracer),
+
+Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
+                       const RpcServerOptions& options, IServiceApi& serviceApi,
+                       std::shared_ptr<BlockingCalls> blockingCalls, EventHub& eventHub, ulk::ITracer* tracer)
+    : ConnectionContext(who, admitted, serviceApi, std::move(blockingCalls), eventHub, options.subscriptions),
+      m_options(options), m_tracer(tracer),
       m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket), kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                                      kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
       // A client finishes its calls a little after it has taken their answers, hence twice the number.
@@ -33,6 +36,8 @@ Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Cal
 
 Connection::~Connection() noexcept(false) {
     m_stream.SetOnEnd([](wire::StreamEnd) {});
+    while (!subscriptions.empty())
+        (*subscriptions.begin())->End();
     m_rpc = nullptr;
 }
 

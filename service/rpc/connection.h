@@ -17,8 +17,9 @@ namespace tfs::service::rpc {
 /// On the loop's thread. Whatever its client does costs this connection alone.
 class Connection final : public ConnectionContext {
 public:
-    Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, const RpcServerOptions& options,
-               IServiceApi& serviceApi, EventHub& eventHub, ulk::ITracer* tracer);
+    Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
+               const RpcServerOptions& options, IServiceApi& serviceApi, std::shared_ptr<BlockingCalls> blockingCalls,
+               EventHub& eventHub, ulk::ITracer* tracer);
     ~Connection() noexcept(false) override;
 
     /// Resolves when the connection has ended or is to be ended; the owner destroys it then.

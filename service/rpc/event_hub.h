@@ -8,6 +8,7 @@
 #include <wire/loop_thread.h>
 
 #include <atomic>
+#include <capnp/capability.h>
 #include <cstdint>
 #include <kj/async-io.h>
 #include <map>
@@ -23,8 +24,8 @@ struct StoredPage {
     std::vector<Event> events;
 };
 
-/// On the loop's thread, but for the feed's wake-up. Holds no events.
-class EventHub {
+/// On the loop's thread, but for the feed's wake-up; a debug build asserts it. Holds no events.
+class EventHub final : private kj::TaskSet::ErrorHandler {
 public:
     EventHub(store::IEventFeed& feed, wire::LoopQueue& queue, Worker& storeWorker, kj::Timer& timer,
              ulk::ITracer* tracer);
@@ -32,9 +33,12 @@ public:
     EventHub(const EventHub&) = delete;
     EventHub& operator=(const EventHub&) = delete;
 
-    void Add(EventSubscription& subscription) { m_subscriptions.insert(&subscription); }
-    void Remove(EventSubscription& subscription) { m_subscriptions.erase(&subscription); }
+    void Add(EventSubscription& subscription);
+    void Remove(EventSubscription& subscription) noexcept;
     std::size_t Count() const noexcept { return m_subscriptions.size(); }
+    void AssertThread() const;
+    /// Frees the capability when the loop comes to it.
+    void LetGoLater(capnp::Capability::Client capability) noexcept;
 
     const store::IEventFeed& Feed() const noexcept { return m_feed; }
     kj::Timer& Timer() noexcept { return m_timer; }
@@ -43,6 +47,7 @@ public:
     kj::Promise<StoredPage> ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit);
 
 private:
+    void taskFailed(kj::Exception&& exception) override;
     void OnPublished() noexcept;
     void WakeAll();
 
@@ -55,6 +60,7 @@ private:
     std::set<EventSubscription*> m_subscriptions;
     std::uint64_t m_nextRead = 1;
     std::map<std::uint64_t, kj::Own<kj::PromiseFulfiller<StoredPage>>> m_reads;
+    kj::TaskSet m_partings;
 };
 
 } // namespace tfs::service::rpc

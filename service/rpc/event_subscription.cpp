@@ -2,7 +2,9 @@
 #include <service/rpc/event_hub.h>
 #include <service/rpc/event_subscription.h>
 #include <service/rpc/objects.h>
+#include <service/rpc/trace_caller.h>
 #include <wire/event_records.h>
+#include <wire/text.h>
 
 #include <utility>
 
@@ -23,8 +25,11 @@ EventSubscription::EventSubscription(ConnectionContext& context, EventFilter fil
     const store::FeedPosition end = m_context.hub.Feed().End();
     m_sequence = end.nextSequence;
     m_lastId = end.lastStoredId;
+}
+
+void EventSubscription::Begin() {
+    m_context.subscriptions.insert(this);
     m_context.hub.Add(*this);
-    ++m_context.subscriptions;
     m_run = kj::evalLater([this] { return Step(); }).eagerlyEvaluate([this](kj::Exception&& e) {
         // A client that went on without its events would show stale pages for ever: let it connect anew.
         ULK_TRACE(m_context.hub.Tracer(), ulk::level::Notable)
@@ -33,12 +38,22 @@ EventSubscription::EventSubscription(ConnectionContext& context, EventFilter fil
     });
 }
 
-EventSubscription::~EventSubscription() {
+EventSubscription::~EventSubscription() { End(); }
+
+void EventSubscription::End() {
+    if (m_hasEnded)
+        return;
+    m_hasEnded = true;
     m_context.hub.Remove(*this);
-    --m_context.subscriptions;
+    m_context.subscriptions.erase(this);
+    m_run = nullptr;
+    m_waiting = nullptr;
+    // Not here: a client can see to it that this very object ends in the middle of something that the receiver does.
+    m_context.hub.LetGoLater(kj::mv(m_receiver));
 }
 
 void EventSubscription::Wake() {
+    m_context.hub.AssertThread();
     m_published = true;
     KJ_IF_MAYBE (waiting, m_waiting) {
         auto fulfiller = kj::mv(*waiting);
@@ -65,6 +80,7 @@ bool EventSubscription::Take(const Event& event) {
 }
 
 kj::Promise<void> EventSubscription::Step() {
+    m_context.hub.AssertThread();
     if (m_context.IsCongested())
         return m_context.OnWritten().then([this] { return Step(); });
     m_published = false;
@@ -167,7 +183,9 @@ kj::Promise<void> EventSubscription::SendPage(std::shared_ptr<const std::vector<
 SubscriptionObject::SubscriptionObject(ConnectionContext& context, EventFilter filter,
                                        wire::schema::EventReceiver::Client receiver)
     : ServiceObject(Methods(), context.caller),
-      m_subscription(std::make_unique<EventSubscription>(context, std::move(filter), kj::mv(receiver))) {}
+      m_subscription(std::make_unique<EventSubscription>(context, std::move(filter), kj::mv(receiver))) {
+    m_subscription->Begin();
+}
 
 std::span<const Method> SubscriptionObject::Methods() noexcept {
     static constexpr Method Table[] = {
@@ -190,7 +208,7 @@ std::span<const Method> EventSubscriberObject::Methods() noexcept {
 
 result_t EventSubscriberObject::Subscribe(Schema::SubscribeParams::Reader params,
                                           Schema::SubscribeResults::Builder results) {
-    if (m_context.subscriptions >= m_context.subscriptionsLimit)
+    if (m_context.subscriptions.size() >= m_context.subscriptionsLimit)
         return ulk::eInsufficientResources;
     const auto given = params.getFilter();
     if (!params.hasReceiver() || given.getEventTypes().size() > FilterEntriesLimit ||
@@ -198,6 +216,7 @@ result_t EventSubscriberObject::Subscribe(Schema::SubscribeParams::Reader params
         return ulk::eInvalidArgument;
     EventFilter filter;
     wire::Read(given, filter);
+    TraceCaller(m_context, "subscribes as", wire::ReadText(params.getName()));
     results.setSubscription(
         capnp::Capability::Client(kj::heap<SubscriptionObject>(m_context, std::move(filter), params.getReceiver()))
             .castAs<wire::schema::EventSubscription>());

@@ -18,16 +18,22 @@ namespace tfs::service::rpc {
 /// Pulls from the feed, filters, sends in batches by streaming calls, and waits for the window or the connection's
 /// write queue before it pulls again: a slow subscriber costs a window, not the events that it hasn't taken. One that
 /// has fallen out of the ring is served from the store up to the feed's end and goes on from there. On the loop's
-/// thread; destroying it ends the subscription.
+/// thread; a debug build asserts it.
 class EventSubscription {
 public:
+    /// Takes the feed's end for its beginning.
     EventSubscription(ConnectionContext& context, EventFilter filter, wire::schema::EventReceiver::Client receiver);
     ~EventSubscription();
     EventSubscription(const EventSubscription&) = delete;
     EventSubscription& operator=(const EventSubscription&) = delete;
 
+    /// Called once. Sends what is published from the making of this object on.
+    void Begin();
     /// Something has been published.
     void Wake();
+    /// Sends nothing any more and lets go of the receiver, which may be what keeps this object. Destroying it does the
+    /// same.
+    void End();
 
 private:
     kj::Promise<void> Step();
@@ -50,6 +56,7 @@ private:
     std::vector<store::FeedItem> m_items;
     std::vector<const Event*> m_batch; ///< point into m_items or into the page being sent
     bool m_published = false;
+    bool m_hasEnded = false;
     kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_waiting;
     kj::Promise<void> m_run = nullptr;
 };

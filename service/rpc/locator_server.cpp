@@ -3,6 +3,8 @@
 #include <service/rpc/event_subscription.h>
 #include <service/rpc/locator_server.h>
 #include <service/rpc/objects.h>
+#include <service/rpc/trace_caller.h>
+#include <wire/text.h>
 
 #include <algorithm>
 #include <iterator>
@@ -24,6 +26,7 @@ constexpr ObjectEntry Objects[] = {
     {IAppInfoProvider::Iid, &Make<AppInfoObject>},       {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
     {IPolicyProvider::Iid, &Make<PolicyProviderObject>}, {IPolicyManager::Iid, &Make<PolicyManagerObject>},
     {ITfsTaskManager::Iid, &Make<TaskManagerObject>},    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
+    {IEventStorer::Iid, &Make<EventStorerObject>},
 };
 
 } // namespace
@@ -41,6 +44,10 @@ result_t LocatorObject::Hello(Schema::HelloParams::Reader params, Schema::HelloR
     results.setVersion(wire::ProtocolVersion);
     if (params.getVersion() != wire::ProtocolVersion)
         return ulk::eInvalidVersion;
+    if (!ULK_SUCCEEDED(m_context.admission))
+        return m_context.admission;
+    if (!m_greeted)
+        TraceCaller(m_context, "greets as", wire::ReadBytes(params.getProgram()));
     m_greeted = true;
     m_context.Greeted();
     return ulk::sOk;
@@ -71,7 +78,7 @@ std::span<const std::span<const Method>> AllMethodTables() noexcept {
     static const std::span<const Method> Tables[] = {
         LocatorObject::Methods(),         AppInfoObject::Methods(),       AppSettingsObject::Methods(),
         PolicyProviderObject::Methods(),  PolicyManagerObject::Methods(), TaskManagerObject::Methods(),
-        EventSubscriberObject::Methods(), SubscriptionObject::Methods(),
+        EventSubscriberObject::Methods(), SubscriptionObject::Methods(),  EventStorerObject::Methods(),
     };
     return Tables;
 }

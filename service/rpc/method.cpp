@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/method.h>
 
-#include <kj/debug.h>
 #include <kj/exception.h>
 
 namespace tfs::service::rpc {
@@ -10,17 +9,13 @@ ServiceObject::DispatchCallResult ServiceObject::dispatchCall(std::uint64_t inte
                                                               Context context) {
     for (const Method& method : m_methods)
         if (method.InterfaceId() == interfaceId && method.Ordinal() == methodId)
-            return {kj::evalNow([&]() -> kj::Promise<void> {
-                        method.Call(*this, context);
-                        return kj::READY_NOW;
-                    }),
-                    false};
+            return {kj::evalNow([&] { return method.Call(*this, context); }), false};
     return internalUnimplemented("service", interfaceId, methodId);
 }
 
 void RequireSendable(std::uint64_t words) {
     if (words * sizeof(capnp::word) + wire::EnvelopeSize > wire::ReplySizeLimit)
-        kj::throwFatalException(KJ_EXCEPTION(OVERLOADED, "the answer is too large"));
+        kj::throwFatalException(wire::AnswerTooLarge());
 }
 
 } // namespace tfs::service::rpc

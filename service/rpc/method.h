@@ -3,6 +3,7 @@
 #pragma once
 
 #include <foundation/result.h>
+#include <service/rpc/blocking_calls.h>
 #include <service/rpc/service_api.h>
 #include <wire/protocol.h>
 #include <wire/results.h>
@@ -11,7 +12,9 @@
 #include <capnp/generated-header-support.h>
 #include <cstdint>
 #include <kj/async.h>
+#include <memory>
 #include <span>
+#include <utility>
 
 namespace tfs::service::rpc {
 
@@ -32,8 +35,10 @@ class Method;
 /// thread.
 class ServiceObject : public capnp::Capability::Server {
 public:
-    /// `methods` outlives the object.
-    ServiceObject(std::span<const Method> methods, const Caller& caller) : m_methods(methods), m_caller(caller) {}
+    /// `methods` outlives the object. `blocking` is there where a method of the table blocks.
+    ServiceObject(std::span<const Method> methods, const Caller& caller,
+                  std::shared_ptr<BlockingCalls> blocking = nullptr)
+        : m_methods(methods), m_caller(caller), m_blocking(std::move(blocking)) {}
 
     using Context = capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer>;
     DispatchCallResult dispatchCall(std::uint64_t interfaceId, std::uint16_t methodId, Context context) final;
@@ -50,16 +55,29 @@ private:
 
     const std::span<const Method> m_methods;
     const Caller m_caller;
+    const std::shared_ptr<BlockingCalls> m_blocking;
 };
 
-/// One row of an object's table. A body is `result_t Object::Body(Params::Reader, Results::Builder)`; its code goes
-/// into the results. An exception from it is turned into a code, and never ends the loop.
+/// One row of an object's table. Exceptions from what a method does are turned into a code, and never end the loop.
 class Method {
 public:
+    /// Answered at once, on the loop's thread. A body is `result_t Object::Body(Params::Reader, Results::Builder)`; its
+    /// code goes into the results.
     /// Interface and ordinal are those of the schema. A row can't be made without a privilege.
     template <class Interface, auto Body>
     static constexpr Method Of(std::uint16_t ordinal, const char* name, Privilege privilege) {
         return Method(capnp::typeId<Interface>(), ordinal, name, privilege, &Invoke<Body>);
+    }
+
+    /// Answered by a helper thread. `BlockingCall` is made for each call and has
+    /// - the types Params and Results,
+    /// - `void Read(Params::Reader)`, which copies the parameters, on the loop's thread,
+    /// - `result_t Run(IBlockingApi&, const Caller&)`, on a helper thread,
+    /// - `void Write(result_t code, Results::Builder)`, which writes what there is beside the code, on the loop's
+    /// thread. A call that has to wait behind too many of its connection is eInsufficientResources.
+    template <class Interface, class BlockingCall>
+    static constexpr Method Blocking(std::uint16_t ordinal, const char* name, Privilege privilege) {
+        return Method(capnp::typeId<Interface>(), ordinal, name, privilege, &InvokeBlocking<BlockingCall>);
     }
 
     constexpr std::uint64_t InterfaceId() const noexcept { return m_interfaceId; }
@@ -67,10 +85,12 @@ public:
     constexpr const char* Name() const noexcept { return m_name; }
     constexpr Privilege Needs() const noexcept { return m_privilege; }
 
-    void Call(ServiceObject& object, ServiceObject::Context context) const { m_invoke(object, *this, context); }
+    kj::Promise<void> Call(ServiceObject& object, ServiceObject::Context context) const {
+        return m_invoke(object, *this, context);
+    }
 
 private:
-    using InvokeFunction = void (*)(ServiceObject&, const Method&, ServiceObject::Context);
+    using InvokeFunction = kj::Promise<void> (*)(ServiceObject&, const Method&, ServiceObject::Context);
 
     constexpr Method(std::uint64_t interfaceId, std::uint16_t ordinal, const char* name, Privilege privilege,
                      InvokeFunction invoke)
@@ -86,7 +106,12 @@ private:
     };
 
     template <auto Body>
-    static void Invoke(ServiceObject& object, const Method& method, ServiceObject::Context context);
+    static kj::Promise<void> Invoke(ServiceObject& object, const Method& method, ServiceObject::Context context);
+    template <class BlockingCall>
+    static kj::Promise<void> InvokeBlocking(ServiceObject& object, const Method& method,
+                                            ServiceObject::Context context);
+    template <class Context, class Write>
+    static void Answer(Context& context, Write write);
 
     std::uint64_t m_interfaceId;
     std::uint16_t m_ordinal;
@@ -95,25 +120,74 @@ private:
     InvokeFunction m_invoke;
 };
 
-/// Throws an OVERLOADED kj::Exception: nothing of an answer beyond the client's limit is sent.
+/// Throws wire::AnswerTooLarge where the answer is beyond the client's limit; nothing of it is sent.
 void RequireSendable(std::uint64_t words);
 
-template <auto Body>
-void Method::Invoke(ServiceObject& object, const Method& method, ServiceObject::Context context) {
-    using Sig = Signature<decltype(Body)>;
-    auto typed = object.Typed<typename Sig::Params, typename Sig::Results>(context);
-    auto results = typed.getResults();
-    result_t code = ulk::eAccessDenied;
-    if (IsAllowed(method.Needs(), object.GetCaller())) {
-        try {
-            code = (static_cast<typename Sig::Object&>(object).*Body)(typed.getParams(), results);
-        } catch (...) {
-            code = wire::ResultFromCurrentException();
-        }
+/// `write(results)` fills the results and tells the code.
+template <class Context, class Write>
+void Method::Answer(Context& context, Write write) {
+    auto results = context.getResults();
+    result_t code = ulk::eUnexpected;
+    try {
+        code = write(results);
+    } catch (...) {
+        code = wire::ResultFromCurrentException();
     }
-    typed.releaseParams();
+    context.releaseParams();
     RequireSendable(results.totalSize().wordCount);
     results.setResult(code);
+}
+
+template <auto Body>
+kj::Promise<void> Method::Invoke(ServiceObject& object, const Method& method, ServiceObject::Context context) {
+    using Sig = Signature<decltype(Body)>;
+    auto typed = object.Typed<typename Sig::Params, typename Sig::Results>(context);
+    Answer(typed, [&](auto& results) {
+        if (!IsAllowed(method.Needs(), object.GetCaller()))
+            return ulk::eAccessDenied;
+        return (static_cast<typename Sig::Object&>(object).*Body)(typed.getParams(), results);
+    });
+    return kj::READY_NOW;
+}
+
+template <class BlockingCall>
+kj::Promise<void> Method::InvokeBlocking(ServiceObject& object, const Method& method, ServiceObject::Context context) {
+    auto typed = object.Typed<typename BlockingCall::Params, typename BlockingCall::Results>(context);
+    const auto refuse = [&typed](result_t code) -> kj::Promise<void> {
+        Answer(typed, [code](auto&) { return code; });
+        return kj::READY_NOW;
+    };
+    if (!IsAllowed(method.Needs(), object.GetCaller()))
+        return refuse(ulk::eAccessDenied);
+    // Plain data, which the helper thread and the loop have one after the other.
+    struct State {
+        BlockingCall call;
+        result_t code = ulk::eUnexpected;
+    };
+    const auto state = std::make_shared<State>();
+    try {
+        state->call.Read(typed.getParams());
+    } catch (...) {
+        return refuse(wire::ResultFromCurrentException());
+    }
+    typed.releaseParams();
+    auto started = object.m_blocking->Start([state, &api = object.m_blocking->Api(), caller = object.GetCaller()] {
+        try {
+            state->code = state->call.Run(api, caller);
+        } catch (...) {
+            state->code = wire::ResultFromCurrentException();
+        }
+    });
+    KJ_IF_MAYBE (done, started) {
+        typed.allowCancellation();
+        return done->then([state, typed]() mutable {
+            Answer(typed, [&state = *state](auto& results) {
+                state.call.Write(state.code, results);
+                return state.code;
+            });
+        });
+    }
+    return refuse(ulk::eInsufficientResources);
 }
 
 /// The tables of every object that a client can reach; for the start-up trace and the tests.

@@ -25,7 +25,7 @@ private:
 class AppSettingsObject final : public ServiceObject {
 public:
     explicit AppSettingsObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller), m_api(context.api) {}
+        : ServiceObject(Methods(), context.caller, context.blocking), m_api(context.api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -91,6 +91,13 @@ private:
                             Schema::CreateScanTaskResults::Builder results);
 
     IServiceApi& m_api;
+};
+
+class EventStorerObject final : public ServiceObject {
+public:
+    explicit EventStorerObject(ConnectionContext& context)
+        : ServiceObject(Methods(), context.caller, context.blocking) {}
+    static std::span<const Method> Methods() noexcept;
 };
 
 class EventSubscriberObject final : public ServiceObject {

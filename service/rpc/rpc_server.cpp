@@ -7,6 +7,7 @@
 #include <wire/results.h>
 
 #include <future>
+#include <kj/exception.h>
 #include <thread>
 #include <utility>
 
@@ -15,14 +16,16 @@ namespace tfs::service::rpc {
 /// One run of the server, from Start to Stop.
 class RpcServerRun {
 public:
-    RpcServerRun(const RpcServerOptions& options, IServiceApi& api, store::IEventFeed& feed, ulk::ITracer* tracer)
-        : m_options(options), m_api(api), m_feed(feed), m_tracer(tracer) {}
+    RpcServerRun(const RpcServerOptions& options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+                 ulk::ITracer* tracer)
+        : m_options(options), m_api(api), m_blockingApi(blockingApi), m_feed(feed), m_tracer(tracer) {}
     ~RpcServerRun() {
         m_queue.RequestStop();
         if (m_thread.joinable())
             m_thread.join();
         m_groupWorker.Stop();
         m_storeWorker.Stop();
+        m_blockingWorkers.Stop();
     }
 
     result_t Start() {
@@ -37,7 +40,8 @@ public:
     RpcServerFigures Figures() {
         const auto promise = std::make_shared<std::promise<RpcServerFigures>>();
         auto answer = promise->get_future();
-        m_queue.PostFunction([this, promise] { promise->set_value(m_loop->Figures()); });
+        if (!m_queue.PostFunction([this, promise] { promise->set_value(m_loop->Figures()); }))
+            return {};
         return answer.wait_for(std::chrono::seconds(5)) == std::future_status::ready ? answer.get()
                                                                                      : RpcServerFigures{};
     }
@@ -46,50 +50,68 @@ private:
     void Loop(std::promise<result_t>& started) noexcept {
         m_queue.Adopt();
         bool running = false;
+        result_t result = ulk::sOk;
         try {
             auto io = kj::setupAsyncIo();
-            RpcLoop loop(
-                io, {m_options, m_api, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker, m_socket.Descriptor()});
+            RpcLoop loop(io, {m_options, m_api, m_blockingApi, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker,
+                              m_blockingWorkers, m_socket.Descriptor()});
             m_loop = &loop;
             running = true;
             started.set_value(ulk::sOk);
-            m_queue.Serve(io, m_tracer);
+            m_queue.Serve(io, m_tracer, loop.Accept());
+        } catch (const kj::Exception& e) {
+            result = wire::ResultFromException(e);
+            ULK_TRACE(m_tracer, ulk::level::Failure) << "rpc: the loop ended: " << e.getDescription().cStr();
         } catch (...) {
-            const result_t result = wire::ResultFromCurrentException();
+            result = wire::ResultFromCurrentException();
             ULK_TRACE(m_tracer, ulk::level::Failure) << "rpc: the loop ended: " << ulk::ResultText(result);
-            if (!running)
-                started.set_value(result);
         }
         m_loop = nullptr;
         m_queue.Close();
+        if (!running)
+            started.set_value(result);
+        else if (!ULK_SUCCEEDED(result))
+            Fail(result);
+    }
+
+    /// Clients must not go on connecting to a socket that nobody accepts from.
+    void Fail(result_t result) noexcept {
+        m_socket.Close();
+        if (m_options.onFailure)
+            m_options.onFailure(result);
     }
 
     const RpcServerOptions& m_options;
     IServiceApi& m_api;
+    IBlockingApi& m_blockingApi;
     store::IEventFeed& m_feed;
     ulk::ITracer* const m_tracer;
-    ListeningSocket m_socket;
+    ListeningSocket m_socket; ///< the loop's thread while it runs, else the owner's
     wire::LoopQueue m_queue;
     Worker m_groupWorker{"rpc-groups"};
     Worker m_storeWorker{"rpc-store"};
+    Worker m_blockingWorkers{"rpc-blocking", m_options.blockingThreads};
     RpcLoop* m_loop = nullptr; ///< the loop's thread alone
     std::thread m_thread;
 };
 
 class RpcServerImpl {
 public:
-    RpcServerImpl(RpcServerOptions given, IServiceApi& serviceApi, store::IEventFeed& eventFeed, ulk::ITracer* trace)
-        : options(std::move(given)), api(serviceApi), feed(eventFeed), tracer(trace) {}
+    RpcServerImpl(RpcServerOptions given, IServiceApi& serviceApi, IBlockingApi& blocking, store::IEventFeed& eventFeed,
+                  ulk::ITracer* trace)
+        : options(std::move(given)), api(serviceApi), blockingApi(blocking), feed(eventFeed), tracer(trace) {}
 
     const RpcServerOptions options;
     IServiceApi& api;
+    IBlockingApi& blockingApi;
     store::IEventFeed& feed;
     ulk::ITracer* const tracer;
     std::unique_ptr<RpcServerRun> run;
 };
 
-RpcServer::RpcServer(Options options, IServiceApi& api, store::IEventFeed& feed, ulk::ITracer* tracer)
-    : m_impl(std::make_unique<RpcServerImpl>(std::move(options), api, feed, tracer)) {}
+RpcServer::RpcServer(Options options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+                     ulk::ITracer* tracer)
+    : m_impl(std::make_unique<RpcServerImpl>(std::move(options), api, blockingApi, feed, tracer)) {}
 
 RpcServer::~RpcServer() { Stop(); }
 
@@ -97,7 +119,8 @@ result_t RpcServer::Start() {
     if (m_impl->run)
         return ulk::eInvalidState;
     try {
-        auto run = std::make_unique<RpcServerRun>(m_impl->options, m_impl->api, m_impl->feed, m_impl->tracer);
+        auto run = std::make_unique<RpcServerRun>(m_impl->options, m_impl->api, m_impl->blockingApi, m_impl->feed,
+                                                  m_impl->tracer);
         const result_t result = run->Start();
         if (ULK_SUCCEEDED(result))
             m_impl->run = std::move(run);

@@ -4,12 +4,14 @@
 
 #include <foundation/object.h>
 #include <foundation/trace.h>
+#include <service/rpc/blocking_api.h>
 #include <service/rpc/service_api.h>
 #include <service/store/event_feed.h>
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -25,13 +27,20 @@ struct RpcServerOptions {
 
     // Caps. What goes beyond costs the connection that does it.
     std::size_t messageSize = 1024 * 1024;            ///< bytes of one message from a client
-    std::uint32_t connectionsPerUser = 16;            ///< more are closed at once
+    std::uint32_t connectionsPerUser = 16;            ///< more are refused, and closed at once where many come
     std::uint32_t connections = 256;                  ///< in all
+    std::uint32_t connectionsOfRootAlone = 16;        ///< of all
     std::uint32_t callsInFlight = 64;                 ///< of one connection; twice as many break it
     std::uint32_t subscriptions = 16;                 ///< of one connection
+    std::uint32_t blockingCallsWaiting = 16;          ///< of one connection, beside the one that runs
+    std::size_t blockingThreads = 4;                  ///< for all connections
     std::chrono::milliseconds firstMessageTime{2000}; ///< until a good greeting
     std::size_t writeQueue = 1024 * 1024;             ///< bytes; beyond it nothing is read and no event is sent
     std::chrono::seconds groupCacheTime{60};          ///< how long a look-up of the administrators' group counts
+
+    /// Called once, on the server's own thread, where serving ended without Stop: the socket is closed and its file
+    /// gone by then. Must not call the server and must not throw.
+    std::function<void(result_t)> onFailure;
 };
 
 /// Figures for tests, benchmarks and the trace. Taken on the loop's thread at one moment.
@@ -43,20 +52,23 @@ struct RpcServerFigures {
 };
 
 /// Start and Stop are called by the owner, on one thread. Everything else happens on the server's own loop thread, and
-/// what may block (group look-ups, the store) on a helper thread. `api` and `feed` outlive the server.
+/// what may block (group look-ups, the store, IBlockingApi) on helper threads. `api`, `blockingApi` and `feed` outlive
+/// the server.
 class RpcServer {
 public:
     using Options = RpcServerOptions;
 
     /// `tracer` may be null.
-    RpcServer(Options options, IServiceApi& api, store::IEventFeed& feed, ulk::ITracer* tracer);
+    RpcServer(Options options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+              ulk::ITracer* tracer);
     /// Stops.
     ~RpcServer();
     RpcServer(const RpcServer&) = delete;
     RpcServer& operator=(const RpcServer&) = delete;
 
     /// Binds the socket and starts to serve. eAlreadyExists where something else than a stale socket stands at the
-    /// path or a live service answers there, eInvalidState when it runs already, else the code of the system call.
+    /// path or a live service answers there, eInvalidState when it runs already or has failed and wasn't stopped, else
+    /// the code of the system call.
     result_t Start();
     /// Closes every connection, joins the threads, removes the socket if it is still ours. Safe to call twice.
     void Stop();

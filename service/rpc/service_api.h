@@ -4,6 +4,7 @@
 
 #include <contract/tfs/app_info.h>
 #include <contract/tfs/event.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 
 #include <string>
@@ -27,7 +28,7 @@ public:
     virtual ~IServiceApi() = default;
 
     virtual result_t GetAppInfo(AppInfo& appInfo) noexcept = 0;
-    virtual result_t GetAppSettings(settings::AppSettings& settings) noexcept = 0;
+    virtual result_t GetAppSettings(tfs::settings::AppSettings& settings) noexcept = 0;
     virtual result_t GetPolicy(PolicyState& state) noexcept = 0;
     virtual result_t IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) noexcept = 0;
     virtual result_t CanBeStarted(const Caller& caller, const std::u16string& taskName, bool& allowed) noexcept = 0;

@@ -1,10 +1,35 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Application state, settings and policy: reads, open to everybody.
+// Application state, settings and policy: reads, open to everybody, and the change of settings.
 #include <service/rpc/objects.h>
+#include <wire/settings_records.h>
 #include <wire/task_records.h>
 #include <wire/text.h>
 
 namespace tfs::service::rpc {
+namespace {
+
+struct SetAppSettingsCall {
+    using Params = wire::schema::AppSettingsHandler::SetAppSettingsParams;
+    using Results = wire::schema::AppSettingsHandler::SetAppSettingsResults;
+
+    void Read(Params::Reader params) {
+        wire::Read(params.getChanges(), m_changes);
+        m_acceptTsn = params.getAcceptTsn();
+    }
+    result_t Run(IBlockingApi& api, const Caller& caller) {
+        return api.SetAppSettings(caller, m_changes, m_acceptTsn, m_messages);
+    }
+    void Write(result_t, Results::Builder results) const {
+        wire::WriteList(m_messages, results.initMessages(static_cast<capnp::uint>(m_messages.size())));
+    }
+
+private:
+    tfs::settings::SettingsChangeList m_changes;
+    bool m_acceptTsn = false;
+    std::vector<tfs::settings::ValidationMessage> m_messages;
+};
+
+} // namespace
 
 std::span<const Method> AppInfoObject::Methods() noexcept {
     static constexpr Method Table[] = {
@@ -24,6 +49,7 @@ result_t AppInfoObject::GetAppInfo(Schema::GetAppInfoParams::Reader, Schema::Get
 std::span<const Method> AppSettingsObject::Methods() noexcept {
     static constexpr Method Table[] = {
         Method::Of<Schema, &AppSettingsObject::GetAppSettings>(0, "getAppSettings", Privilege::Anyone),
+        Method::Blocking<Schema, SetAppSettingsCall>(1, "setAppSettings", Privilege::Administrator),
     };
     return Table;
 }

@@ -11,20 +11,7 @@
 namespace tfs::service::settings {
 namespace {
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd) noexcept : m_fd(fd) {}
-    ~Descriptor() {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const noexcept { return m_fd; }
-
-private:
-    int m_fd;
-};
+constexpr char AsideSuffix[] = ".damaged";
 
 result_t WriteAll(int fd, std::string_view content) noexcept {
     while (!content.empty()) {
@@ -49,6 +36,11 @@ result_t SyncFolderOf(const std::string& path) {
 }
 
 } // namespace
+
+Descriptor::~Descriptor() {
+    if (m_fd >= 0)
+        ::close(m_fd);
+}
 
 result_t WriteFileAtomically(const std::string& path, std::string_view content) noexcept {
     try {
@@ -79,19 +71,24 @@ result_t WriteFileAtomically(const std::string& path, std::string_view content) 
 
 result_t ReadWholeFile(const std::string& path, std::size_t limit, std::string& content) noexcept {
     content.clear();
+    // O_NONBLOCK: a pipe put in the file's place must not hold the start up.
+    const Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (fd.Get() < 0)
+        return errno == ENOENT ? ulk::eFileNotFound : ulk::ResultFromErrno(errno);
+    struct stat status {};
+    if (::fstat(fd.Get(), &status) != 0)
+        return ulk::ResultFromErrno(errno);
+    if (!S_ISREG(status.st_mode))
+        return ulk::eInvalidType;
+    return ReadAll(fd.Get(), limit, content);
+}
+
+result_t ReadAll(int fd, std::size_t limit, std::string& content) noexcept {
+    content.clear();
     try {
-        // O_NONBLOCK: a pipe put in the file's place must not hold the start up.
-        const Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-        if (fd.Get() < 0)
-            return errno == ENOENT ? ulk::eFileNotFound : ulk::ResultFromErrno(errno);
-        struct stat status {};
-        if (::fstat(fd.Get(), &status) != 0)
-            return ulk::ResultFromErrno(errno);
-        if (!S_ISREG(status.st_mode))
-            return ulk::eInvalidType;
         char buffer[16384];
         for (;;) {
-            const ssize_t count = ::read(fd.Get(), buffer, sizeof buffer);
+            const ssize_t count = ::read(fd, buffer, sizeof buffer);
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0) {
@@ -112,9 +109,19 @@ result_t ReadWholeFile(const std::string& path, std::size_t limit, std::string& 
     }
 }
 
+bool KeepFileAside(const std::string& path) noexcept {
+    try {
+        const std::string aside = path + AsideSuffix;
+        ::unlink(aside.c_str());
+        return ::link(path.c_str(), aside.c_str()) == 0;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 std::string SetFileAside(const std::string& path) noexcept {
     try {
-        std::string aside = path + ".damaged";
+        std::string aside = path + AsideSuffix;
         if (::rename(path.c_str(), aside.c_str()) == 0)
             return aside;
     } catch (const std::bad_alloc&) {

@@ -2,13 +2,22 @@
 // The service's settings: typed, validated as a whole, read at start and written atomically.
 #pragma once
 
+#include <contract/tfs/settings.h>
 #include <foundation/result.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tfs::service::settings {
+
+/// That the statement of the security network was accepted: when, and which text.
+struct StatementAcceptance {
+    std::string date;   ///< UTC, as "2026-11-21T01:55:06Z"
+    std::string sha256; ///< of the statement's file, in lower-case hexadecimal digits
+    friend bool operator==(const StatementAcceptance&, const StatementAcceptance&) = default;
+};
 
 /// A plain record; a default one holds the product's defaults.
 struct ServiceSettings {
@@ -16,17 +25,17 @@ struct ServiceSettings {
     std::vector<std::string> scanExclusions;  ///< absolute paths, whole subtrees
     std::uint32_t scannerWorkers = 0;         ///< 0: as many as processors; at most 64
     std::uint32_t fileTimeLimitSeconds = 120; ///< for one file; 1 to 3600
-    bool reportsForPrivilegedOnly = false;
     bool allowUserManageLocalTasks = true;
     bool allowUserManageGroupTasks = true;
-    std::int32_t traceLevel = 300; ///< 0: no trace; 1 to 1000
+    tfs::settings::AppSettings application;
+    std::optional<StatementAcceptance> statement;
+    std::string unknown; ///< what the file holds beside that, a JSON object's text; written back as it is
 
     friend bool operator==(const ServiceSettings&, const ServiceSettings&) = default;
 };
 
 inline constexpr std::uint32_t MaxScannerWorkers = 64;
 inline constexpr std::uint32_t MaxFileTimeLimitSeconds = 3600;
-inline constexpr std::int32_t MaxTraceLevel = 1000;
 inline constexpr std::size_t MaxPathsInList = 1024;
 
 /// Where the settings in hand came from.
@@ -44,7 +53,9 @@ struct LoadedSettings {
     std::string problem; ///< one line for the trace and the event; empty with File and Missing
 };
 
-/// Reads the settings; never fails: what can't be used leaves the defaults, all of them.
+/// Reads the settings; never fails: what can't be used leaves the defaults, all of them. Keys that aren't known are
+/// kept. `traceLevel` and `reportsForPrivilegedOnly`, as earlier versions wrote them, count where the application
+/// settings don't say.
 LoadedSettings LoadSettings(const std::string& path);
 
 /// Empty where the settings hold together, else what is wrong.

@@ -6,6 +6,7 @@
 #include <bit>
 #include <ctime>
 #include <exception>
+#include <limits>
 #include <utility>
 
 namespace tfs::service::store {
@@ -14,6 +15,9 @@ namespace {
 constexpr std::size_t BatchSize = 1000;
 /// A publisher is held back at most so long; after that the event waits in memory with the others.
 constexpr std::chrono::seconds LongestHold{2};
+/// What the search for one page of a query may take, so that nobody holds the helper threads for long.
+constexpr std::chrono::milliseconds PageTime{200};
+constexpr Event::IdType AnyId = std::numeric_limits<Event::IdType>::max();
 
 } // namespace
 
@@ -136,44 +140,93 @@ bool EventBus::Read(std::uint64_t sequence, std::size_t limit, std::vector<FeedI
     return true;
 }
 
-result_t EventBus::ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit,
-                              std::vector<Event>& events) {
-    events.clear();
-    // First what is pending, then the database: an event on its way from one to the other is seen at least once.
-    std::vector<std::shared_ptr<const Event>> pending;
-    {
-        const ulk::LockGuard lock(m_mutex);
-        for (const auto& event : m_pending) {
-            if (event->id > upToId || pending.size() >= limit)
-                break;
-            if (event->id > afterId)
-                pending.push_back(event);
-        }
+PendingEvents EventBus::TakePending(Event::IdType afterId, Event::IdType upToId, std::size_t limit) const {
+    PendingEvents pending;
+    const ulk::LockGuard lock(m_mutex);
+    pending.lastId = m_lastId;
+    for (const auto& event : m_pending) {
+        if (event->id > upToId || pending.events.size() >= limit)
+            break;
+        if (event->id > afterId)
+            pending.events.push_back(event);
     }
-    result_t result = ulk::sOk;
+    return pending;
+}
+
+template <class Body>
+result_t EventBus::ReadDatabase(Body body) {
     try {
-        m_database.Read(afterId, upToId, limit, events);
+        return body();
     } catch (const SqliteError& e) {
         ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "Event store can't be read: " << e.what();
-        result = ulk::eUnspecified;
         if (e.IsDamage()) {
             const ulk::LockGuard lock(m_mutex);
             m_damageSeen = true;
             m_toWriter.notify_one();
         }
+        return ulk::eUnspecified;
     }
-    const Event::IdType lastRead = events.empty() ? afterId : events.back().id;
-    for (const auto& event : pending)
-        if (event->id > lastRead && events.size() < limit)
-            events.push_back(*event);
-    return result;
+}
+
+result_t EventBus::ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit,
+                              std::vector<Event>& events) {
+    events.clear();
+    const PendingEvents pending = TakePending(afterId, upToId, limit);
+    return ReadDatabase([&] {
+        EventQueries(m_database.Readers(), pending).Read(afterId, upToId, limit, events);
+        return ulk::sOk;
+    });
+}
+
+std::uint64_t EventBus::Count() const noexcept {
+    const ulk::LockGuard lock(m_mutex);
+    return m_writtenCount + m_pending.size();
+}
+
+result_t EventBus::GetOldest(Event& event) {
+    std::vector<Event> oldest;
+    const result_t result = ReadStored(0, AnyId, 1, oldest);
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    if (oldest.empty())
+        return ulk::eNotFound;
+    event = std::move(oldest.front());
+    return ulk::sOk;
+}
+
+result_t EventBus::Get(Event::IdType id, Event& event) {
+    if (id <= 0)
+        return ulk::eNotFound;
+    std::vector<Event> found;
+    const result_t result = ReadStored(id - 1, id, 1, found);
+    if (!ULK_SUCCEEDED(result))
+        return result;
+    if (found.empty())
+        return ulk::eNotFound;
+    event = std::move(found.front());
+    return ulk::sOk;
+}
+
+result_t EventBus::Query(const EventQuery& query, EventCursor from, std::size_t byteLimit, EventPage& page) {
+    const PendingEvents pending = TakePending(0, AnyId, std::numeric_limits<std::size_t>::max());
+    return ReadDatabase(
+        [&] { return EventQueries(m_database.Readers(), pending).Query(query, from, byteLimit, PageTime, page); });
+}
+
+void EventBus::SetMaxEvents(std::uint64_t maxEvents) noexcept {
+    m_database.SetMaxEvents(maxEvents);
+    {
+        const ulk::LockGuard lock(m_mutex);
+        m_toTrim = true;
+    }
+    m_toWriter.notify_one();
 }
 
 bool EventBus::HasWork() const {
     if (m_damageSeen || m_stopping)
         return true;
     if (!m_failing)
-        return !m_pending.empty();
+        return !m_pending.empty() || m_toTrim;
     return m_pending.size() > m_options.maxUnwritten || Clock::now() >= m_retryAt;
 }
 
@@ -213,6 +266,8 @@ void EventBus::RunWriter() noexcept {
         {
             const ulk::LockGuard lock(m_mutex);
             m_failing = !written;
+            m_writtenCount = m_database.Count();
+            m_toTrim = m_database.HasTooMany();
             if (written && !batch.empty()) {
                 m_writtenId = batch.back()->id;
                 while (!m_pending.empty() && m_pending.front()->id <= m_writtenId)
@@ -233,15 +288,16 @@ void EventBus::RunWriter() noexcept {
 }
 
 bool EventBus::WriteBatch(const std::vector<std::shared_ptr<const Event>>& batch) noexcept {
-    if (batch.empty() && m_database.IsOpen())
-        return true;
     try {
         if (!m_database.IsOpen())
             OpenDatabase();
         if (!m_database.IsOpen())
             return false;
-        if (!batch.empty())
-            ReserveIds(batch.back()->id);
+        if (batch.empty()) {
+            m_database.Trim();
+            return true;
+        }
+        ReserveIds(batch.back()->id);
         const bool durable =
             std::any_of(batch.begin(), batch.end(), [](const auto& event) { return MustBeDurable(event->type); });
         m_database.Append(batch, durable);
@@ -269,6 +325,8 @@ void EventBus::OpenDatabase() {
         {
             const ulk::LockGuard lock(m_mutex);
             m_lastId = std::max(m_lastId, opened.greatestId);
+            m_writtenCount = m_database.Count();
+            m_toTrim = m_database.HasTooMany();
         }
         if (opened.setAside.empty())
             return;

@@ -8,6 +8,7 @@
 #include <foundation/trace.h>
 #include <service/store/event_database.h>
 #include <service/store/event_feed.h>
+#include <service/store/event_queries.h>
 #include <service/store/wakeup_slot.h>
 
 #include <atomic>
@@ -51,6 +52,19 @@ public:
                         std::vector<Event>& events) override;
     void SetWakeup(std::function<void()> wakeup) override { m_wakeup.Set(std::move(wakeup)); }
 
+    /// What is stored, on disk or not yet. Any thread; all but Count are blocking and answer eUnspecified where the
+    /// database can't be read.
+    std::uint64_t Count() const noexcept;
+    /// eNotFound where there is none.
+    result_t GetOldest(Event& event);
+    result_t Get(Event::IdType id, Event& event);
+    /// The page behind `from`: at most query.limit events, whose payloads have about `byteLimit` bytes together, and
+    /// fewer where they take long to find. eInvalidArgument where the query isn't one.
+    result_t Query(const EventQuery& query, EventCursor from, std::size_t byteLimit, EventPage& page);
+
+    /// Of the database. What is beyond goes by and by. Any thread.
+    void SetMaxEvents(std::uint64_t maxEvents) noexcept;
+
     /// Stored events that didn't reach the database since the start.
     std::uint64_t LostEvents() const noexcept { return m_lost.load(std::memory_order_relaxed); }
 
@@ -60,6 +74,9 @@ private:
     void PutIntoRing(std::shared_ptr<const Event> event) ULK_REQUIRES(m_mutex);
     void WaitForRoom(ulk::LockGuard& lock) ULK_REQUIRES(m_mutex);
     void RunWriter() noexcept;
+    PendingEvents TakePending(Event::IdType afterId, Event::IdType upToId, std::size_t limit) const;
+    template <class Body>
+    result_t ReadDatabase(Body body);
     bool HasWork() const ULK_REQUIRES(m_mutex);
     void ShedOldest() ULK_REQUIRES(m_mutex);
     bool WriteBatch(const std::vector<std::shared_ptr<const Event>>& batch) noexcept;
@@ -85,6 +102,8 @@ private:
     std::uint64_t m_nextSequence ULK_GUARDED_BY(m_mutex) = 0;
     Event::IdType m_lastId ULK_GUARDED_BY(m_mutex) = 0;
     Event::IdType m_writtenId ULK_GUARDED_BY(m_mutex) = 0;
+    std::uint64_t m_writtenCount ULK_GUARDED_BY(m_mutex) = 0; ///< events in the database
+    bool m_toTrim ULK_GUARDED_BY(m_mutex) = false;
     std::deque<std::shared_ptr<const Event>> m_pending ULK_GUARDED_BY(m_mutex);
     bool m_running ULK_GUARDED_BY(m_mutex) = false;
     bool m_stopping ULK_GUARDED_BY(m_mutex) = false;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/settings/file_io.h>
 #include <service/store/event_database.h>
+#include <service/store/event_schema.h>
 #include <service/store/id_reserve.h>
 #include <service/store/payload_codec.h>
+#include <service/store/row_keys.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,20 +13,8 @@
 namespace tfs::service::store {
 namespace {
 
-constexpr std::int64_t SchemaVersion = 1;
-/// Ids of one row of the summary: by its least and greatest time a date range finds its ids.
-constexpr std::int64_t BlockSize = 1024;
-
-constexpr char Schema[] = R"(
-CREATE TABLE IF NOT EXISTS ev(
-    id INTEGER PRIMARY KEY, ts INTEGER NOT NULL, etype INTEGER NOT NULL, ttype TEXT NOT NULL, task TEXT NOT NULL,
-    sev INTEGER NOT NULL, payload BLOB NOT NULL);
-CREATE INDEX IF NOT EXISTS ev_etype ON ev(etype, id);
-CREATE INDEX IF NOT EXISTS ev_ttype ON ev(ttype, id);
-CREATE INDEX IF NOT EXISTS ev_task ON ev(task, id);
-CREATE INDEX IF NOT EXISTS ev_ts ON ev(ts, id);
-CREATE TABLE IF NOT EXISTS block(number INTEGER PRIMARY KEY, least INTEGER NOT NULL, greatest INTEGER NOT NULL);
-)";
+/// Rows that go in one transaction at most, so that nothing written waits long behind a limit that was lowered.
+constexpr std::int64_t TrimStep = 4096;
 
 /// Rolls back unless committed.
 class Transaction {
@@ -46,17 +36,6 @@ private:
     Connection& m_connection;
 };
 
-std::string TextOf(const Event& event, types::AdditionalName::Type name) {
-    ulk::types::variant_t value;
-    if (!ULK_SUCCEEDED(event.GetAdditionalData(name, value)))
-        return {};
-    if (const auto* text = value.As<ulk::types::string16_t>())
-        return ulk::text::ToUtf8Lossy(*text);
-    if (const auto* text = value.As<std::string>())
-        return *text;
-    return {};
-}
-
 /// The greatest id of a file that is damaged somewhere else; 0 where it can't be told.
 Event::IdType SalvageGreatestId(const std::string& path) noexcept {
     try {
@@ -71,16 +50,17 @@ Event::IdType SalvageGreatestId(const std::string& path) noexcept {
 } // namespace
 
 EventDatabase::EventDatabase(std::string path, std::uint64_t maxEvents)
-    : m_path(std::move(path)), m_maxEvents(std::max<std::uint64_t>(maxEvents, 1)) {}
+    : m_path(std::move(path)), m_maxEvents(std::max<std::uint64_t>(maxEvents, 1)), m_readers(m_path) {}
 
 EventDatabase::~EventDatabase() { Close(); }
 
+void EventDatabase::SetMaxEvents(std::uint64_t maxEvents) noexcept {
+    m_maxEvents = std::max<std::uint64_t>(maxEvents, 1);
+}
+
 void EventDatabase::Close() noexcept {
-    {
-        const ulk::LockGuard lock(m_readMutex);
-        m_select = Statement();
-        m_reader.Close();
-    }
+    m_readers.Close();
+    m_count = 0;
     m_insert = Statement();
     m_summary = Statement();
     m_writer.Close();
@@ -99,17 +79,14 @@ void EventDatabase::OpenFile() {
     m_writer.Execute(Schema);
     if (m_writer.Number("SELECT max(id) FROM ev", 0) >= PlausibleId)
         throw SqliteError(SqliteError::DamageCode, "the event database holds impossible ids");
-    m_writer.Execute("PRAGMA user_version=1");
+    m_writer.Execute(("PRAGMA user_version=" + std::to_string(SchemaVersion)).c_str());
     m_count = static_cast<std::uint64_t>(m_writer.Number("SELECT count(*) FROM ev", 0));
     // A row under the same id can only be left from a time when ids were lost; the newer event counts.
     m_insert = m_writer.Prepare(
         "INSERT OR REPLACE INTO ev(id, ts, etype, ttype, task, sev, payload) VALUES(?, ?, ?, ?, ?, ?, ?)");
     m_summary = m_writer.Prepare("INSERT INTO block(number, least, greatest) VALUES(?1, ?2, ?3) ON CONFLICT(number) DO "
                                  "UPDATE SET least = min(least, ?2), greatest = max(greatest, ?3)");
-    const ulk::LockGuard lock(m_readMutex);
-    m_reader = Connection(m_path, Connection::Mode::ReadOnly);
-    m_select =
-        m_reader.Prepare("SELECT id, ts, etype, sev, payload FROM ev WHERE id > ? AND id <= ? ORDER BY id LIMIT ?");
+    m_readers.Open();
 }
 
 EventDatabase::Opened EventDatabase::Open() {
@@ -141,12 +118,19 @@ void EventDatabase::Insert(const Event& event) {
         bare.additional.clear();
         EncodePayload(bare, m_payload);
     }
+    const RowKeys keys = KeysOf(event);
     m_insert.Reset();
-    m_insert.Bind(1, event.id);
-    m_insert.Bind(2, event.time);
-    m_insert.Bind(3, event.type);
-    m_insert.BindText(4, TextOf(event, types::AdditionalName::TaskType));
-    m_insert.BindText(5, TextOf(event, types::AdditionalName::TaskName));
+    m_insert.Bind(1, keys.id);
+    m_insert.Bind(2, keys.time);
+    m_insert.Bind(3, keys.type);
+    if (keys.taskType)
+        m_insert.BindText(4, *keys.taskType);
+    else
+        m_insert.BindNull(4);
+    if (keys.taskId)
+        m_insert.Bind(5, *keys.taskId);
+    else
+        m_insert.BindNull(5);
     m_insert.Bind(6, event.severity);
     m_insert.BindBlob(7, m_payload);
     m_insert.Step();
@@ -179,7 +163,7 @@ void EventDatabase::Append(std::span<const std::shared_ptr<const Event>> events,
             m_summary.Step();
         }
         m_count += events.size();
-        Trim();
+        TrimRows();
         m_insert.Reset();
         m_summary.Reset();
         transaction.Commit();
@@ -189,11 +173,13 @@ void EventDatabase::Append(std::span<const std::shared_ptr<const Event>> events,
     }
 }
 
-void EventDatabase::Trim() {
-    if (m_count <= m_maxEvents)
+void EventDatabase::TrimRows() {
+    const std::uint64_t maxEvents = m_maxEvents.load();
+    if (m_count <= maxEvents)
         return;
+    const std::int64_t excess = std::min(static_cast<std::int64_t>(m_count - maxEvents), TrimStep);
     Statement find = m_writer.Prepare("SELECT id FROM ev ORDER BY id LIMIT 1 OFFSET ?");
-    find.Bind(1, static_cast<std::int64_t>(m_count - m_maxEvents));
+    find.Bind(1, excess);
     if (!find.Step())
         return;
     const std::int64_t firstKept = find.Number(0);
@@ -203,33 +189,21 @@ void EventDatabase::Trim() {
     Statement trimSummary = m_writer.Prepare("DELETE FROM block WHERE number < ?");
     trimSummary.Bind(1, firstKept / BlockSize);
     trimSummary.Step();
-    m_count = m_maxEvents;
+    m_count -= static_cast<std::uint64_t>(excess);
 }
 
-void EventDatabase::Read(Event::IdType afterId, Event::IdType upToId, std::size_t limit, std::vector<Event>& events) {
-    const ulk::LockGuard lock(m_readMutex);
-    if (!m_reader.IsOpen())
+void EventDatabase::Trim() {
+    if (!HasTooMany())
         return;
-    m_select.Reset();
-    m_select.Bind(1, afterId);
-    m_select.Bind(2, upToId);
-    m_select.Bind(3, static_cast<std::int64_t>(std::min<std::size_t>(limit, 1u << 30)));
+    const std::uint64_t countBefore = m_count;
     try {
-        while (m_select.Step()) {
-            Event event;
-            event.id = m_select.Number(0);
-            event.time = m_select.Number(1);
-            event.type = static_cast<types::EventName::Type>(m_select.Number(2));
-            event.severity = static_cast<types::EventSeverity::Type>(m_select.Number(3));
-            DecodePayload(m_select.Blob(4), event);
-            events.push_back(std::move(event));
-        }
-    } catch (...) {
-        m_select.Reset();
+        Transaction transaction(m_writer);
+        TrimRows();
+        transaction.Commit();
+    } catch (const SqliteError&) {
+        m_count = countBefore;
         throw;
     }
-    // A statement left open would keep the log from being folded back.
-    m_select.Reset();
 }
 
 } // namespace tfs::service::store

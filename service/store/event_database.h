@@ -3,9 +3,10 @@
 #pragma once
 
 #include <contract/tfs/event.h>
-#include <foundation/sync.h>
+#include <service/store/event_readers.h>
 #include <service/store/sqlite.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -14,8 +15,8 @@
 
 namespace tfs::service::store {
 
-/// Owned by the event bus. Open, Append and Close are called by one thread at a time (the writer); Read by any, it
-/// has a connection of its own and never waits for a write.
+/// Owned by the event bus. All but SetMaxEvents and Readers belongs to one thread at a time, the writer's; others read
+/// through connections of their own.
 class EventDatabase {
 public:
     EventDatabase(std::string path, std::uint64_t maxEvents);
@@ -35,28 +36,29 @@ public:
     /// Appends events in the order of their ids, all or none. With `durable` they are on the medium when it returns,
     /// else they survive the end of the process. Throws SqliteError.
     void Append(std::span<const std::shared_ptr<const Event>> events, bool durable);
-    /// Events with afterId < id <= upToId, ascending, at most `limit`. Throws SqliteError. A row whose payload doesn't
-    /// decode is given without it, so that the count of events stays right.
-    void Read(Event::IdType afterId, Event::IdType upToId, std::size_t limit, std::vector<Event>& events);
     std::uint64_t Count() const noexcept { return m_count; }
+    /// At most so many, at least one; what is beyond goes with the next writes, or by Trim. Any thread.
+    void SetMaxEvents(std::uint64_t maxEvents) noexcept;
+    bool HasTooMany() const noexcept { return m_count > m_maxEvents; }
+    /// Takes some of the oldest events away where there are too many. Throws SqliteError.
+    void Trim();
+
+    EventReaders& Readers() noexcept { return m_readers; }
 
 private:
     void OpenFile();
     void Insert(const Event& event);
-    void Trim();
+    void TrimRows();
 
     const std::string m_path;
-    const std::uint64_t m_maxEvents;
+    std::atomic<std::uint64_t> m_maxEvents;
     Connection m_writer;
     Statement m_insert;
     Statement m_summary;
     std::uint64_t m_count = 0;
     bool m_fullSync = false;
     std::string m_payload;
-
-    ulk::Mutex m_readMutex;
-    Connection m_reader ULK_GUARDED_BY(m_readMutex);
-    Statement m_select ULK_GUARDED_BY(m_readMutex);
+    EventReaders m_readers;
 };
 
 } // namespace tfs::service::store

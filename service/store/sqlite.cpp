@@ -84,6 +84,8 @@ void Statement::BindBlob(int index, std::string_view value) {
                               SQLITE_TRANSIENT));
 }
 
+void Statement::BindNull(int index) { Check(sqlite3_bind_null(m_statement.get(), index)); }
+
 bool Statement::Step() {
     const int code = sqlite3_step(m_statement.get());
     if (code == SQLITE_ROW)
@@ -99,6 +101,10 @@ bool Statement::Step() {
 void Statement::Reset() noexcept { sqlite3_reset(m_statement.get()); }
 
 std::int64_t Statement::Number(int column) const noexcept { return sqlite3_column_int64(m_statement.get(), column); }
+
+bool Statement::IsNull(int column) const noexcept {
+    return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
+}
 
 std::string_view Statement::Blob(int column) const noexcept {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(m_statement.get(), column));

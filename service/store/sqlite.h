@@ -61,10 +61,12 @@ public:
     void Bind(int index, std::int64_t value);
     void BindText(int index, std::string_view value);
     void BindBlob(int index, std::string_view value);
+    void BindNull(int index);
     /// True while there is a row. Throws SqliteError.
     bool Step();
     void Reset() noexcept;
     std::int64_t Number(int column) const noexcept;
+    bool IsNull(int column) const noexcept;
     /// Valid until the next Step or Reset.
     std::string_view Blob(int column) const noexcept;
 

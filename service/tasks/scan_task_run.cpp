@@ -79,7 +79,7 @@ void ScanTaskRun::Run(RunOutcome& outcome) {
 void ScanTaskRun::AdmitAreas() {
     std::vector<std::string> admitted;
     for (const std::string& area : m_description.options.areas) {
-        AreaAccess access = CheckArea(area, m_description.rightsOf);
+        AreaAccess access = CheckArea(area, m_description.options.rightsOf);
         if (access.error == 0) {
             admitted.push_back(std::move(access.path));
             continue;

@@ -43,7 +43,6 @@ public:
         scan::ScanOptions options;
         bool withLocalMounts = false; ///< the areas' other local file systems are scanned too
         bool areasOfUser = false;     ///< the areas were named by a user and are tested before they are scanned
-        std::optional<std::uint32_t> rightsOf; ///< tested with this user's rights; empty: with the service's own
     };
 
     ScanTaskRun(Description description, IScanEngine& engine, IRunHost& host, UserNames& names);

@@ -66,7 +66,7 @@ TaskIdentity IdentityOf(const core::TaskInfo& info, std::uint64_t runId) {
 TaskRegistry::TaskRegistry(Options options, IScanEngine& engine, store::IEventPublisher& publisher,
                            ulk::Ptr<ulk::ITracer> tracer)
     : m_options(std::move(options)), m_engine(engine), m_publisher(publisher), m_tracer(std::move(tracer)),
-      m_statistics(m_options.maxKeptStatistics) {}
+      m_rules(m_options.rules), m_statistics(m_options.maxKeptStatistics) {}
 
 TaskRegistry::~TaskRegistry() { Shutdown(); }
 
@@ -128,9 +128,14 @@ TaskRegistry::Task* TaskRegistry::Find(std::u16string_view idOrName) { return Fi
 bool TaskRegistry::IsAllowed(const rpc::Caller& caller, const Task& task) const {
     if (caller.isAdministrator)
         return true;
-    if (!m_options.allowUserManageLocalTasks)
+    if (!(task.info.isCentralKit != 0 ? m_rules.allowUserManageGroupTasks : m_rules.allowUserManageLocalTasks))
         return false;
     return !task.info.isTemporary || (task.info.owner && task.info.owner->uid == caller.uid);
+}
+
+void TaskRegistry::SetUserRules(const UserRules& rules) {
+    const ulk::LockGuard lock(m_mutex);
+    m_rules = rules;
 }
 
 std::vector<core::TaskInfo> TaskRegistry::GetTaskList() const {
@@ -224,7 +229,7 @@ ScanTaskRun::Description TaskRegistry::DescribeRun(const Task& task) const {
         description.options.crossFileSystems = true;
         description.areasOfUser = true;
         if (!task.ownerIsAdministrator)
-            description.rightsOf = task.info.owner->uid;
+            description.options.rightsOf = task.info.owner->uid;
     } else {
         description.withLocalMounts = true;
     }
@@ -370,9 +375,10 @@ bool TaskRegistry::MakeRoomFor(std::uint32_t uid) {
             Clock::now() - task.made >= m_options.unusedLifetime)
             unused = at;
     }
-    if (own < m_options.maxTemporaryOfUser && all < m_options.maxTemporary)
+    const std::size_t limit = m_rules.maxTemporaryOfUser;
+    if (own < limit && all < std::max(m_options.maxTemporary, limit))
         return true;
-    if (unused == m_tasks.end())
+    if (unused == m_tasks.end() || own > limit)
         return false;
     RemoveTask(unused);
     return true;
@@ -382,7 +388,7 @@ result_t TaskRegistry::CreateScanTask(const rpc::Caller& caller, const ScanSetti
     if (!AreValid(settings))
         return ulk::eInvalidArgument;
     const ulk::LockGuard lock(m_mutex);
-    if (!caller.isAdministrator && !m_options.allowUserManageLocalTasks)
+    if (!caller.isAdministrator && !m_rules.allowUserManageLocalTasks)
         return ulk::eAccessDenied;
     if (m_shutDown)
         return ulk::eInvalidState;

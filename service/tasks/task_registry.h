@@ -24,13 +24,18 @@ namespace tfs::service::tasks {
 /// posted under the lock and published without it by one thread, so that their order is that of the changes.
 class TaskRegistry final : public IRunHost {
 public:
+    /// What settings and policy let users do who aren't administrators.
+    struct UserRules {
+        bool allowUserManageLocalTasks = true;
+        bool allowUserManageGroupTasks = true;
+        std::size_t maxTemporaryOfUser = 100; ///< custom scans; administrators are bound by it too
+    };
     struct Options {
         std::string stateFile;
         std::vector<std::string> fullScanAreas{"/"};
         std::vector<std::string> exclusions; ///< of all scans
-        bool allowUserManageLocalTasks = true;
-        std::size_t maxTemporaryOfUser = 8;
-        std::size_t maxTemporary = 64;
+        UserRules rules;
+        std::size_t maxTemporary = 256;           ///< of all users, unless one of them may have more
         std::size_t maxKeptStatistics = 256;     ///< of temporary tasks; beyond it the oldest go
         std::chrono::seconds unusedLifetime{60}; ///< a task that wasn't started so long may give way to a new one
     };
@@ -43,6 +48,9 @@ public:
     void Load();
     /// Stops every task, waits until all have ended and writes the state. Commands are refused from then on.
     void Shutdown() noexcept;
+
+    /// Count from now on; tasks that exist stay.
+    void SetUserRules(const UserRules& rules);
 
     std::vector<core::TaskInfo> GetTaskList() const;
     result_t GetTaskInfo(std::u16string_view idOrName, core::TaskInfo& task) const;
@@ -110,6 +118,7 @@ private:
 
     mutable ulk::Mutex m_mutex;
     std::condition_variable_any m_allEnded;
+    UserRules m_rules ULK_GUARDED_BY(m_mutex);
     TaskMap m_tasks ULK_GUARDED_BY(m_mutex);
     StatisticsBook m_statistics ULK_GUARDED_BY(m_mutex);
     std::size_t m_liveRuns ULK_GUARDED_BY(m_mutex) = 0;

@@ -27,6 +27,7 @@ class Product:
         self.common = os.path.join(stage, "var/opt/tolvander/tesl/common")
         self.configuration = os.path.join(self.common, "tesl.ini")
         self.service_configuration = os.path.join(self.common, "service.json")
+        self.policy_folder = os.path.join(stage, "etc/opt/tolvander/tesl/policy.d")
         self.socket = os.path.join(stage, "var/run/bl4control")
         self.pid_file = os.path.join(stage, f"tmp/.tesl-gui-{os.getuid()}.pid")
         self.service = None
@@ -35,17 +36,28 @@ class Product:
             os.makedirs(folder, exist_ok=True)
 
     def reset(self):
-        """As after a fresh installation: no settings, events, traces, sockets or locks."""
+        """As after a fresh installation: no settings, policies, events, traces, sockets or locks."""
         for folder in ("var/opt/tolvander/tesl", "var/log/tolvander", "var/run", "tmp"):
             shutil.rmtree(os.path.join(self.stage, folder), ignore_errors=True)
             os.makedirs(os.path.join(self.stage, folder))
         os.makedirs(self.common)
+        shutil.rmtree(self.policy_folder, ignore_errors=True)
         if os.path.exists(self.certified_marker):
             os.unlink(self.certified_marker)
 
     def configure_service(self, **settings):
         with open(self.service_configuration, "w", encoding="utf-8") as file:
             json.dump(settings, file)
+
+    def write_policy(self, name, text):
+        """Puts a policy file in its place at once, as a console does."""
+        os.makedirs(self.policy_folder, mode=0o755, exist_ok=True)
+        path = os.path.join(self.policy_folder, name)
+        with open(path + ".part", "w", encoding="utf-8") as file:
+            os.fchmod(file.fileno(), 0o644)
+            file.write(text)
+        os.rename(path + ".part", path)
+        return path
 
     def configure(self, text):
         with open(self.configuration, "w", encoding="utf-8") as file:

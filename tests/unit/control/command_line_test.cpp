@@ -31,6 +31,16 @@ TEST(CommandLine, TakesPathsAsTheyAre) {
     EXPECT_THAT(ParseCommandLine({"--scan-file", ""}).paths, ElementsAre(""));
 }
 
+TEST(CommandLine, TakesSettings) {
+    EXPECT_TRUE(ParseCommandLine({"--get-app-settings"}).keys.empty());
+    EXPECT_THAT(ParseCommandLine({"--get-app-settings", "A", "B"}).keys, ElementsAre("A", "B"));
+    const CommandLine set = ParseCommandLine({"--set-app-settings", "A=b", "C.d=e=f", "--accept-tsn"});
+    EXPECT_THAT(set.changes, ElementsAre(settings::ChangeItem{"A", "b"}, settings::ChangeItem{"C.d", "e=f"}));
+    EXPECT_TRUE(set.acceptTsn);
+    EXPECT_TRUE(set.paths.empty());
+    EXPECT_EQ(ParseCommandLine({"--set-app-settings", "--file", "x y.ini"}).file, "x y.ini");
+}
+
 class WrongLine : public testing::TestWithParam<Arguments> {};
 
 TEST_P(WrongLine, IsAUsageFailureInOneSafeLine) {
@@ -52,10 +62,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"--get-task-list", "--app-info"}, Arguments{"--start-task", "1", "--stop-task", "1"},
                     Arguments{"--start-task", "1", "--start-task", "2"}, Arguments{"--start-task", "1", "2"},
                     Arguments{"file"}, Arguments{"--app-info", "file"}, Arguments{"--scan-file", "a", "--bogus"},
-                    Arguments{"--scan-file", "a", "-x"}, Arguments{"--\x1b[2J\n"}, Arguments{"--app-info=yes please"}));
+                    Arguments{"--scan-file", "a", "-x"}, Arguments{"--\x1b[2J\n"}, Arguments{"--app-info=yes please"},
+                    Arguments{"--set-app-settings"}, Arguments{"--set-app-settings", "A"},
+                    Arguments{"--set-app-settings", "=b"}, Arguments{"--set-app-settings", "A=b", "--file", "c"},
+                    Arguments{"--set-app-settings", "--file", ""}, Arguments{"--set-app-settings", "--accept-tsn"},
+                    Arguments{"--app-info", "--accept-tsn"}, Arguments{"--get-app-settings", "--file", "c"},
+                    Arguments{"--scan-file=0", "a"}, Arguments{"--app-info", "--json=2"}));
 
 TEST(CommandLine, JsonIsSeenOnAWrongLineButNotAmongFileNames) {
     EXPECT_TRUE(AsksForJson({"--bogus", "--json"}));
+    EXPECT_TRUE(AsksForJson({"--bogus", "--json=true"}));
     EXPECT_FALSE(AsksForJson({"--scan-file", "--", "--json"}));
 }
 

@@ -6,6 +6,7 @@
 #include <contract/tfs/event.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/object.h>
+#include <tests/unit/control/fake_settings.h>
 
 #include <functional>
 #include <vector>
@@ -105,10 +106,13 @@ class FakeLocator : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IS
 public:
     ulk::Ptr<FakeTasks> tasks = ulk::Ptr<FakeTasks>::Adopt(new FakeTasks);
     ulk::Ptr<FakeSubscriber> subscriber = ulk::Ptr<FakeSubscriber>::Adopt(new FakeSubscriber);
+    ulk::Ptr<FakeSettings> settings = ulk::Ptr<FakeSettings>::Adopt(new FakeSettings);
 
     result_t GetInterface(ulk::iid_t iid, std::uint32_t, void** out) noexcept override {
         *out = nullptr;
         if (ULK_SUCCEEDED(tasks->QueryInterface(iid, out)))
+            return ulk::sOk;
+        if (ULK_SUCCEEDED(settings->QueryInterface(iid, out)))
             return ulk::sOk;
         return subscriber->QueryInterface(iid, out);
     }

@@ -222,6 +222,10 @@ TEST_F(EventSubscriptionTest, withoutAThreadTheServiceIsToldToStop) {
         const NoThreads noThreads;
         EXPECT_EQ(Subscribe(), ulk::ResultFromErrno(EAGAIN));
     }
+    EXPECT_EQ(m_app.tracer->Count(300,
+                                  "(m_thread.Create(&EventSubscription::RunThread, this)),(ULK_SUCCEEDED(_result)) "
+                                  "failed: result = "),
+              1u);
     EXPECT_EQ(m_app.tracer->Count(300, "Cannot create event processing thread"), 1u);
     EXPECT_FALSE(m_app.subscriber->IsSubscribed());
     EXPECT_TRUE(IsProcessorReleased());

@@ -198,12 +198,28 @@ result_t FakeAppInfoProvider::GetAppInfo(AppInfo& out) {
 }
 
 result_t FakeSettingsHandler::GetAppSettings(ulk::types::any_struct_t& holder) {
-    if (empty)
-        return ulk::sOk;
+    if (empty || !ULK_SUCCEEDED(failure.load()))
+        return failure;
     settings::AppSettings settings;
-    settings.reportsForPrivilegedOnly = privilegedOnly;
+    settings.uiReportsForRootOnly = privilegedOnly;
+    settings.useTsn = useTsn;
     holder.Set(settings);
     return ulk::sOk;
+}
+
+result_t FakeSettingsHandler::SetAppSettings(const settings::SettingsChangeList& changes,
+                                             ulk::types::vector_t<settings::ValidationMessage>&, bool acceptTsn) {
+    std::string told = std::to_string(changes.typeNumber) + ":";
+    for (const settings::ChangeItem& item : changes.items)
+        told += " " + item.key + "=" + item.value;
+    const std::lock_guard lock(m_mutex);
+    m_changes.push_back(told + (acceptTsn ? " accepted" : ""));
+    return setResult;
+}
+
+std::vector<std::string> FakeSettingsHandler::Changes() const {
+    const std::lock_guard lock(m_mutex);
+    return m_changes;
 }
 
 result_t FakeEventSubscriber::Subscribe(IRemoteEventsReceiver* receiver, const EventFilter& filter) {

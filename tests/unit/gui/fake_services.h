@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/event.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/object.h>
@@ -130,8 +131,19 @@ public:
 class FakeSettingsHandler : public FakeBase<IAppSettingsHandler> {
 public:
     result_t GetAppSettings(ulk::types::any_struct_t& holder) override;
+    result_t SetAppSettings(const settings::SettingsChangeList& changes,
+                            ulk::types::vector_t<settings::ValidationMessage>& messages, bool acceptTsn) override;
     std::atomic<bool> privilegedOnly{false};
     std::atomic<bool> empty{false};
+    std::atomic<types::TsnUsage::Type> useTsn{types::TsnUsage::Off};
+    std::atomic<result_t> failure{ulk::sOk};
+    std::atomic<result_t> setResult{ulk::sOk};
+    /// As "<type number>: <key>=<value>...", with " accepted" behind it where the statement was; in order.
+    std::vector<std::string> Changes() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<std::string> m_changes;
 };
 
 class FakeEventSubscriber : public FakeBase<IEventSubscriber> {

@@ -112,6 +112,28 @@ TEST_F(CrashDumpTest, WithoutAUsableFolderTheSignalStillEnds) {
     EXPECT_TRUE(Dumps().empty());
 }
 
+TEST_F(CrashDumpTest, AFolderThatANeighbourLaidThereGetsNoDumpAndTheTraceSaysSo) {
+    const std::string neighbours = m_folder / "neighbours";
+    const auto abortIn = [this](const std::string& folder) {
+        m_crashDumps.folder = Utf16(folder);
+        const int status = RunInChild([](auto* a, auto* b) {
+            Abort(a, b);
+            return 0;
+        });
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
+        EXPECT_NE(Log().find("No crash dump can be written in " + folder),
+                  std::string::npos);
+    };
+    ASSERT_EQ(::mkdir(neighbours.c_str(), 0700), 0);
+    ASSERT_EQ(::symlink("neighbours", (m_folder / "dumps").c_str()), 0);
+    abortIn(m_folder / "dumps/");
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(neighbours.c_str(), 12345, 12345), 0);
+        abortIn(neighbours);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(neighbours));
+}
+
 TEST_F(CrashDumpTest, SignalsAreGivenBackAfterTheRun) {
     Run([](auto*, auto*) {
         struct sigaction current {};

@@ -21,7 +21,7 @@ protected:
     void Start() {
         service::rpc::RpcServer::Options options;
         options.socketPath = folder.File("socket");
-        m_server = std::make_unique<service::rpc::RpcServer>(options, service, feed, nullptr);
+        m_server = std::make_unique<service::rpc::RpcServer>(options, service, service, feed, nullptr);
         ASSERT_EQ(m_server->Start(), ulk::sOk);
     }
 
@@ -35,7 +35,20 @@ private:
 
 TEST_F(CallsTest, StateReadsBringAllFields) {
     service.appInfo = FullAppInfo();
-    service.appSettings = {types::TsnMode::Extended, true};
+    service.appSettings = {.sambaConfigPath = "/a",
+                           .nfsExportsPath = "/b",
+                           .traceFolder = "/c",
+                           .traceLevel = types::TraceLevel::Detailed,
+                           .traceMaxFileCount = 3,
+                           .traceMaxFileSize = 4,
+                           .traceFolderSizeLimit = 5,
+                           .eventsStoragePath = "/d",
+                           .maxEventsNumber = 6,
+                           .offlineTsnStatsFolder = "/e",
+                           .useTsn = types::TsnUsage::Extended,
+                           .uiReportsForRootOnly = true,
+                           .limitNumberOfScanFileTasks = 7,
+                           .useSyslog = true};
     service.policy.name = u"Head office";
     service.localTasks = false;
     service.groupTasks = true;
@@ -228,7 +241,8 @@ TEST_F(CallsTest, MessagesBeyondTheLimitsFailAloneAndTheConnectionLives) {
     const auto manager = client.Get<ITfsTaskManager>();
     ASSERT_EQ(client.result, ulk::sOk);
     std::vector<core::TaskInfo> tasks;
-    EXPECT_EQ(manager->GetTaskList(tasks), ulk::eInsufficientResources);
+    EXPECT_EQ(manager->GetTaskList(tasks), ulk::eInvalidSize);
+    EXPECT_TRUE(tasks.empty());
     EXPECT_EQ(manager->StartTask(string16_t(10'000'000, u'x')), ulk::eInvalidSize);
     EXPECT_EQ(manager->StartTask(u"2"), ulk::sOk);
     EXPECT_TRUE(client.IsAlive());

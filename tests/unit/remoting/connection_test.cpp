@@ -88,7 +88,7 @@ protected:
     void Start() {
         service::rpc::RpcServer::Options options;
         options.socketPath = folder.File("socket");
-        server = std::make_unique<service::rpc::RpcServer>(options, service, feed, nullptr);
+        server = std::make_unique<service::rpc::RpcServer>(options, service, service, feed, nullptr);
         ASSERT_EQ(server->Start(), ulk::sOk);
     }
 
@@ -259,7 +259,7 @@ TEST_F(ConnectionTest, SocketOfALongPath) {
     std::filesystem::create_directories(deep);
     service::rpc::RpcServer::Options options;
     options.socketPath = deep + "/socket";
-    service::rpc::RpcServer other(options, service, feed, nullptr);
+    service::rpc::RpcServer other(options, service, service, feed, nullptr);
     ASSERT_EQ(other.Start(), ulk::sOk);
     Client client(options.socketPath);
     EXPECT_EQ(client.result, ulk::sOk);

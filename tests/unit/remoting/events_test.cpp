@@ -32,7 +32,7 @@ protected:
         service::rpc::RpcServer::Options options;
         options.socketPath = folder.File("socket");
         options.subscriptions = subscriptions;
-        server = std::make_unique<service::rpc::RpcServer>(options, service, *feed, nullptr);
+        server = std::make_unique<service::rpc::RpcServer>(options, service, service, *feed, nullptr);
         ASSERT_EQ(server->Start(), ulk::sOk);
         client = std::make_unique<Client>(options.socketPath);
         ASSERT_EQ(client->result, ulk::sOk);

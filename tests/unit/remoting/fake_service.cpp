@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <tests/unit/remoting/fake_service.h>
 
+#include <algorithm>
+
 namespace tfs::test {
 
 using namespace std::string_literals;
@@ -114,6 +116,68 @@ result_t FakeService::CreateScanTask(const Caller& caller, const ScanSettings& s
     if (!tasks.empty())
         out = tasks.front();
     return Note({"CreateScanTask", {}, caller, settings, {}});
+}
+
+result_t FakeService::NoteBlocking(Seen seen) noexcept {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_last = std::move(seen);
+    }
+    ++m_blockingCalls;
+    if (duringBlocking)
+        duringBlocking();
+    return code.load();
+}
+
+result_t FakeService::SetAppSettings(const Caller& caller, const settings::SettingsChangeList& changes, bool acceptTsn,
+                                     std::vector<settings::ValidationMessage>& out) noexcept {
+    out = messages;
+    return NoteBlocking({"SetAppSettings", {}, caller, {}, {}, changes, acceptTsn});
+}
+
+result_t FakeService::GetEventCount(const Caller& caller, std::uint64_t& count) noexcept {
+    count = stored.size();
+    return NoteBlocking({"GetEventCount", {}, caller, {}, {}});
+}
+
+result_t FakeService::GetOldestEvent(const Caller& caller, Event& event) noexcept {
+    event = stored.front();
+    return NoteBlocking({"GetOldestEvent", {}, caller, {}, {}});
+}
+
+result_t FakeService::GetEvent(const Caller& caller, Event::IdType id, Event& event) noexcept {
+    const result_t result = NoteBlocking({"GetEvent", {}, caller, {}, {}});
+    for (const Event& candidate : stored)
+        if (candidate.id == id) {
+            event = candidate;
+            return result;
+        }
+    return ulk::eNotFound;
+}
+
+result_t FakeService::QueryEvents(const Caller& caller, const EventQuery& query, service::store::EventCursor cursor,
+                                  std::size_t, service::store::EventPage& page) noexcept {
+    const result_t result = NoteBlocking({"QueryEvents", {}, caller, {}, {}, {}, false, query});
+    if (failingPage > 0 && --failingPage == 0)
+        return ulk::eLocked;
+    page = {};
+    page.cursor = cursor;
+    if (cursor.upToId == 0)
+        page.cursor = {0, stored.empty() ? 0 : stored.back().id, query.offset};
+    for (const Event& event : stored) {
+        if (event.id <= page.cursor.lastId || event.id > page.cursor.upToId)
+            continue;
+        if (page.events.size() == std::min<std::size_t>(eventsOfAPage, query.limit)) {
+            page.more = true;
+            break;
+        }
+        page.cursor.lastId = event.id;
+        if (page.cursor.toSkip > 0)
+            --page.cursor.toSkip;
+        else
+            page.events.push_back(event);
+    }
+    return result;
 }
 
 ScanStatistic FullScanStatistic() { return {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}; }

@@ -2,6 +2,7 @@
 // The service's areas as the transport sees them: answers with what the test has put in, and notes what was asked.
 #pragma once
 
+#include <service/rpc/blocking_api.h>
 #include <service/rpc/service_api.h>
 
 #include <atomic>
@@ -12,7 +13,7 @@
 
 namespace tfs::test {
 
-class FakeService final : public service::rpc::IServiceApi {
+class FakeService final : public service::rpc::IServiceApi, public service::rpc::IBlockingApi {
 public:
     // Answers. Set before the server starts.
     AppInfo appInfo;
@@ -28,15 +29,27 @@ public:
     /// Called inside each call, on the loop's thread.
     std::function<void()> during;
 
+    // Of the calls that may block.
+    std::vector<settings::ValidationMessage> messages;
+    std::vector<Event> stored;       ///< ids ascending
+    std::size_t eventsOfAPage = 3;   ///< of a query, which passes over every clause
+    std::atomic<int> failingPage{0}; ///< this one of a query's pages fails
+    /// Called inside each of them, on a helper thread.
+    std::function<void()> duringBlocking;
+
     struct Seen {
         std::string method;
         std::u16string text;
         service::rpc::Caller caller;
         ScanSettings settings;
         OxsStatistic statistic;
+        settings::SettingsChangeList changes{};
+        bool acceptTsn = false;
+        EventQuery query{};
     };
     Seen Last() const;
     int Calls() const noexcept { return m_calls.load(); }
+    int BlockingCalls() const noexcept { return m_blockingCalls.load(); }
 
     result_t GetAppInfo(AppInfo& out) noexcept override;
     result_t GetAppSettings(settings::AppSettings& out) noexcept override;
@@ -61,12 +74,23 @@ public:
     result_t CreateScanTask(const service::rpc::Caller& caller, const ScanSettings& settings,
                             core::TaskInfo& out) noexcept override;
 
+    result_t SetAppSettings(const service::rpc::Caller& caller, const settings::SettingsChangeList& changes,
+                            bool acceptTsn, std::vector<settings::ValidationMessage>& out) noexcept override;
+    result_t GetEventCount(const service::rpc::Caller& caller, std::uint64_t& count) noexcept override;
+    result_t GetOldestEvent(const service::rpc::Caller& caller, Event& event) noexcept override;
+    result_t GetEvent(const service::rpc::Caller& caller, Event::IdType id, Event& event) noexcept override;
+    result_t QueryEvents(const service::rpc::Caller& caller, const EventQuery& query,
+                         service::store::EventCursor cursor, std::size_t byteLimit,
+                         service::store::EventPage& page) noexcept override;
+
 private:
     result_t Note(Seen seen) noexcept;
+    result_t NoteBlocking(Seen seen) noexcept;
 
     mutable std::mutex m_mutex;
     Seen m_last;
     std::atomic<int> m_calls{0};
+    std::atomic<int> m_blockingCalls{0};
 };
 
 /// Records with every field away from its default.

@@ -21,7 +21,7 @@ protected:
     service::rpc::RpcServer Server(const std::string& socketPath) {
         service::rpc::RpcServer::Options options;
         options.socketPath = socketPath;
-        return service::rpc::RpcServer(options, service, feed, nullptr);
+        return service::rpc::RpcServer(options, service, service, feed, nullptr);
     }
 
     TempFolder folder;

@@ -33,9 +33,9 @@ std::map<std::uint64_t, capnp::InterfaceSchema> Schemas() {
 }
 
 TEST(MethodTables, HoldEveryMethodOfTheSchemaUnderItsOwnName) {
-    const auto schemas =
-        Schemas<schema::Locator, schema::AppInfoProvider, schema::AppSettingsHandler, schema::PolicyProvider,
-                schema::PolicyManager, schema::TaskManager, schema::EventSubscriber, schema::EventSubscription>();
+    const auto schemas = Schemas<schema::Locator, schema::AppInfoProvider, schema::AppSettingsHandler,
+                                 schema::PolicyProvider, schema::PolicyManager, schema::TaskManager,
+                                 schema::EventStorer, schema::EventSubscriber, schema::EventSubscription>();
     std::set<std::pair<std::uint64_t, std::uint16_t>> seen;
     for (const auto table : service::rpc::AllMethodTables())
         for (const Method& method : table) {
@@ -55,9 +55,12 @@ TEST(MethodTables, HoldEveryMethodOfTheSchemaUnderItsOwnName) {
 TEST(MethodTables, DeclareTheAgreedPrivileges) {
     const std::set<std::string> owners = {"startTask",  "stopTask",   "pauseTask",
                                           "resumeTask", "deleteTask", "deleteStatistic"};
+    const std::set<std::string> administrators = {"setAppSettings"};
     for (const auto table : service::rpc::AllMethodTables())
         for (const Method& method : table)
-            EXPECT_EQ(method.Needs(), owners.count(method.Name()) != 0 ? Privilege::Owner : Privilege::Anyone)
+            EXPECT_EQ(method.Needs(), owners.count(method.Name()) != 0           ? Privilege::Owner
+                                      : administrators.count(method.Name()) != 0 ? Privilege::Administrator
+                                                                                 : Privilege::Anyone)
                 << method.Name();
 }
 
@@ -124,7 +127,7 @@ TEST(Handshake, ServiceRefusesAnotherVersionAndAnythingBeforeTheGreeting) {
     FakeFeed feed(64);
     service::rpc::RpcServer::Options options;
     options.socketPath = folder.File("socket");
-    service::rpc::RpcServer server(options, service, feed, nullptr);
+    service::rpc::RpcServer server(options, service, service, feed, nullptr);
     ASSERT_EQ(server.Start(), ulk::sOk);
 
     auto io = kj::setupAsyncIo();

@@ -28,6 +28,25 @@ TEST(EventRecord, SurvivesTheMessage) {
     EXPECT_EQ(event, plain);
 }
 
+TEST(EventQueryRecord, SurvivesTheMessage) {
+    EventQuery query;
+    query.filters = {{u"EventId", u">=", std::int64_t{-5}, u"AND"},
+                     {u"TaskType", u"==", ulk::types::string16_t(u"O\xd800S"), u"OR"},
+                     {u"EventType", u"!=", std::uint32_t{7}, u""}};
+    query.limit = 12;
+    query.offset = 4000000000u;
+    query.orderBy = u"EventID ASC";
+    capnp::MallocMessageBuilder message;
+    auto builder = message.initRoot<schema::EventQuery>();
+    wire::Write(query, builder);
+    EventQuery read;
+    read.filters.resize(9);
+    wire::Read(builder.asReader(), read);
+    EXPECT_EQ(read, query);
+    builder.getFilters()[1].setField(kj::arrayPtr(reinterpret_cast<const capnp::byte*>("abc"), 3));
+    EXPECT_THROW(wire::Read(builder.asReader(), read), ulk::InvalidArgumentException);
+}
+
 TEST(EventRecord, EstimateCoversTheTexts) {
     const Event small;
     Event large;

@@ -16,7 +16,7 @@ int main(int argc, char** argv) {
     tfs::service::rpc::RpcServer::Options options;
     options.socketPath = argv[1];
     options.developmentRun = true;
-    tfs::service::rpc::RpcServer server(options, service, feed, nullptr);
+    tfs::service::rpc::RpcServer server(options, service, service, feed, nullptr);
     if (const result_t result = server.Start(); !ULK_SUCCEEDED(result)) {
         std::fprintf(stderr, "cannot start: %s\n", ulk::ResultText(result).data());
         return 1;

@@ -54,6 +54,7 @@ TEST_F(TaskRegistryTest, AreasThatCanNotBeOpenedAreToldAsNotProcessed) {
     ASSERT_EQ(Do(TaskCommand::Start, mixed, owner), ulk::sOk);
     ScriptedRun* run = m_engine.Run(1);
     EXPECT_EQ(run->Options().areas.size(), 1u);
+    EXPECT_EQ(run->Options().rightsOf, owner.uid) << "below its areas too a scan sees what its owner may see";
     run->Finish();
     const std::u16string hopeless = Create(owner, {m_folder.File("missing")});
     ASSERT_EQ(Do(TaskCommand::Start, hopeless, owner), ulk::sOk);
@@ -80,6 +81,7 @@ TEST_F(TaskRegistryTest, AUsersFilesAreNotScannedForAnotherUser) {
     EXPECT_EQ(m_engine.Made(), 0);
     const std::u16string byAdministrator = Create({stranger.uid, true, 0}, {area});
     ASSERT_EQ(Do(TaskCommand::Start, byAdministrator, stranger), ulk::sOk);
+    EXPECT_FALSE(m_engine.Run(1)->Options().rightsOf);
     m_engine.Run(1)->Finish();
 }
 
@@ -103,7 +105,7 @@ TEST_F(TaskRegistryTest, BadAreasAreRefused) {
 
 TEST_F(TaskRegistryTest, TheNumberOfCustomScansIsBounded) {
     TaskRegistry::Options options;
-    options.maxTemporaryOfUser = 3;
+    options.rules.maxTemporaryOfUser = 3;
     options.maxTemporary = 5;
     Make(options);
     core::TaskInfo info;
@@ -125,7 +127,7 @@ TEST_F(TaskRegistryTest, TheNumberOfCustomScansIsBounded) {
 
 TEST_F(TaskRegistryTest, UsersWhoMayNotManageTasksMayOnlyLook) {
     TaskRegistry::Options options;
-    options.allowUserManageLocalTasks = false;
+    options.rules.allowUserManageLocalTasks = false;
     Make(options);
     core::TaskInfo info;
     EXPECT_EQ(m_registry->CreateScanTask(User, ScanSettings{{"/"}}, info), ulk::eAccessDenied);

@@ -2,11 +2,10 @@
 #include <service/app/bases_seeder.h>
 #include <service/app/folders.h>
 #include <service/app/instance_lock.h>
-#include <service/app/service_app.h>
-#include <tests/unit/service/temp_folder.h>
-#include <tests/unit/service/waiting.h>
+#include <tests/unit/remoting/listening_descriptor.h>
+#include <tests/unit/service/service_fixture.h>
 
-#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -39,6 +38,26 @@ TEST(Folders, AreMadeWithTheirModesWhateverTheUmask) {
     folder.Write("file", "");
     EXPECT_EQ(MakeFolder(folder.File("file"), 0700), ulk::eInvalidType);
     EXPECT_TRUE(ULK_FAILED(MakeFolder(folder.File("file/below"), 0700)));
+}
+
+TEST(Folders, SharedOnesAreStickyAndNobodyElses) {
+    const TempFolder folder;
+    const mode_t before = ::umask(077);
+    EXPECT_EQ(MakeSharedFolder(folder.File("a/shared/")), ulk::sOk);
+    ASSERT_EQ(::mkdir(folder.File("private").c_str(), 0700), 0);
+    EXPECT_EQ(MakeSharedFolder(folder.File("private")), ulk::sOk) << "one that a window has made before";
+    ::umask(before);
+    EXPECT_EQ(ModeOf(folder.File("a/shared")), 01777u);
+    EXPECT_EQ(ModeOf(folder.File("private")), 01777u);
+    ASSERT_EQ(::mkdir(folder.File("target").c_str(), 0700), 0);
+    ASSERT_EQ(::symlink("target", folder.File("link").c_str()), 0);
+    EXPECT_EQ(MakeSharedFolder(folder.File("link/")), ulk::eInvalidType);
+    EXPECT_EQ(ModeOf(folder.File("target")), 0700u);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(folder.File("target").c_str(), 12345, 12345), 0);
+        EXPECT_EQ(MakeSharedFolder(folder.File("target")), ulk::eAccessDenied);
+        EXPECT_EQ(ModeOf(folder.File("target")), 0700u);
+    }
 }
 
 struct SeedFixture : testing::Test {
@@ -135,36 +154,6 @@ TEST(InstanceLock, ALinkIsNotFollowed) {
     EXPECT_EQ(Content(victim), "mine");
 }
 
-ServicePaths PathsIn(const TempFolder& folder) {
-    ServicePaths paths;
-    paths.libraryFolder = folder.File("lib/");
-    paths.scannerProgram = folder.File("no-scanner");
-    paths.seedBasesFolder = folder.File("seeds/");
-    paths.basesFolder = folder.File("var/bases/");
-    paths.privateFolder = folder.File("var/private/");
-    paths.logFolder = folder.File("log/");
-    paths.configuration = folder.File("var/service.json");
-    paths.eventDatabase = folder.File("var/private/storage/events.db");
-    paths.taskStateFile = folder.File("var/private/storage/tasks.json");
-    paths.socket = folder.File("run/socket");
-    paths.lock = folder.File("run/lock");
-    return paths;
-}
-
-std::vector<EventName::Type> TypesOf(store::EventBus& events) {
-    std::vector<Event> stored;
-    EXPECT_EQ(events.ReadStored(0, events.End().lastStoredId, 1000, stored), ulk::sOk);
-    std::vector<EventName::Type> list;
-    for (const Event& event : stored)
-        list.push_back(event.type);
-    return list;
-}
-
-std::size_t CountOf(store::EventBus& events, EventName::Type type) {
-    const auto list = TypesOf(events);
-    return static_cast<std::size_t>(std::count(list.begin(), list.end(), type));
-}
-
 bool Answers(const std::string& socketPath) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -215,6 +204,36 @@ TEST(ServiceApp, AnswersAtOnceAndSaysWhatItCanNotDo) {
     EXPECT_EQ(CountOf(second.Events(), EventName::ApplicationStopped), 1u);
 }
 
+TEST(ServiceApp, ASocketThatBreaksIsToldToTheOwner) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    std::atomic<int> failures{0};
+    ServiceOptions options;
+    options.onFailure = [&] { ++failures; };
+    ServiceApp service(paths, options);
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    EXPECT_EQ(service.Failure(), ulk::sOk);
+    {
+        const test::BrokenSocket broken(paths.socket);
+        EXPECT_TRUE(Eventually([&] { return failures == 1; }));
+    }
+    EXPECT_TRUE(ULK_FAILED(service.Failure()));
+    EXPECT_FALSE(Answers(paths.socket));
+    service.Stop();
+    ASSERT_EQ(service.Start(problem), ulk::sOk);
+    EXPECT_EQ(service.Failure(), ulk::sOk);
+    EXPECT_TRUE(Answers(paths.socket));
+    std::vector<Event> stored;
+    ASSERT_EQ(service.Events().ReadStored(0, service.Events().End().lastStoredId, 1000, stored), ulk::sOk);
+    const auto stopped = std::find_if(stored.begin(), stored.end(),
+                                      [](const Event& event) { return event.type == EventName::ApplicationStopped; });
+    ASSERT_NE(stopped, stored.end());
+    ulk::types::variant_t reason;
+    ASSERT_EQ(stopped->GetAdditionalData(types::AdditionalName::ApplicationStopReason, reason), ulk::sOk);
+    EXPECT_EQ(reason, ulk::types::variant_t(std::uint32_t{types::ApplicationStopReason::Crash}));
+}
+
 TEST(ServiceApp, SettingsReachTheAreas) {
     const TempFolder folder;
     const ServicePaths paths = PathsIn(folder);
@@ -229,7 +248,7 @@ TEST(ServiceApp, SettingsReachTheAreas) {
     EXPECT_EQ(task.settings.Get<ScanSettings>()->areas, std::vector<std::string>{"/staged"});
     tfs::settings::AppSettings settings;
     ASSERT_EQ(service.Api().GetAppSettings(settings), ulk::sOk);
-    EXPECT_TRUE(settings.reportsForPrivilegedOnly);
+    EXPECT_TRUE(settings.uiReportsForRootOnly);
     EXPECT_EQ(service.Api().StartTask({12345, false, 0}, u"2"), ulk::eAccessDenied);
     EXPECT_EQ(CountOf(service.Events(), EventName::IntegrityCheckFailed), 0u);
 }
@@ -240,12 +259,14 @@ TEST(ServiceApp, DamagedFilesAreToldByEventsAndDontKeepItFromStarting) {
     ASSERT_EQ(MakeFolder(folder.File("var/private/storage"), 0755), ulk::sOk);
     folder.Write("var/service.json", "{ garbage");
     folder.Write("var/private/storage/tasks.json", "garbage");
-    folder.Write("var/private/storage/events.db", "garbage garbage garbage");
+    ASSERT_EQ(MakeFolder(folder.File("var/opt/tolvander/tesl/private/storage"), 0755), ulk::sOk);
+    folder.Write("var/opt/tolvander/tesl/private/storage/events.db", "garbage garbage garbage");
     ServiceApp service(paths, {});
     std::string problem;
     ASSERT_EQ(service.Start(problem), ulk::sOk);
     EXPECT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::IntegrityCheckFailed) == 3; }));
-    for (const char* name : {"var/service.json", "var/private/storage/tasks.json", "var/private/storage/events.db"})
+    for (const char* name :
+         {"var/service.json", "var/private/storage/tasks.json", "var/opt/tolvander/tesl/private/storage/events.db"})
         EXPECT_TRUE(std::filesystem::exists(folder.File(std::string(name) + ".damaged"))) << name;
 }
 
@@ -257,6 +278,18 @@ TEST(ServiceApp, WhatCanNotBeMadeIsAClearFailure) {
     std::string problem;
     EXPECT_TRUE(ULK_FAILED(service.Start(problem)));
     EXPECT_NE(problem.find("var"), std::string::npos) << problem;
+}
+
+TEST(ServiceApp, UsersHaveRoomForTheirTracesAndDumps) {
+    const TempFolder folder;
+    const ServicePaths paths = PathsIn(folder);
+    folder.Write("elsewhere", "");
+    ASSERT_EQ(MakeFolder(folder.File("var"), 0755), ulk::sOk);
+    ASSERT_EQ(::symlink("elsewhere", folder.File("var/dumps-user").c_str()), 0);
+    ServiceApp service(paths, {});
+    std::string problem;
+    ASSERT_EQ(service.Start(problem), ulk::sOk) << problem;
+    EXPECT_EQ(ModeOf(paths.userTraceFolder), 01777u);
 }
 
 TEST(ServiceApp, StartsAgainAfterAKill) {

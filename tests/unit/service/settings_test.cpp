@@ -28,10 +28,13 @@ TEST(ServiceSettings, WhatIsSavedIsReadAgain) {
     settings.scanExclusions = {"/srv/backup"};
     settings.scannerWorkers = 3;
     settings.fileTimeLimitSeconds = 3600;
-    settings.reportsForPrivilegedOnly = true;
     settings.allowUserManageLocalTasks = false;
     settings.allowUserManageGroupTasks = false;
-    settings.traceLevel = 1000;
+    settings.application.useTsn = types::TsnUsage::Basic;
+    settings.application.maxEventsNumber = 4321;
+    settings.application.useSyslog = true;
+    settings.application.traceFolder = "/srv/größe/";
+    settings.statement = StatementAcceptance{"2026-11-21T09:00:00Z", "00ff"};
     ASSERT_EQ(SaveSettings(folder.File("service.json"), settings), ulk::sOk);
     const LoadedSettings loaded = LoadSettings(folder.File("service.json"));
     EXPECT_EQ(loaded.origin, SettingsOrigin::File);
@@ -40,12 +43,53 @@ TEST(ServiceSettings, WhatIsSavedIsReadAgain) {
 
 TEST(ServiceSettings, OneKeyLeavesTheOthersAtTheirDefaults) {
     const TempFolder folder;
-    const LoadedSettings loaded =
-        LoadSettings(folder.Write("service.json", R"({"scanScope": ["/staged"], "keyOfALaterVersion": {}})"));
+    const LoadedSettings loaded = LoadSettings(folder.Write(
+        "service.json", R"({"scanScope": ["/staged"], "application": {"TraceLevel": "Detailed", "UseSyslog": true,
+                            "MaxEventsNumber": 5000}})"));
     ServiceSettings expected;
     expected.scanScope = {"/staged"};
+    expected.application.traceLevel = types::TraceLevel::Detailed;
+    expected.application.useSyslog = true;
+    expected.application.maxEventsNumber = 5000;
     EXPECT_EQ(loaded.origin, SettingsOrigin::File);
     EXPECT_EQ(loaded.settings, expected);
+}
+
+TEST(ServiceSettings, KeysOfALaterVersionAreKept) {
+    const TempFolder folder;
+    const std::string path = folder.Write(
+        "service.json", R"({"later": {"a": [1, null]}, "application": {"UseSyslog": "Yes", "LaterKey": "x"}})");
+    LoadedSettings loaded = LoadSettings(path);
+    ASSERT_EQ(loaded.origin, SettingsOrigin::File) << loaded.problem;
+    loaded.settings.application.useSyslog = false;
+    ASSERT_EQ(SaveSettings(path, loaded.settings), ulk::sOk);
+    EXPECT_EQ(LoadSettings(path).settings, loaded.settings);
+    EXPECT_NE(Content(path).find("LaterKey"), std::string::npos) << Content(path);
+    EXPECT_NE(Content(path).find("later"), std::string::npos) << Content(path);
+}
+
+TEST(ServiceSettings, WhatEarlierVersionsWroteCountsUntilItIsWrittenAnew) {
+    const TempFolder folder;
+    const struct {
+        const char* text;
+        types::TraceLevel::Type level;
+        bool reports;
+    } cases[] = {
+        {R"({"traceLevel": 0, "reportsForPrivilegedOnly": true})", types::TraceLevel::None, true},
+        {R"({"traceLevel": 300})", types::TraceLevel::NotDetailed, false},
+        {R"({"traceLevel": 1000})", types::TraceLevel::Detailed, false},
+        {R"({"traceLevel": 1000, "application": {"TraceLevel": "None"}})", types::TraceLevel::None, false},
+    };
+    for (const auto& [text, level, reports] : cases) {
+        const std::string path = folder.Write("service.json", text);
+        const LoadedSettings loaded = LoadSettings(path);
+        EXPECT_EQ(loaded.origin, SettingsOrigin::File) << text;
+        EXPECT_EQ(loaded.settings.application.traceLevel, level) << text;
+        EXPECT_EQ(loaded.settings.application.uiReportsForRootOnly, reports) << text;
+        ASSERT_EQ(SaveSettings(path, loaded.settings), ulk::sOk);
+        EXPECT_EQ(Content(path).find("traceLevel"), std::string::npos);
+        EXPECT_EQ(LoadSettings(path).settings, loaded.settings) << text;
+    }
 }
 
 struct BadValue {
@@ -84,12 +128,19 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{R"({"traceLevel": -1})", "traceLevel"}, BadValue{R"({"traceLevel": 1001})", "traceLevel"},
                     BadValue{R"({"traceLevel": -9223372036854775808})", "traceLevel"},
                     BadValue{R"({"reportsForPrivilegedOnly": 1})", "reportsForPrivilegedOnly"},
+                    BadValue{R"({"application": []})", "application"},
+                    BadValue{R"({"application": {"TraceLevel": "Loud"}})", "TraceLevel"},
+                    BadValue{R"({"application": {"MaxEventsNumber": 1}})", "MaxEventsNumber"},
+                    BadValue{R"({"application": {"MaxEventsNumber": 5000.5}})", "MaxEventsNumber"},
+                    BadValue{R"({"application": {"EventsStoragePath": "events.db"}})", "EventsStoragePath"},
+                    BadValue{R"({"tsnStatement": {"accepted": "yesterday"}})", "tsnStatement"},
                     BadValue{R"({"allowUserManageLocalTasks": "no"})", "allowUserManageLocalTasks"},
                     BadValue{R"({"allowUserManageGroupTasks": null})", "allowUserManageGroupTasks"}));
 
 TEST(ServiceSettings, GarbageIsSetAside) {
     const std::string garbages[] = {
-        "", "{", "{\"traceLevel\": 700", std::string("\xff\xfe\0{}", 5), std::string(100000, '['), "{} trailing"};
+        "", "{", "{\"traceLevel\": 700", std::string("\xff\xfe\0{}", 5), std::string(100000, '['),
+        "{} trailing", "{\"a\": " + std::string(1000, '[') + std::string(1000, ']') + "}"};
     for (const std::string& garbage : garbages) {
         const TempFolder folder;
         const std::string path = folder.Write("service.json", garbage);
