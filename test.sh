@@ -73,27 +73,26 @@ check() {
     fi
 }
 
-# build PRESET [ARGUMENT...]: a build that fails is one failed test and the end.
+# build FUNCTION PRESET: a build that fails is one failed test and the end.
 build() {
-    if ! build_and_stage "$@"; then
+    if ! "$@"; then
         failed=1
         finish
     fi
 }
 
+# What the fuzzers find is kept below build/fuzz; the seeds of a target are its part of the sources.
 run_fuzz_targets() {
-    local targets=() target share
-    build fuzz
-    mapfile -t targets < <(find build/fuzz/fuzz -maxdepth 1 -type f -perm -u+x 2>/dev/null | sort)
-    if ((${#targets[@]} == 0)); then
-        say "There are no fuzz targets yet."
-        finish
-    fi
+    local targets=() target name share
+    build build_fuzz_targets
+    mapfile -t targets < <(find build/fuzz/fuzz -maxdepth 1 -type f -perm -u+x | sort)
+    ((${#targets[@]})) || die "No fuzz target was built."
     share=$(((fuzz + ${#targets[@]} - 1) / ${#targets[@]}))
     for target in "${targets[@]}"; do
-        mkdir -p "build/fuzz/corpus/${target##*/}"
-        check "fuzz ${target##*/}" "$target" -max_total_time="$share" -artifact_prefix=build/fuzz/ \
-            "build/fuzz/corpus/${target##*/}"
+        name=${target##*/}
+        mkdir -p "build/fuzz/corpus/$name"
+        check "fuzz-$name" "$target" -max_total_time="$share" -timeout=20 -artifact_prefix="build/fuzz/$name-" \
+            "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name"
     done
     finish
 }
@@ -117,10 +116,34 @@ run_tests() {
     failed=$((failed + ${counts#* }))
 }
 
+# The longest check takes what the tests leave of the processors.
+tidy=""
+start_tidy() {
+    [[ tidy =~ $only ]] || return 0
+    chrt --idle 0 tools/check_tidy.py "build/$preset" >"build/$preset/tidy.log" 2>&1 &
+    tidy=$!
+    trap 'kill "$tidy" 2>/dev/null || true' EXIT
+}
+
+# report LOG STATUS: what a command has left that ran beside the tests.
+report() {
+    cat "$1"
+    return "$2"
+}
+
+finish_tidy() {
+    local status=0
+    [[ -n $tidy ]] || return 0
+    wait "$tidy" || status=$?
+    trap - EXIT
+    check tidy report "build/$preset/tidy.log" "$status"
+}
+
 run_checks() {
     local rule
     check includes-self-test tools/check_includes.py --self-test
     check includes tools/check_includes.py
+    check loc-self-test tools/check_loc.py --self-test
     for rule in $(tools/check_sources.py); do
         check "$rule" tools/check_sources.py "$rule"
     done
@@ -128,12 +151,14 @@ run_checks() {
     check qml tools/check_qml.sh
     check shell tools/check_shell.sh
     check desktop tools/check_desktop.sh
-    check tidy tools/check_tidy.py "build/$preset"
+    check units tools/check_units.sh
+    finish_tidy
 }
 
 install_missing build test
 if [[ -n $fuzz ]]; then run_fuzz_targets; fi
-build "$preset"
+build build_and_stage "$preset"
+if [[ -z $sanitize ]]; then start_tidy; fi
 run_tests
 if [[ -z $sanitize ]]; then run_checks; fi
 ((passed + failed > 0)) || die "Nothing has such a name: $only"

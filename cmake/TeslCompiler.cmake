@@ -14,6 +14,16 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
         CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
 endif()
 
+# Sources are named from the top of the tree in trace lines and messages. The compiler cache hands the compiler
+# relative names, so the prefix to cut depends on it; an absolute one would keep two checkouts from sharing the cache.
+if(CMAKE_CXX_COMPILER_LAUNCHER)
+    file(RELATIVE_PATH TESL_SOURCE_PREFIX ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+else()
+    set(TESL_SOURCE_PREFIX ${CMAKE_SOURCE_DIR})
+endif()
+string(REGEX REPLACE "/$" "" TESL_SOURCE_PREFIX "${TESL_SOURCE_PREFIX}")
+add_compile_options(-fmacro-prefix-map=${TESL_SOURCE_PREFIX}/=)
+
 # Linked by every target of ours; third-party headers come in as system headers.
 add_library(tesl_options INTERFACE)
 target_compile_options(tesl_options INTERFACE
@@ -26,4 +36,10 @@ endif()
 if(TESL_SANITIZE)
     add_compile_options(-fsanitize=${TESL_SANITIZE} -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${TESL_SANITIZE})
+endif()
+if(TESL_FUZZ)
+    # Coverage for the fuzzers, and an end at the first fault that a sanitizer sees.
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined
+        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
 endif()
