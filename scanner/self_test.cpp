@@ -44,8 +44,8 @@ const Attempt Attempts[] = {
          return true; // only the kernel's veto doesn't come back
      }},
     {"fork", [] { return ::syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr) >= 0; }},
-    {"kill the parent", [] { return ::kill(::getppid(), 0) == 0; }},
-    {"direct a descriptor's signals to the parent", [] { return ::fcntl(0, F_SETOWN, ::getppid()) == 0; }},
+    {"send a signal", [] { return ::kill(::getpid(), 0) == 0; }},
+    {"direct a descriptor's signals", [] { return ::fcntl(STDOUT_FILENO, F_SETOWN, ::getpid()) == 0; }},
     {"change a file's mode",
      [] {
          const int file = ::open("own", O_RDWR | O_CREAT | O_CLOEXEC, 0600);

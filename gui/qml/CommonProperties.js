@@ -167,6 +167,4 @@ var nameHelp = "Help";
 var nameMinimize = "Minimize";
 var nameClose = "Close";
 var nameDelete = "Delete";
-var nameDetails = "Details";
 var nameBusy = "Busy";
-var nameProgress = "Progress";

@@ -96,7 +96,7 @@ Item {
                     anchors.left: nameLabel.right
                     anchors.leftMargin: CommonProperties.unit / 2
                     anchors.verticalCenter: parent.verticalCenter
-                    name: CommonProperties.nameDetails + ": " + taskName
+                    name: taskName
                     visible: (root.taskModel.scanTasksMode && !content.shortInfoOnly
                               && root.isCanBeStarted(currentState, true))
                              || taskId === root.taskModel.defaultUpdateTaskId
@@ -218,7 +218,7 @@ Item {
                 TLProgressBar {
                     id: bar
                     objectName: "progressBar"
-                    name: CommonProperties.nameProgress + ": " + taskName
+                    name: taskName
                     value: progressValue
                 }
 

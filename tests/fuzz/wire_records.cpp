@@ -5,6 +5,7 @@
 #include <wire/event_records.h>
 #include <wire/guarded_stream.h>
 #include <wire/settings_records.h>
+#include <wire/settings_records.h>
 #include <wire/task_records.h>
 
 #include <capnp/message.h>
@@ -59,6 +60,9 @@ constexpr Conversion Conversions[] = {
     Convert<schema::OxsStatistic, tfs::OxsStatistic>,
     Convert<schema::TaskSchedule, tfs::TaskSchedule>,
     Convert<schema::TaskInfo, tfs::core::TaskInfo>,
+    Convert<schema::EventQuery, tfs::EventQuery>,
+    Convert<schema::SettingsChangeList, tfs::settings::SettingsChangeList>,
+    Convert<schema::ValidationMessage, tfs::settings::ValidationMessage>,
 };
 
 } // namespace

@@ -77,6 +77,35 @@ std::string Call(std::uint32_t question, std::uint16_t method, std::uint32_t cap
     return Bytes(message);
 }
 
+std::string GetEventSubscriber(std::uint32_t question) {
+    capnp::MallocMessageBuilder message;
+    auto call = message.initRoot<rpc::Message>().initCall();
+    call.setQuestionId(question);
+    call.initTarget().initPromisedAnswer().setQuestionId(0);
+    call.setInterfaceId(capnp::typeId<wire::schema::Locator>());
+    call.setMethodId(2);
+    call.initParams().getContent().initAs<wire::schema::Locator::GetInterfaceParams>().setId(IEventSubscriber::Iid);
+    return Bytes(message);
+}
+
+class AnyReceiver final : public wire::schema::EventReceiver::Server {};
+
+/// A call to the object that `subscriberQuestion` asked for, before there is an answer.
+std::string Subscribe(std::uint32_t question, std::uint32_t subscriberQuestion) {
+    capnp::MallocMessageBuilder message;
+    capnp::BuilderCapabilityTable capabilities;
+    auto call = capabilities.imbue(message.initRoot<rpc::Message>()).initCall();
+    call.setQuestionId(question);
+    auto answer = call.initTarget().initPromisedAnswer();
+    answer.setQuestionId(subscriberQuestion);
+    answer.initTransform(1)[0].setGetPointerField(0);
+    call.setInterfaceId(capnp::typeId<wire::schema::EventSubscriber>());
+    auto params = call.initParams();
+    params.getContent().initAs<wire::schema::EventSubscriber::SubscribeParams>().setReceiver(kj::heap<AnyReceiver>());
+    params.initCapTable(1)[0].setSenderHosted(10);
+    return Bytes(message);
+}
+
 std::string Finish(std::uint32_t question) {
     capnp::MallocMessageBuilder message;
     message.initRoot<rpc::Message>().initFinish().setQuestionId(question);
@@ -109,14 +138,23 @@ TEST_F(HostileClientTest, GarbageEndsTheConnection) {
     }
 }
 
-TEST_F(HostileClientTest, DisconnectAtEveryByteOfACall) {
+TEST_F(HostileClientTest, DisconnectAtEveryByteOfACallAndASubscription) {
+    options.connectionsPerUser = 1000;
+    options.connections = 1100;
     Start();
-    const std::string session = Bootstrap(0) + Call(1, 0) + Call(2, 1) + Finish(1);
-    for (std::size_t size = 0; size <= session.size(); size += 3) {
-        const RawClient client(options.socketPath);
-        if (client.IsConnected())
-            client.Send(std::string_view(session).substr(0, size));
+    const std::string session =
+        Bootstrap(0) + Call(1, 0) + GetEventSubscriber(2) + Subscribe(3, 2) + Call(4, 1) + Finish(1);
+    {
+        const RawClient whole(options.socketPath);
+        whole.Send(session);
+        EXPECT_TRUE(WaitFor([this] { return Figures().subscriptions == 1; })) << "this is what a subscription is";
     }
+    for (std::size_t size = 0; size <= session.size(); ++size) {
+        const RawClient client(options.socketPath);
+        client.Send(std::string_view(session).substr(0, size));
+        feed.Publish(FullEvent());
+    }
+    EXPECT_TRUE(WaitFor([this] { return Figures().subscriptions == 0; }));
 }
 
 TEST_F(HostileClientTest, BytewiseFramesAreAnHonestClientsToo) {

@@ -121,6 +121,20 @@ TEST(Administrators, AreRootTheGroupAndInDevelopmentOneself) {
     EXPECT_TRUE(service::rpc::LookUpAdministrator(1, "daemon", false));
 }
 
+TEST(AdministratorCacheTest, AnswersLapseAndAreReplaced) {
+    service::rpc::AdministratorCache cache(std::chrono::hours(1));
+    EXPECT_EQ(cache.Find(1000), std::nullopt);
+    cache.Remember(1000, true);
+    cache.Remember(1001, false);
+    EXPECT_EQ(cache.Find(1000), true);
+    EXPECT_EQ(cache.Find(1001), false);
+    cache.Remember(1000, false);
+    EXPECT_EQ(cache.Find(1000), false) << "the number may be another person's by now";
+    service::rpc::AdministratorCache brief(std::chrono::seconds(0));
+    brief.Remember(1000, true);
+    EXPECT_TRUE(WaitFor([&] { return !brief.Find(1000); }));
+}
+
 TEST(Handshake, ServiceRefusesAnotherVersionAndAnythingBeforeTheGreeting) {
     TempFolder folder;
     FakeService service;

@@ -78,6 +78,18 @@ TEST(HostileWorker, OneThatWontGoIsKilledWhenItHadItsShare) {
     EXPECT_TRUE(Eventually([&] { return ProcessState(first[0]) == '\0'; }));
 }
 
+TEST(HostileWorker, OneThatSpeaksUnaskedIsReplaced) {
+    const TemporaryFolder folder;
+    folder.Write("file", "content");
+    Scanner scanner(Hostile("chatters"));
+    const std::vector<pid_t> first = scanner.Workers();
+    ASSERT_FALSE(first.empty());
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    EXPECT_EQ(scan.Result().counters.scannedObjects, 1u);
+    EXPECT_TRUE(Eventually([&] { return ProcessState(first[0]) == '\0'; }));
+    EXPECT_TRUE(scanner.WaitUntilIdle());
+}
+
 TEST(HostileWorker, AScannerThatIsNoneIsRefused) {
     for (const char* way : {"old version", "no workers", "no descriptors"}) {
         ScannerService service(Hostile(way), {});

@@ -157,6 +157,22 @@ TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
     EXPECT_FALSE(scan.Observer().ThreatOf(folder / "e.com").empty());
 }
 
+TEST(ScanLimits, AShortageOfMemoryIsNotTakenForClean) {
+    ScannerConfig config = TestConfig();
+    config.workerMemoryLimit = 64 << 20;
+    Scanner scanner(config);
+    const TemporaryFolder folder;
+    folder.Write("plain", std::string(100 << 20, 'z') + MarkerThreat());
+    RunCommand("cd '" + folder.Path() + "' && zip -q plain.zip plain && tar -czf plain.tar.gz plain && gzip -k plain && " +
+               "bzip2 -k plain && xz -1 -k plain");
+    folder.Write("e.com", TestThreat());
+    RunningScan scan(scanner.Service(), Area(folder.Path()));
+    const ScanResult result = scan.Result();
+    EXPECT_EQ(result.counters.scannedObjects, result.counters.threats) << "clean would be a lie";
+    EXPECT_EQ(result.counters.threats + result.counters.notProcessed, 7u);
+    EXPECT_FALSE(scan.Observer().ThreatOf(folder / "e.com").empty());
+}
+
 TEST(ScanLimits, AHugeSparseBombIsNotProcessed) {
     ScannerConfig config = TestConfig();
     config.maxFileSize = 32 << 20;

@@ -197,48 +197,6 @@ TEST(EventBus, TheOldestGoBeyondTheLimit) {
     EXPECT_EQ(events.back().id, 10000);
 }
 
-/// Publishes in a child until it is killed; the child tells through a pipe what its publisher got back for.
-TEST(EventBus, NothingThatWasTakenAsDurableIsLostByAKill) {
-    const TempFolder folder;
-    std::uint64_t number = 0;
-    for (int round = 0; round < 12; ++round) {
-        int ends[2];
-        ASSERT_EQ(::pipe(ends), 0);
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            ::close(ends[0]);
-            EventBus bus(In(folder), {});
-            bus.Start();
-            for (std::uint64_t n = number + 1;; ++n) {
-                bus.PublishTransient(MakeEvent(n));
-                bus.Publish(MakeEvent(n, EventName::ThreatDetected));
-                if (::write(ends[1], &n, sizeof n) != sizeof n)
-                    ::_exit(1);
-            }
-        }
-        ::close(ends[1]);
-        const std::uint64_t target = number + 5 + static_cast<std::uint64_t>(round) * 3;
-        while (number < target)
-            ASSERT_EQ(::read(ends[0], &number, sizeof number), static_cast<ssize_t>(sizeof number));
-        ::kill(child, SIGKILL);
-        for (std::uint64_t more = 0; ::read(ends[0], &more, sizeof more) == sizeof more;)
-            number = more;
-        ::close(ends[0]);
-        ::waitpid(child, nullptr, 0);
-
-        StartedBus started(In(folder));
-        const auto events = started.All();
-        ASSERT_GE(events.size(), number);
-        for (std::size_t i = 0; i < events.size(); ++i) {
-            ASSERT_EQ(events[i].id, static_cast<Event::IdType>(i + 1));
-            ASSERT_EQ(NumberOf(events[i]), i + 1);
-        }
-        number = events.size();
-    }
-    EXPECT_FALSE(std::filesystem::exists(folder.File("events.db.damaged")));
-}
-
 class DamagedDatabase : public testing::TestWithParam<const char*> {};
 
 void Damage(const std::string& path, std::string_view how) {

@@ -1,0 +1,75 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The window in Russian: chosen in the configuration, for a machine that has the locale."""
+
+import json
+import os
+import re
+import subprocess
+import unittest
+
+from tesl_support import samples
+from tesl_support.case import WindowCase
+from tesl_support.waiting import wait_until
+
+LOCALE = "ru_RU.UTF-8"
+# Names that assistive programs read for symbols have no row in the catalogue.
+SYMBOLS = {"Back", "Busy", "Close", "Delete", "Help", "Minimize"}
+
+
+def texts_of(product):
+    with open(os.path.join(product.top, "shared/loc/ru.loc"), encoding="utf-8") as file:
+        return json.load(file)
+
+
+class Russian(WindowCase):
+    def setUp(self):
+        super().setUp()
+        # A locale of our own: the machine need not have any beside C.
+        self.locales = os.path.join(self.folder, "locales")
+        os.makedirs(self.locales)
+        subprocess.run(["localedef", "-i", "ru_RU", "-f", "UTF-8", os.path.join(self.locales, LOCALE)], check=True)
+        self.product.configure(f"[General]\nLocale={LOCALE}\n")
+
+    def english_in(self, window):
+        """Shown texts with a Latin word that is neither a name nor a path."""
+        found = []
+        for node in window.nodes():
+            text = re.sub(r"Tolvander[\w. ]*|/\S*|ID|<[^>]*>", "", node.name())
+            if node.is_showing() and text not in SYMBOLS and re.search(r"[A-Za-z]{3,}", text):
+                found.append(node.name())
+        return found
+
+    def test_every_text_of_the_window_is_russian(self):
+        texts = texts_of(self.product)
+        samples.write(os.path.join(self.scope, "test-file.com"), samples.test_file())
+        self.product.start_service()
+        window = self.open_window(LOCPATH=self.locales)
+        window.wait_open()
+        wait_until(lambda: window.shows(texts["GuiAppInfoButtonScan"])
+                   and not window.shows(texts["GuiAppIsUnavailable"]), 30, "the main page shows in Russian")
+        self.desktop.save_screenshot("main-page")
+        self.assertEqual(self.english_in(window), [])
+
+        window.press(texts["GuiAppInfoButtonScan"], enabled=True)
+        wait_until(lambda: window.shows(texts["GuiTaskNameFullScanTask"]), 20, "the task's row shows")
+        self.product.control("--start-task", "Scan_My_Computer")
+        wait_until(lambda: window.shows(texts["GuiTaskResultDetect"]), 60, "the result shows")
+        self.desktop.save_screenshot("scan-page")
+        self.assertEqual(self.english_in(window), [])
+
+        self.product.stop_service()
+        wait_until(lambda: window.shows(texts["GuiAppIsUnavailable"]), 30, "the page without a connection shows")
+        self.desktop.save_screenshot("no-connection")
+        self.assertEqual(self.english_in(window), [])
+        self.assertEqual(window.close(), 0)
+
+    def test_a_locale_that_the_machine_lacks_leaves_the_window_english(self):
+        self.product.start_service()
+        window = self.open_window(LOCPATH=os.path.join(self.folder, "nowhere"))
+        window.wait_open()
+        window.wait_connected()
+        self.assertEqual(window.close(), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
