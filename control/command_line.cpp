@@ -26,6 +26,9 @@ struct Options {
     bool getAppSettings = false;
     bool setAppSettings = false;
     bool acceptTsn = false;
+    bool eventQuery = false;
+    bool waitEvents = false;
+    EventArguments events;
     std::string file;
     std::string startTask;
     std::string stopTask;
@@ -35,11 +38,34 @@ struct Options {
 class HelpFormatter : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App*, std::string name) const override {
-        return "Usage: " + name + " COMMAND [--json]\n       " + name + " --scan-file PATH... [--json] [-- PATH...]\n       " +
-               name + " --get-app-settings [KEY...] [--json]\n       " + name +
-               " --set-app-settings {KEY=VALUE... | --file PATH} [--accept-tsn] [--json]\n";
+        return "Usage: " + name + " COMMAND [--json]\n       " + name +
+               " --scan-file PATH... [--json] [-- PATH...]\n       " + name +
+               " --get-app-settings [KEY...] [--json]\n       " + name +
+               " --set-app-settings {KEY=VALUE... | --file PATH} [--accept-tsn] [--json]\n       " + name +
+               " {--event-query | --wait-events} [FILTER...] [--json]\n";
     }
 };
+
+constexpr const char* FiltersOfBoth[] = {"--event-type", "--task-type"};
+constexpr const char* FiltersOfQueries[] = {"--task-id", "--from", "--to", "--limit", "--order"};
+
+void DeclareEvents(CLI::App& app, EventArguments& events) {
+    app.add_option("--event-type", events.types, "Of both: events of these types only, such as ThreatDetected")
+        ->type_name("NAME[,NAME...]")
+        ->allow_extra_args(false)
+        ->delimiter(',');
+    app.add_option("--task-type", events.taskType, "Of both: events of tasks of this type only, such as ODS")
+        ->type_name("NAME");
+    app.add_option("--task-id", events.taskId, "With --event-query: events of this task only")->type_name("ID");
+    app.add_option("--from", events.from,
+                   "With --event-query: from this time on, in UTC, as 2026-11-21 or 2026-11-21T01:55:06Z")
+        ->type_name("TIME");
+    app.add_option("--to", events.to, "With --event-query: before this time")->type_name("TIME");
+    app.add_option("--limit", events.limit, "With --event-query: so many events at most, 100 where it isn't given")
+        ->type_name("NUMBER");
+    app.add_option("--order", events.order, "With --event-query: asc for the oldest first, else desc")
+        ->type_name("asc|desc");
+}
 
 void Declare(CLI::App& app, Options& options) {
     app.formatter(std::make_shared<HelpFormatter>());
@@ -62,6 +88,10 @@ void Declare(CLI::App& app, Options& options) {
     app.add_option("--file", options.file, "With --set-app-settings: a file with the settings")->type_name("PATH");
     app.add_flag("--accept-tsn", options.acceptTsn,
                  "With --set-app-settings: accept the statement of Tolvander Security Network");
+    app.add_flag("--event-query", options.eventQuery, "Tell stored events, the newest first");
+    app.add_flag("--wait-events", options.waitEvents,
+                 "Tell events as they come, until Ctrl-C; in JSON each is one document on a line of its own");
+    DeclareEvents(app, options.events);
     app.add_flag("--json", options.json, "Write one JSON document and nothing else on standard output");
     app.add_flag("--version", options.version, "Tell the version of the product");
     app.add_flag("-h,--help", options.help, "Show this help");
@@ -86,6 +116,8 @@ CommandKind TheOneCommand(const CLI::App& app) {
         {"--app-info", CommandKind::AppInfo},
         {"--get-app-settings", CommandKind::GetAppSettings},
         {"--set-app-settings", CommandKind::SetAppSettings},
+        {"--event-query", CommandKind::EventQuery},
+        {"--wait-events", CommandKind::WaitEvents},
     };
     const std::pair<const char*, CommandKind>* chosen = nullptr;
     for (const auto& command : Commands) {
@@ -150,8 +182,22 @@ void TakeSettings(const CLI::App& app, const Options& options, const std::vector
     line.acceptTsn = options.acceptTsn;
 }
 
-/// Operands are taken as what no option claims, and not through an option of a list: the parser would take a file name in
-/// brackets apart.
+/// What stands beside the commands for events.
+void TakeEvents(const CLI::App& app, const Options& options, CommandLine& line) {
+    const auto isGiven = [&app](const char* name) { return app.get_option(name)->count() > 0; };
+    const bool isQuery = line.command == CommandKind::EventQuery;
+    if (!isQuery && std::any_of(std::begin(FiltersOfQueries), std::end(FiltersOfQueries), isGiven))
+        FailUsage("--task-id, --from, --to, --limit and --order stand beside --event-query only.");
+    if (!isQuery && line.command != CommandKind::WaitEvents) {
+        if (std::any_of(std::begin(FiltersOfBoth), std::end(FiltersOfBoth), isGiven))
+            FailUsage("--event-type and --task-type stand beside --event-query and --wait-events only.");
+        return;
+    }
+    line.events = ReadEventSelection(options.events);
+}
+
+/// Operands are taken as what no option claims, and not through an option of a list: the parser would take a file name
+/// in brackets apart.
 std::vector<std::string> OperandsAmong(const std::vector<std::string>& unclaimed) {
     for (const std::string& argument : unclaimed) {
         if (argument.size() > 1 && argument.front() == '-')
@@ -182,6 +228,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments) {
     line.json = options.json;
     line.task = TaskOf(line.command, options);
     TakeSettings(app, options, operands, line);
+    TakeEvents(app, options, line);
     if (line.command == CommandKind::ScanFile && operands.empty())
         FailUsage("--scan-file needs a path.");
     if (!operands.empty() && !TakesOperands(line.command))

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/settings.h>
+#include <control/event_selection.h>
 
 #include <string>
 #include <vector>
@@ -20,6 +21,8 @@ enum class CommandKind {
     AppInfo,
     GetAppSettings,
     SetAppSettings,
+    EventQuery,
+    WaitEvents,
 };
 
 struct CommandLine {
@@ -31,6 +34,7 @@ struct CommandLine {
     std::vector<settings::ChangeItem> changes;
     std::string file;
     bool acceptTsn = false;
+    EventSelection events; ///< for EventQuery and WaitEvents
     bool json = false;
 };
 

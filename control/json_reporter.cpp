@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/escape.h>
+#include <control/event_json.h>
 #include <control/json_reporter.h>
 #include <control/values.h>
 
@@ -104,6 +105,19 @@ void JsonReporter::AppSettingsChanged(const std::string& message) {
         m_document["message"] = message;
 }
 
+void JsonReporter::EventsTold(const std::vector<Event>& events) {
+    json& list = m_document["events"] = json::array();
+    for (const Event& event : events)
+        list.push_back(EventJson(event));
+}
+
+void JsonReporter::EventsBegin() { m_lines = true; }
+
+bool JsonReporter::EventCame(const Event& event) {
+    m_out << EventJson(event).dump(-1, ' ', false, json::error_handler_t::replace) << '\n' << std::flush;
+    return m_out.good();
+}
+
 void JsonReporter::Finding(const ScanFinding& finding) {
     m_document[finding.kind == ScanFinding::Kind::Threat ? "threats" : "notProcessed"].push_back(FindingJson(finding));
 }
@@ -131,7 +145,8 @@ void JsonReporter::Error(ExitCode code, const std::string& text) {
 }
 
 bool JsonReporter::Finish() {
-    m_out << m_document.dump(2, ' ', false, json::error_handler_t::replace) << '\n' << std::flush;
+    if (!m_lines || !m_document.empty())
+        m_out << m_document.dump(m_lines ? -1 : 2, ' ', false, json::error_handler_t::replace) << '\n' << std::flush;
     return m_out.good();
 }
 

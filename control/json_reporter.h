@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Answers for programs: one JSON document on standard output, errors too.
+// Answers for programs: one JSON document on standard output, errors too; of events that come one document a line.
 #pragma once
 
 #include <control/reporter.h>
@@ -24,6 +24,9 @@ public:
     void AppInfoTold(const AppInfo& appInfo) override;
     void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) override;
     void AppSettingsChanged(const std::string& message) override;
+    void EventsTold(const std::vector<Event>& events) override;
+    void EventsBegin() override;
+    bool EventCame(const Event& event) override;
     void Finding(const ScanFinding& finding) override;
     void ScanEnded(const ScanSummary& summary) override;
     void Error(ExitCode code, const std::string& text) override;
@@ -32,6 +35,7 @@ public:
 private:
     std::ostream& m_out;
     nlohmann::json m_document = nlohmann::json::object();
+    bool m_lines = false; ///< one document a line
 };
 
 } // namespace tfs::control

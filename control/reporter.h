@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
+#include <contract/tfs/event.h>
 #include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 #include <control/exit_codes.h>
@@ -54,6 +55,11 @@ public:
     virtual void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) = 0;
     /// `message` is what the service had to say to it, one line; mostly empty.
     virtual void AppSettingsChanged(const std::string& message) = 0;
+    virtual void EventsTold(const std::vector<Event>& events) = 0;
+    /// From now on there are only events that come while the program runs, each written at once, and perhaps an error.
+    virtual void EventsBegin() = 0;
+    /// False where the output failed.
+    virtual bool EventCame(const Event& event) = 0;
     virtual void Finding(const ScanFinding& finding) = 0;
     virtual void ScanEnded(const ScanSummary& summary) = 0;
     /// `text` is one safe line. May follow findings where the scan came to a bad end.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/app_info.h>
+#include <control/event_query.h>
 #include <control/get_app_settings.h>
 #include <control/get_task_list.h>
 #include <control/get_task_state.h>
@@ -8,6 +9,7 @@
 #include <control/set_app_settings.h>
 #include <control/start_task.h>
 #include <control/stop_task.h>
+#include <control/wait_events.h>
 
 namespace tfs::control {
 
@@ -29,6 +31,10 @@ ExitCode RunServiceCommand(const CommandLine& line, const CommandContext& contex
         return GetAppSettings(context, line.keys);
     case CommandKind::SetAppSettings:
         return SetAppSettings(context, line.changes, line.file, line.acceptTsn);
+    case CommandKind::EventQuery:
+        return QueryEvents(context, line.events);
+    case CommandKind::WaitEvents:
+        return WaitEvents(context, line.events);
     case CommandKind::Help:
     case CommandKind::Version:
         break;

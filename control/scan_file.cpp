@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/escape.h>
-#include <control/event_queue.h>
+#include <control/event_subscription.h>
 #include <control/path_arguments.h>
 #include <control/scan_file.h>
 #include <control/scan_watch.h>
@@ -18,23 +18,6 @@ using namespace std::chrono_literals;
 constexpr auto Step = 100ms;       ///< how late a request to stop may be noticed
 constexpr auto QuietTime = 2s;     ///< without an event for so long the service is asked
 constexpr auto StopDeadline = 15s; ///< for a stop that was asked for
-
-class Subscription {
-public:
-    explicit Subscription(const CommandContext& context)
-        : m_subscriber(Service<IEventSubscriber>(context)), m_queue(ulk::Ptr<EventQueue>::Adopt(new EventQueue)) {
-        ThrowIfFailed(m_subscriber->Subscribe(m_queue.Get(), ScanWatch::Filter()), "Cannot follow the scan");
-    }
-    ~Subscription() { m_subscriber->Unsubscribe(m_queue.Get()); }
-    Subscription(const Subscription&) = delete;
-    Subscription& operator=(const Subscription&) = delete;
-
-    EventQueue& Queue() noexcept { return *m_queue; }
-
-private:
-    ulk::Ptr<IEventSubscriber> m_subscriber;
-    ulk::Ptr<EventQueue> m_queue;
-};
 
 /// One scan from its start to its end.
 class Scan {
@@ -140,7 +123,7 @@ ExitCode ScanFile(const CommandContext& context, const std::vector<std::string>&
     settings.areas = AbsolutePaths(arguments);
 
     const auto tasks = Service<ITfsTaskManager>(context);
-    Subscription subscription(context);
+    EventSubscription subscription(context, ScanWatch::Filter(), "Cannot follow the scan");
     core::TaskInfo task;
     ThrowIfFailed(tasks->CreateScanTask(settings, task), "Cannot create the scan");
     Scan scan(context, *tasks, subscription.Queue(), task.taskId);

@@ -19,9 +19,7 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-std::string CannotSetSettings() {
-    return localization::GetLocalizedString(localization::entry::CannotSetSettings);
-}
+std::string CannotSetSettings() { return localization::GetLocalizedString(localization::entry::CannotSetSettings); }
 
 [[noreturn]] void Fail(ExitCode code, const remote_actions::CommandException& refusal) {
     const std::string text = EscapeForTerminal(OneLine(refusal.Text()));

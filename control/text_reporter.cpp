@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/escape.h>
+#include <control/event_values.h>
 #include <control/text_reporter.h>
 #include <control/values.h>
 
@@ -22,7 +23,7 @@ std::string ShownName(const core::TaskInfo& task) {
 
 } // namespace
 
-void TextReporter::Line(const char* label, const std::string& value) {
+void TextReporter::Line(const std::string& label, const std::string& value) {
     m_out << std::left << std::setw(LabelWidth) << label << value << '\n';
 }
 
@@ -91,6 +92,31 @@ void TextReporter::AppSettingsChanged(const std::string& message) {
     if (!message.empty())
         m_out << ' ' << EscapeForTerminal(message);
     m_out << '\n';
+}
+
+void TextReporter::EventsTold(const std::vector<Event>& events) {
+    if (events.empty())
+        m_out << "There are no such events.\n";
+    for (const Event& event : events)
+        EventCame(event);
+}
+
+void TextReporter::EventsBegin() {}
+
+bool TextReporter::EventCame(const Event& event) {
+    m_out << OrWord(UtcFromEpoch(event.time), "unknown time") << ' ' << EventTypeName(event.type) << '\n';
+    if (event.id > 0)
+        Line("  Id:", std::to_string(event.id));
+    Line("  Severity:", NameOf(types::EventSeverity::Table(), event.severity));
+    Line("  Initiator:", NameOf(types::EventInitiator::Table(), event.initiator));
+    if (event.initiatorUser)
+        Line("  User:", Safe(event.initiatorUser->userName) + " (" + std::to_string(event.initiatorUser->uid) + ")");
+    for (const EventAdditionalData& field : event.additional)
+        if (field.hidden == 0)
+            Line("  " + NameOf(types::AdditionalName::Table(), field.name) + ": ",
+                 EscapeForTerminal(FieldText(field.name, field.value)));
+    m_out << std::flush;
+    return m_out.good();
 }
 
 void TextReporter::Finding(const ScanFinding& finding) {

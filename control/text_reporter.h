@@ -21,13 +21,16 @@ public:
     void AppInfoTold(const AppInfo& appInfo) override;
     void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) override;
     void AppSettingsChanged(const std::string& message) override;
+    void EventsTold(const std::vector<Event>& events) override;
+    void EventsBegin() override;
+    bool EventCame(const Event& event) override;
     void Finding(const ScanFinding& finding) override;
     void ScanEnded(const ScanSummary& summary) override;
     void Error(ExitCode code, const std::string& text) override;
     bool Finish() override;
 
 private:
-    void Line(const char* label, const std::string& value);
+    void Line(const std::string& label, const std::string& value);
 
     std::ostream& m_out;
     std::ostream& m_err;

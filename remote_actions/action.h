@@ -11,8 +11,8 @@ namespace tfs {
 
 /// What an action returns.
 struct CommandResult {
-    std::string message;         ///< what the service had to say, UTF-8
-    result_t code = ulk::sOk;    ///< the service's result
+    std::string message;      ///< what the service had to say, UTF-8
+    result_t code = ulk::sOk; ///< the service's result
 };
 
 namespace remote_actions {

@@ -97,8 +97,7 @@ CommandResult SetAppSettings::Exec(ulk::IServiceLocator* remote) {
     result.code = handler->SetAppSettings(m_changes, messages, m_acceptTsn);
     result.message = localization::ValidationText(messages);
     ThrowIfRefused(result.code, result.message);
-    ULK_TRACE(m_tracer.Get(), ulk::level::Detail)
-        << "Calling AppSettingsHandler::SetAppSettings:\n" << result.message;
+    ULK_TRACE(m_tracer.Get(), ulk::level::Detail) << "Calling AppSettingsHandler::SetAppSettings:\n" << result.message;
     return result;
 }
 

@@ -35,7 +35,7 @@ constexpr std::uint64_t PackedNothing = 32;
 /// An archive up to this size may hold no member.
 constexpr std::uint64_t EmptyArchive = 32;
 /// A packed stream up to this size may hold an empty part.
-constexpr std::uint64_t EmptyStream = 128;
+constexpr std::uint64_t EmptyStream = 100;
 /// What a zip needs for a member that holds nothing, generously.
 constexpr std::uint64_t MemberOverhead = 1024;
 

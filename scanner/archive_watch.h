@@ -48,9 +48,9 @@ private:
     struct Layer {
         std::string name;
         std::uint64_t size = 0;
-        unsigned traits = 0; ///< of the type; see the source
-        bool seen = false;   ///< false: the engine went through it without a word
-        bool listed = false; ///< a member was told of
+        unsigned traits = 0;  ///< of the type; see the source
+        bool seen = false;    ///< false: the engine went through it without a word
+        bool listed = false;  ///< a member was told of
         unsigned members = 0; ///< highest position that was told
         std::size_t opened = 0;
         std::unordered_set<unsigned> expected; ///< positions of members that have to be opened

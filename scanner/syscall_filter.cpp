@@ -79,8 +79,8 @@ constexpr int Allowed[] = {
 #endif
 };
 
-/// Asked for in passing where the answer "no" does no harm. The mode of a file that was handed to us must not be ours to
-/// change where the service runs as the files' owner.
+/// Asked for in passing where the answer "no" does no harm. The mode of a file that was handed to us must not be ours
+/// to change where the service runs as the files' owner.
 constexpr int Refused[] = {SCMP_SYS(access),     SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),
                            SCMP_SYS(getcwd),     SCMP_SYS(clone3),    SCMP_SYS(prlimit64),  SCMP_SYS(sched_getaffinity),
                            SCMP_SYS(readlinkat), SCMP_SYS(ioctl),     SCMP_SYS(statfs),     SCMP_SYS(utimensat),

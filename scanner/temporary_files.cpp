@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The engine calls the C library's functions through the dynamic linker, which finds those of the program first. They
-// do what the library's do, and remember that they failed. <fcntl.h> is not included: its inline open64() would stand in
-// the way of the definition.
+// do what the library's do, and remember that they failed. <fcntl.h> is not included: its inline open64() would stand
+// in the way of the definition.
 #include <scanner/temporary_files.h>
 
 #include <cerrno>

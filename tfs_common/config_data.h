@@ -41,8 +41,8 @@ struct ConfigData {
 
 /// Reads the file and fits the log folder to the user. Never throws but for std::bad_alloc: a file that is missing,
 /// unreadable, not a regular file or not an INI file yields the defaults, and a value that isn't a whole token of its
-/// type, or is out of its range, leaves its own field alone. A GUID that can't be read discards the whole record. A text
-/// is taken as it stands, also an empty one.
+/// type, or is out of its range, leaves its own field alone. A GUID that can't be read discards the whole record. A
+/// text is taken as it stands, also an empty one.
 std::shared_ptr<const ConfigData> LoadConfigData(const std::string& path = paths::Configuration);
 /// The same for a given real user id; for tests.
 std::shared_ptr<const ConfigData> LoadConfigData(const std::string& path, uid_t uid);

@@ -86,8 +86,14 @@ Item {
                     font.family: RobotoFonts.robotoMedium
                     font.weight: Font.Medium
                     font.pixelSize: CommonProperties.pixelSizeLarge
-                    Component.onCompleted: width = Math.min(paintedWidth, parent.width - expander.width
-                                                                          - CommonProperties.TaskNameReserve)
+
+                    // Sized once, so that the expander keeps its place; another name is another label.
+                    function fit() {
+                        width = Math.min(implicitWidth,
+                                         parent.width - expander.width - CommonProperties.TaskNameReserve);
+                    }
+                    onTextChanged: fit()
+                    Component.onCompleted: fit()
                 }
 
                 TLExpander {

@@ -46,13 +46,12 @@ result_t Guarded(Body body) {
 result_t ReadAppInfo(ulk::IServiceLocator* remoteSl, AppInfo& appInfo) {
     return Guarded([&]() -> result_t {
         ulk::Ptr<IAppInfoProvider> provider;
-        if (const result_t result = ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, provider.Ref()),
-                                                    "Cannot get AppInfoProvider");
+        if (const result_t result =
+                ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, provider.Ref()), "Cannot get AppInfoProvider");
             !ULK_SUCCEEDED(result))
             return result;
         AppInfo read;
-        const result_t result =
-            ULK_CHECK_TRACE(Tracer(), provider->GetAppInfo(read), "Cannot get application info");
+        const result_t result = ULK_CHECK_TRACE(Tracer(), provider->GetAppInfo(read), "Cannot get application info");
         if (ULK_SUCCEEDED(result))
             appInfo = std::move(read);
         return result;
@@ -81,8 +80,8 @@ result_t ReadAppSettings(ulk::IServiceLocator* remoteSl, settings::AppSettings& 
 
 result_t RunSetAppSettings(ulk::IServiceLocator* remoteSl, settings::SettingsChangeList&& changes) {
     return Guarded([&]() -> result_t {
-        const auto action = remote_actions::MakeSetAppSettings(application::GetLocalServiceLocator(), {}, false,
-                                                               std::move(changes));
+        const auto action =
+            remote_actions::MakeSetAppSettings(application::GetLocalServiceLocator(), {}, false, std::move(changes));
         return action->Exec(remoteSl).code;
     });
 }

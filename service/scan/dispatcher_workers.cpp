@@ -293,7 +293,8 @@ void ScannerService::Impl::CheckWorker(WorkerSlot& worker, Clock::time_point now
 
 /// Stopped processes keep their memory, so there are only so many; beyond that a paused file begins anew later.
 void ScannerService::Impl::HoldWorker(WorkerSlot& worker, Clock::time_point now) {
-    const auto held = std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.held; });
+    const auto held =
+        std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.held; });
     if (static_cast<std::size_t>(held) >= MostHeldOfTarget * m_targetWorkers) {
         worker.takenBack = true;
         return worker.Kill();

@@ -9,9 +9,9 @@
 namespace tfs::service::scan {
 
 enum class FileSystemKind {
-    Disk,    ///< this kernel stamps every change of a file
+    Disk,      ///< this kernel stamps every change of a file
     Unstamped, ///< changes may leave no trace, or a forged one: scanned, never cached
-    Virtual, ///< the kernel's own: never scanned
+    Virtual,   ///< the kernel's own: never scanned
 };
 
 class FileSystems {

@@ -36,7 +36,8 @@ public:
         return Answer::Scan;
     }
     const FileVerdict& Verdict(const struct stat& file) { return m_files.at(KeyOf(file)).verdict; }
-    /// Notes the verdict on a file, `file` being its state when it was opened, and returns the names that waited for it.
+    /// Notes the verdict on a file, `file` being its state when it was opened, and returns the names that waited for
+    /// it.
     std::vector<std::string> Settle(const struct stat& file, const FileVerdict& verdict) {
         Entry& entry = m_files[KeyOf(file)];
         entry.settled = true;
@@ -46,8 +47,8 @@ public:
         entry.changed = file.st_ctim;
         return std::exchange(entry.waiting, {});
     }
-    /// The name that was to be scanned led nowhere: the next one is tried. Only the asking thread may call it, before it
-    /// asks again, so that nobody waits.
+    /// The name that was to be scanned led nowhere: the next one is tried. Only the asking thread may call it, before
+    /// it asks again, so that nobody waits.
     void Withdraw(const struct stat& file) { m_files.erase(KeyOf(file)); }
 
 private:

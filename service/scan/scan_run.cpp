@@ -101,7 +101,8 @@ void RunCore::WaitForThreads(std::thread& walker, std::thread& counter) {
     {
         ulk::LockGuard lock(m_lock);
         m_room.notify_all();
-        while (!((m_walked || !walker.joinable()) && (m_counted || !counter.joinable())) && m_event.wait_until(lock, deadline) != std::cv_status::timeout) {
+        while (!((m_walked || !walker.joinable()) && (m_counted || !counter.joinable())) &&
+               m_event.wait_until(lock, deadline) != std::cv_status::timeout) {
         }
         walked = m_walked;
         counted = m_counted;

@@ -35,8 +35,8 @@ private:
     std::vector<std::string> m_chain; ///< "/", "/a", "/a/b"
     std::vector<std::string> m_names; ///< last component of each
     int m_handle = -1;
-    int m_deepest = -1;       ///< the watch of the deepest folder that exists
-    std::string m_awaited;    ///< what is to appear in it; empty where it is the folder itself
+    int m_deepest = -1;    ///< the watch of the deepest folder that exists
+    std::string m_awaited; ///< what is to appear in it; empty where it is the folder itself
 };
 
 } // namespace tfs::service::settings

@@ -183,9 +183,8 @@ Policy ReadPolicyFolder(const std::string& path, uid_t owner) {
         if (!folder)
             return;
         for (const std::string& name : FilesIn(folder.get()))
-            Noting(path + name, policy, [&] {
-                Merge(Parse(name, ReadTrustedFile(::dirfd(folder.get()), name, owner)), policy);
-            });
+            Noting(path + name, policy,
+                   [&] { Merge(Parse(name, ReadTrustedFile(::dirfd(folder.get()), name, owner)), policy); });
     });
     return policy;
 }

@@ -13,8 +13,8 @@
 namespace tfs::service::settings {
 namespace {
 
-constexpr int QuietMs = 50;           ///< without a change for so long the folder is read
-constexpr int LongestUnrest = 20;     ///< so many changes aren't waited out
+constexpr int QuietMs = 50;            ///< without a change for so long the folder is read
+constexpr int LongestUnrest = 20;      ///< so many changes aren't waited out
 constexpr int UnwatchedMs = 60 * 1000; ///< between readings where the system can't watch
 constexpr int ForEver = -1;
 

@@ -59,7 +59,8 @@ void ReadNumber(Json& root, const char* key, Number least, Number greatest, Numb
         return;
     if (!taken.is_number_integer())
         Refuse(key, "is not a whole number");
-    const bool tooLarge = taken.is_number_unsigned() && taken.get<std::uint64_t>() > static_cast<std::uint64_t>(greatest);
+    const bool tooLarge =
+        taken.is_number_unsigned() && taken.get<std::uint64_t>() > static_cast<std::uint64_t>(greatest);
     const bool tooSmall = taken.is_number_unsigned() ? taken.get<std::uint64_t>() < static_cast<std::uint64_t>(least)
                                                      : taken.get<std::int64_t>() < static_cast<std::int64_t>(least);
     if (tooLarge || tooSmall)
@@ -143,7 +144,7 @@ void ReadOldKeys(Json& root, AppSettings& settings) {
     std::int32_t level = -1;
     ReadNumber(root, OldTraceLevelKey, std::int32_t{0}, OldGreatestLevel, level);
     if (level >= 0)
-        settings.traceLevel = level == 0                ? types::TraceLevel::None
+        settings.traceLevel = level == 0                 ? types::TraceLevel::None
                               : level < OldDetailedLevel ? types::TraceLevel::NotDetailed
                                                          : types::TraceLevel::Detailed;
 }

@@ -32,6 +32,13 @@ ValidationMessage Message(const char* key, const Arguments&... arguments) {
     return {key, {ulk::text::ToUtf16Lossy(arguments)...}};
 }
 
+/// Each fault once, and no more than an answer has room for.
+void Add(std::vector<ValidationMessage>& messages, ValidationMessage message) {
+    if (messages.size() < tools::GreatestMessageCount &&
+        std::find(messages.begin(), messages.end(), message) == messages.end())
+        messages.push_back(std::move(message));
+}
+
 /// The last value that the list has for a key; null where it has none.
 const std::string* LastValue(const SettingsChangeList& changes, std::string_view key) {
     const auto found = std::find_if(changes.items.rbegin(), changes.items.rend(),
@@ -73,9 +80,8 @@ std::shared_ptr<const EffectiveSettings> SettingsStore::Combine() const {
     effective->application = m_stored.application;
     any_struct_t updated;
     Messages ignored; // each file of the policy was tested when it was read
-    if (!m_policy.settings.items.empty() &&
-        ULK_SUCCEEDED(
-            tools::UpdateSettings(nullptr, Holder(m_stored.application), m_policy.settings, ignored, updated)))
+    if (!m_policy.settings.items.empty() && ULK_SUCCEEDED(tools::UpdateSettings(nullptr, Holder(m_stored.application),
+                                                                                m_policy.settings, ignored, updated)))
         effective->application = *updated.Get<AppSettings>();
     effective->allowUserManageLocalTasks =
         m_policy.allowUserManageLocalTasks.value_or(m_stored.allowUserManageLocalTasks);
@@ -96,12 +102,12 @@ result_t SettingsStore::Check(const SettingsChangeList& changes, Messages& messa
         return valid == ulk::eNotFound ? sInvalidSettings : valid;
     for (const ChangeItem& item : changes.items)
         if (!IsUsable(item))
-            messages.push_back(Message("InvalidSettings1", item.key + "=" + item.value));
+            Add(messages, Message("InvalidSettings1", item.key + "=" + item.value));
     if (!messages.empty())
         return sInvalidSettings;
     for (const ChangeItem& item : changes.items)
         if (m_policy.Locks(item.key))
-            messages.push_back(Message("SetSettingsBlockedByPolicy1", item.key));
+            Add(messages, Message("SetSettingsBlockedByPolicy1", item.key));
     return messages.empty() ? ulk::sOk : eBlockedByPolicy;
 }
 

@@ -35,7 +35,7 @@ public:
         std::vector<std::string> fullScanAreas{"/"};
         std::vector<std::string> exclusions; ///< of all scans
         UserRules rules;
-        std::size_t maxTemporary = 256;           ///< of all users, unless one of them may have more
+        std::size_t maxTemporary = 256;          ///< of all users, unless one of them may have more
         std::size_t maxKeptStatistics = 256;     ///< of temporary tasks; beyond it the oldest go
         std::chrono::seconds unusedLifetime{60}; ///< a task that wasn't started so long may give way to a new one
     };

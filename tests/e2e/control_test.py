@@ -5,6 +5,7 @@ import json
 import os
 import signal
 import subprocess
+import threading
 import unittest
 import zipfile
 
@@ -158,6 +159,65 @@ class WithService(ProductCase):
         self.assertEqual(json.loads(output)["error"]["code"], "unavailable")
         wait_until(lambda: not any(is_running_program(pid) for pid in helpers),
                    10, "the scanner goes with its service")
+
+    def test_tells_stored_events_by_their_filters(self):
+        samples.write(os.path.join(self.scope, "test-file.com"), samples.test_file())
+        self.assertEqual(self.scan(self.scope)[0], 1)
+        code, document = self.product.control_json("--event-query", "--event-type", "ThreatDetected")
+        self.assertEqual(code, 0)
+        event, = document["events"]
+        fields = {field["name"]: field["value"] for field in event["fields"]}
+        self.assertEqual(fields["FileName"], os.path.join(self.scope, "test-file.com"))
+        self.assertEqual(fields["ObjectName"], "File")
+        _, document = self.product.control_json("--event-query", "--task-id", str(fields["TaskId"]), "--order", "asc")
+        ids = [event["id"] for event in document["events"]]
+        self.assertEqual(ids, sorted(ids))
+        self.assertEqual(document["events"][0]["type"], "TaskCreated")
+        self.assertIn(event["id"], ids)
+        _, document = self.product.control_json("--event-query", "--from", "2020-01-01", "--to", "2020-01-02")
+        self.assertEqual(document["events"], [])
+        _, document = self.product.control_json("--event-query", "--limit", "1")
+        self.assertEqual(len(document["events"]), 1)
+        text = self.product.control("--event-query", "--event-type", "ThreatDetected").stdout.decode()
+        self.assertIn(" ThreatDetected\n", text)
+
+    def follow_events(self, *arguments):
+        follower = subprocess.Popen([self.product.control_program, "--wait-events", "--json", *arguments],
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(follower.communicate)
+        self.addCleanup(follower.kill)
+        return follower
+
+    def first_event(self, follower):
+        """Scans until the follower, whenever it has subscribed, has told something."""
+        lines = []
+        reader = threading.Thread(target=lambda: lines.append(follower.stdout.readline()))
+        reader.start()
+
+        def has_told():
+            self.scan(self.scope)
+            return lines
+
+        wait_until(has_told, 30, "the follower tells an event")
+        reader.join()
+        return json.loads(lines[0])
+
+    def test_follows_events_until_ctrl_c(self):
+        follower = self.follow_events("--event-type", "TaskStateChanged", "--task-type", "ODS")
+        self.assertEqual(self.first_event(follower)["type"], "TaskStateChanged")
+        follower.send_signal(signal.SIGINT)
+        output, errors = follower.communicate(timeout=20)
+        self.assertEqual((follower.returncode, errors), (0, b""))
+        for line in output.splitlines():
+            self.assertEqual(json.loads(line)["type"], "TaskStateChanged")
+
+    def test_following_events_ends_with_the_service(self):
+        follower = self.follow_events()
+        self.first_event(follower)
+        os.kill(self.product.service.pid, signal.SIGKILL)
+        output, _ = follower.communicate(timeout=20)
+        self.assertEqual(follower.returncode, 69)
+        self.assertEqual(json.loads(output.splitlines()[-1])["error"]["code"], "unavailable")
 
     def test_a_second_service_is_refused(self):
         first = self.product.service

@@ -62,8 +62,7 @@ bool Meets(const RowKeys& row, const QueryClause& clause) {
         return Compare(row.type, clause.operation, std::int64_t{*clause.value.As<std::uint32_t>()});
     if (clause.field == u"TaskId")
         return Compare(static_cast<std::uint64_t>(*row.taskId), clause.operation, *clause.value.As<std::uint64_t>());
-    return Compare(*row.taskType, clause.operation,
-                   ulk::text::ToUtf8Lossy(*clause.value.As<ulk::types::string16_t>()));
+    return Compare(*row.taskType, clause.operation, ulk::text::ToUtf8Lossy(*clause.value.As<ulk::types::string16_t>()));
 }
 
 bool Answers(const RowKeys& row, const std::vector<QueryClause>& clauses) {

@@ -13,7 +13,7 @@ void tfs::fuzz::Run(std::string_view input) {
         Require(territory.find_first_of("./") == std::string::npos);
         Require(language.find_first_of("./") == std::string::npos);
     }
-    localization::Translator translator("/nonexistent/");
+    static localization::Translator translator("/nonexistent/");
     translator.Load(nullptr, name.c_str(), true);
     Require(translator.Language() == "en");
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The service's end of a connection against whatever a client may send, a whole session at a time.
+#include <service/rpc/blocking_calls.h>
 #include <service/rpc/connection.h>
 #include <service/rpc/event_hub.h>
 #include <tests/fuzz/input.h>

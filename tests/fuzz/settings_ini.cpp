@@ -38,8 +38,7 @@ void ApplyAgain(const any_struct_t& updated) {
     told.items = tfs::tools::ListSettings(nullptr, updated);
     Messages messages;
     any_struct_t again;
-    tfs::fuzz::Require(
-        ULK_SUCCEEDED(tfs::tools::UpdateSettings(nullptr, Defaults(), told, messages, again)));
+    tfs::fuzz::Require(ULK_SUCCEEDED(tfs::tools::UpdateSettings(nullptr, Defaults(), told, messages, again)));
     tfs::fuzz::Require(*again.Get<AppSettings>() == *updated.Get<AppSettings>());
 }
 

@@ -8,7 +8,6 @@
 void tfs::fuzz::Run(std::string_view input) {
     const std::string escaped = control::EscapeForTerminal(input);
     Require(control::IsUtf8(escaped));
-    Require(std::none_of(escaped.begin(), escaped.end(),
-                         [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }));
+    Require(std::none_of(escaped.begin(), escaped.end(), [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }));
     Require(control::ToHex(input).size() == 2 * input.size());
 }

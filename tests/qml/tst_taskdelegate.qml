@@ -314,6 +314,13 @@ Item {
             verify(expander.mapToItem(item, expander.width, 0).x <= part(item, "mainButton").mapToItem(item, 0, 0).x);
         }
 
+        function test_anotherNameHasRoomOfItsOwn() {
+            const item = row({ "taskName": "Custom scan" });
+            const label = part(item, "taskName");
+            tasks.changeRow(0, { "taskName": "Custom scan of /home/user/Downloads" });
+            verify(!label.truncated);
+        }
+
         function test_keyboardReachesTheButtons() {
             const item = row({});
             part(item, "mainButton").forceActiveFocus();

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
-#include <contract/tfs/event.h>
+#include <contract/tfs/event_query.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/object.h>
 #include <tests/unit/control/fake_settings.h>
@@ -102,17 +102,39 @@ public:
     }
 };
 
+class FakeStorer : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, IEventStorer> {
+public:
+    std::vector<Event> events;
+    result_t result = ulk::sOk;
+    EventQuery query;
+    int queries = 0;
+
+    result_t GetEventCount(std::uint64_t&) override { return ulk::eNotSupported; }
+    result_t GetOldestEvent(Event&) override { return ulk::eNotSupported; }
+    result_t GetEvent(Event::IdType, Event&) override { return ulk::eNotSupported; }
+    result_t QueryEvents(const EventQuery& asked, std::vector<Event>& out) override {
+        query = asked;
+        ++queries;
+        if (ULK_SUCCEEDED(result))
+            out = events;
+        return result;
+    }
+};
+
 class FakeLocator : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IServiceLocator> {
 public:
     ulk::Ptr<FakeTasks> tasks = ulk::Ptr<FakeTasks>::Adopt(new FakeTasks);
     ulk::Ptr<FakeSubscriber> subscriber = ulk::Ptr<FakeSubscriber>::Adopt(new FakeSubscriber);
     ulk::Ptr<FakeSettings> settings = ulk::Ptr<FakeSettings>::Adopt(new FakeSettings);
+    ulk::Ptr<FakeStorer> storer = ulk::Ptr<FakeStorer>::Adopt(new FakeStorer);
 
     result_t GetInterface(ulk::iid_t iid, std::uint32_t, void** out) noexcept override {
         *out = nullptr;
         if (ULK_SUCCEEDED(tasks->QueryInterface(iid, out)))
             return ulk::sOk;
         if (ULK_SUCCEEDED(settings->QueryInterface(iid, out)))
+            return ulk::sOk;
+        if (ULK_SUCCEEDED(storer->QueryInterface(iid, out)))
             return ulk::sOk;
         return subscriber->QueryInterface(iid, out);
     }

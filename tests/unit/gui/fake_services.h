@@ -3,8 +3,8 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
-#include <contract/tfs/settings.h>
 #include <contract/tfs/event.h>
+#include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
 #include <foundation/object.h>
 #include <foundation/trace.h>

@@ -98,9 +98,12 @@ TEST_F(ProductSettingsActionsTest, readsOrLeavesWhatItWasGiven) {
 
 TEST_F(ProductSettingsActionsTest, refusedSettingsAreCodes) {
     const std::pair<result_t, result_t> cases[] = {
-        {sInvalidSettings, ulk::eInvalidArgument}, {eBlockedByPolicy, eBlockedByPolicy},
-        {eTsnNotAccepted, eTsnNotAccepted},        {ulk::eAccessDenied, ulk::eAccessDenied},
-        {ulk::eTimeout, ulk::eTimeout},            {ulk::sOk, ulk::sOk},
+        {sInvalidSettings, ulk::eInvalidArgument},
+        {eBlockedByPolicy, eBlockedByPolicy},
+        {eTsnNotAccepted, eTsnNotAccepted},
+        {ulk::eAccessDenied, ulk::eAccessDenied},
+        {ulk::eTimeout, ulk::eTimeout},
+        {ulk::sOk, ulk::sOk},
     };
     for (const auto& [answer, expected] : cases) {
         m_app.tracer->Clear();

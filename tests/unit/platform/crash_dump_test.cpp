@@ -121,8 +121,7 @@ TEST_F(CrashDumpTest, AFolderThatANeighbourLaidThereGetsNoDumpAndTheTraceSaysSo)
             return 0;
         });
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
-        EXPECT_NE(Log().find("No crash dump can be written in " + folder),
-                  std::string::npos);
+        EXPECT_NE(Log().find("No crash dump can be written in " + folder), std::string::npos);
     };
     ASSERT_EQ(::mkdir(neighbours.c_str(), 0700), 0);
     ASSERT_EQ(::symlink("neighbours", (m_folder / "dumps").c_str()), 0);

@@ -157,6 +157,22 @@ TEST_F(HostileClientTest, DisconnectAtEveryByteOfACallAndASubscription) {
     EXPECT_TRUE(WaitFor([this] { return Figures().subscriptions == 0; }));
 }
 
+// What is under way when the connection breaks runs to its end, and must find nothing of the connection then.
+TEST_F(HostileClientTest, CallsBehindWhichTheConnectionBreaks) {
+    Start();
+    const std::string greeted = Bootstrap(0) + Call(1, 0);
+    const std::string garbage(64, '\xff');
+    for (int round = 0; round < 200; ++round) {
+        std::string calls;
+        for (int i = 0; i <= round % 4; ++i)
+            calls += Subscribe(3 + static_cast<std::uint32_t>(i), 2);
+        RawClient(options.socketPath).Send(greeted + GetEventSubscriber(2) + calls + garbage);
+        RawClient(options.socketPath).Send(greeted + garbage);
+        RawClient(options.socketPath).Send(greeted + GetEventSubscriber(2) + calls + Finish(77));
+    }
+    EXPECT_TRUE(WaitFor([this] { return Figures().subscriptions == 0; }));
+}
+
 TEST_F(HostileClientTest, BytewiseFramesAreAnHonestClientsToo) {
     Start();
     const RawClient client(options.socketPath);

@@ -36,10 +36,8 @@ const Trick Tricks[] = {
     {"nameless threat", [](int channel, std::uint64_t id, int) { Say(channel, VerdictCode::Infected, id); }},
     {"unknown verdict", [](int channel, std::uint64_t id, int) { Say(channel, VerdictCode{99}, id); }},
     {"twice ready", [](int channel, std::uint64_t, int) { Send(channel, {.kind = MessageKind::Ready}); }},
-    {"parent's word",
-     [](int channel, std::uint64_t, int) {
-         Send(channel, {.kind = MessageKind::Loaded, .code = ProtocolVersion, .value = 1});
-     }},
+    {"parent's word", [](int channel, std::uint64_t,
+                         int) { Send(channel, {.kind = MessageKind::Loaded, .code = ProtocolVersion, .value = 1}); }},
     {"garbage", [](int channel, std::uint64_t, int) { ::send(channel, "garbage", 7, MSG_NOSIGNAL); }},
     {"too long",
      [](int channel, std::uint64_t, int) {

@@ -144,9 +144,10 @@ TEST(ScanLimits, AFullTemporaryFolderIsNotTakenForClean) {
     RunCommand("cd '" + folder.Path() + "' && zip -q full.zip zeros && tar -czf full.tar.gz zeros && rm zeros");
     folder.Write("e.com", TestThreat());
     // The engine says nothing when it can't write down an attachment.
-    std::string mail = "From: a@b.c\nSubject: x\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=\"part\"\n\n"
-                       "--part\nContent-Type: application/octet-stream; name=\"a.bin\"\n"
-                       "Content-Transfer-Encoding: base64\nContent-Disposition: attachment; filename=\"a.bin\"\n\n";
+    std::string mail =
+        "From: a@b.c\nSubject: x\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=\"part\"\n\n"
+        "--part\nContent-Type: application/octet-stream; name=\"a.bin\"\n"
+        "Content-Transfer-Encoding: base64\nContent-Disposition: attachment; filename=\"a.bin\"\n\n";
     for (int i = 0; i < 60000; ++i)
         mail += "enp6enp6enp6enp6enp6enp6enp6enp6enp6enp6enp6\n";
     folder.Write("full.eml", mail + "--part--\n");
@@ -163,7 +164,8 @@ TEST(ScanLimits, AShortageOfMemoryIsNotTakenForClean) {
     Scanner scanner(config);
     const TemporaryFolder folder;
     folder.Write("plain", std::string(100 << 20, 'z') + MarkerThreat());
-    RunCommand("cd '" + folder.Path() + "' && zip -q plain.zip plain && tar -czf plain.tar.gz plain && gzip -k plain && " +
+    RunCommand("cd '" + folder.Path() +
+               "' && zip -q plain.zip plain && tar -czf plain.tar.gz plain && gzip -k plain && " +
                "bzip2 -k plain && xz -1 -k plain");
     folder.Write("e.com", TestThreat());
     RunningScan scan(scanner.Service(), Area(folder.Path()));

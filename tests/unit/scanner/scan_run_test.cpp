@@ -3,8 +3,8 @@
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
-#include <fcntl.h>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 

@@ -21,8 +21,8 @@ std::string Bytes(std::uint64_t value, int bytes) {
 /// A cabinet with one member of `blocks` times 32 KiB of the letter z.
 std::string Cabinet(std::uint32_t blocks) {
     // What deflate makes of one block.
-    const std::string packed = std::string("CK\xed\xc1\x01\x01\0\0\0\x80\x90\xdf\xad\xef\x08\x0a", 16) +
-                               std::string(31, '\0') + '\x18';
+    const std::string packed =
+        std::string("CK\xed\xc1\x01\x01\0\0\0\x80\x90\xdf\xad\xef\x08\x0a", 16) + std::string(31, '\0') + '\x18';
     constexpr std::uint32_t BlockSize = 32768;
     const std::string name = std::string("zeros") + '\0';
     const std::uint32_t folderAt = 36;
@@ -33,7 +33,7 @@ std::string Cabinet(std::uint32_t blocks) {
         data += Bytes(0, 4) + Bytes(packed.size(), 2) + Bytes(BlockSize, 2) + packed;
     return "MSCF" + Bytes(0, 4) + Bytes(dataAt + data.size(), 4) + Bytes(0, 4) + Bytes(fileAt, 4) + Bytes(0, 4) +
            Bytes(0x0103, 2) + Bytes(1, 2) + Bytes(1, 2) + Bytes(0, 6) + // one folder, one file
-           Bytes(dataAt, 4) + Bytes(blocks, 2) + Bytes(1, 2) +         // packed by deflate
+           Bytes(dataAt, 4) + Bytes(blocks, 2) + Bytes(1, 2) +          // packed by deflate
            Bytes(std::uint64_t{blocks} * BlockSize, 4) + Bytes(0, 4) + Bytes(0, 2) + Bytes(33, 2) + Bytes(0, 2) +
            Bytes(32, 2) + name + data;
 }
@@ -59,7 +59,8 @@ protected:
 
 TEST_F(Unpacking, WhatCantBeUnpackedIsNotClean) {
     m_folder.Write("e.com", TestThreat());
-    RunCommand("cd '" + m_folder.Path() + "' && zip -q stream.zip - < e.com && xz -k e.com && head -c 500000 /dev/urandom > noise" +
+    RunCommand("cd '" + m_folder.Path() +
+               "' && zip -q stream.zip - < e.com && xz -k e.com && head -c 500000 /dev/urandom > noise" +
                " && zip -q -fz large-format.zip e.com && xz -k noise && rm e.com noise");
     const std::string whole = Zip({{"a", "content"}, {"e.com", TestThreat()}, {"b", std::string(1000, 'b')}});
     const std::string unknown = Zip({{"a.txt", "clean content"}}) + Zip({{"e.com", TestThreat()}}, Lzma);
@@ -68,7 +69,8 @@ TEST_F(Unpacking, WhatCantBeUnpackedIsNotClean) {
         m_folder.Write("cut.zip", whole.substr(0, 60)),
         m_folder.Write("inside.zip", Zip({{"a", "content"}, {"cut.zip", whole.substr(0, 60)}})),
         m_folder.Write("method.zip", Zip({{"e.com", TestThreat()}}, Lzma)),
-        m_folder.Write("behind-program", "#!/bin/sh\nexit 0\n" + std::string(500, '#') + Zip({{"e.com", TestThreat()}}, Lzma)),
+        m_folder.Write("behind-program",
+                       "#!/bin/sh\nexit 0\n" + std::string(500, '#') + Zip({{"e.com", TestThreat()}}, Lzma)),
         m_folder.Write("cut.7z", std::string("7z\xbc\xaf\x27\x1c\0\4", 8) + std::string(92, '\1')),
         m_folder.Write("archive.rar", std::string("Rar!\x1a\x07\x01\0", 8) + std::string(500, '\3')),
         m_folder.Write("cut.xz", Contents(m_folder / "noise.xz").substr(0, 100000)),
@@ -76,8 +78,10 @@ TEST_F(Unpacking, WhatCantBeUnpackedIsNotClean) {
     };
     const std::string harmless[] = {
         m_folder.Write("folders.zip", Zip({{"empty/", ""}, {"nothing", ""}, {"four", "1234"}})),
-        m_folder.Write("knows-zip", "\x7f" "ELF" + std::string(500, '\1') + std::string("PK\3\4", 4) +
-                                        std::string(26, '\x85') + std::string(500, '\1')),
+        m_folder.Write("knows-zip", "\x7f"
+                                    "ELF" +
+                                        std::string(500, '\1') + std::string("PK\3\4", 4) + std::string(26, '\x85') +
+                                        std::string(500, '\1')),
         m_folder.Write("whole.cab", Cabinet(3)),
         m_folder / "noise.xz",
     };
@@ -94,7 +98,8 @@ TEST_F(Unpacking, WhatCantBeUnpackedIsNotClean) {
 TEST_F(Unpacking, PartsThatAreCutAtTheLimitAreNotClean) {
     const std::string cabinet = m_folder.Write("large.cab", Cabinet(40));
     m_folder.Write("word/document.xml", "<xml>" + std::string(2 << 20, 'a') + "</xml>");
-    m_folder.Write("[Content_Types].xml", "<Types xmlns='http://schemas.openxmlformats.org/package/2006/content-types'/>");
+    m_folder.Write("[Content_Types].xml",
+                   "<Types xmlns='http://schemas.openxmlformats.org/package/2006/content-types'/>");
     m_folder.Write("stub", "#!/bin/sh\nexit 0\n" + std::string(500, '#'));
     RunCommand("cd '" + m_folder.Path() + "' && zip -q large.docx '[Content_Types].xml' word/document.xml && " +
                "zip -q large.zip word/document.xml && cat stub large.zip > behind-program && " +

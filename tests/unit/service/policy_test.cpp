@@ -53,10 +53,9 @@ TEST_F(PolicyFolderTest, FilesCountInTheOrderOfTheirNames) {
     EXPECT_EQ(policy.name, "Site policy");
     EXPECT_EQ(policy.allowUserManageLocalTasks, false);
     EXPECT_EQ(policy.allowUserManageGroupTasks, true);
-    EXPECT_EQ(policy.settings.items, (std::vector<ChangeItem>{{"UseTSN", "Basic"},
-                                                              {"UseSyslog", "Yes"},
-                                                              {"UseTSN", "Off"},
-                                                              {"TraceLevel", "Detailed"}}));
+    EXPECT_EQ(policy.settings.items,
+              (std::vector<ChangeItem>{
+                  {"UseTSN", "Basic"}, {"UseSyslog", "Yes"}, {"UseTSN", "Off"}, {"TraceLevel", "Detailed"}}));
     EXPECT_TRUE(policy.Locks("UseTSN"));
     EXPECT_FALSE(policy.Locks("usetsn"));
     EXPECT_FALSE(policy.Locks("MaxEventsNumber"));

@@ -46,9 +46,8 @@ struct SettingsEffectsTest : testing::Test {
 
     result_t Set(const std::string& key, const std::string& value, bool acceptTsn = false) {
         std::vector<tfs::settings::ValidationMessage> messages;
-        return service->BlockingApi().SetAppSettings({::geteuid(), true, 0},
-                                                     {AppSettings::TypeNumber, {{key, value}}, false}, acceptTsn,
-                                                     messages);
+        return service->BlockingApi().SetAppSettings(
+            {::geteuid(), true, 0}, {AppSettings::TypeNumber, {{key, value}}, false}, acceptTsn, messages);
     }
     AppSettings Settings() {
         AppSettings settings;
@@ -123,8 +122,7 @@ TEST_F(SettingsEffectsTest, CustomScansAreLimitedAtOnce) {
     ASSERT_EQ(Set("LimitNumberOfScanFileTasks", "3"), ulk::sOk);
     EXPECT_EQ(service->Api().CreateScanTask(user, ScanSettings{{"/c"}}, task), ulk::sOk);
     ASSERT_EQ(Set("LimitNumberOfScanFileTasks", "0"), ulk::sOk);
-    EXPECT_EQ(service->Api().CreateScanTask({5432, false, 0}, ScanSettings{{"/d"}}, task),
-              ulk::eInsufficientResources);
+    EXPECT_EQ(service->Api().CreateScanTask({5432, false, 0}, ScanSettings{{"/d"}}, task), ulk::eInsufficientResources);
 }
 
 TEST_F(SettingsEffectsTest, TheEventStoreShrinksAtOnce) {

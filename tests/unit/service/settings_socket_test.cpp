@@ -27,8 +27,7 @@ std::string socketPath;
 /// What tesl-control does once it has its modules.
 control::ExitCode RunOverSocket(const control::CommandLine& line, control::IReporter& reporter) {
     const test::Client client(socketPath);
-    return control::RunServiceCommand(line,
-                                      {client.locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
+    return control::RunServiceCommand(line, {client.locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
 }
 
 struct Answer {

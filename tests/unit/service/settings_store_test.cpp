@@ -39,8 +39,8 @@ struct SettingsStoreTest : testing::Test {
     SettingsStoreTest() { folder.Write("statement", "what is sent"); }
 
     void Open() {
-        store = std::make_unique<SettingsStore>(SettingsStore::Options{path, folder.File("statement")},
-                                                LoadSettings(path));
+        store =
+            std::make_unique<SettingsStore>(SettingsStore::Options{path, folder.File("statement")}, LoadSettings(path));
         store->Listen([this](const SettingsChange& change) { told.push_back(change); });
     }
     result_t Apply(std::vector<ChangeItem> items, bool acceptTsn = false) {
@@ -102,6 +102,9 @@ TEST_F(SettingsStoreTest, ARefusalNamesItsCauseAndChangesNothing) {
     ExpectRefused({{"TraceLevel", "Detailed"}, {"UseSyslog", "Yes"}}, eBlockedByPolicy, "UseSyslog");
     ExpectRefused({{"UseSyslog", "Perhaps"}}, sInvalidSettings, "UseSyslog"); // sense is asked for before leave
     ExpectRefused({{"TraceLevel", "Detailed"}, {"UseTSN", "Basic"}}, eTsnNotAccepted, "statement");
+
+    EXPECT_EQ(Apply(std::vector<ChangeItem>(5000, {"UseSyslog", "Yes"})), eBlockedByPolicy);
+    EXPECT_EQ(messages.size(), 1u); // an answer has little room
 
     EXPECT_EQ(store->Apply(Changes({}), false, Uid, messages), sInvalidSettings);
     EXPECT_EQ(localization::ValidationText(messages), "Could not parse provided settings");

@@ -138,9 +138,13 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{R"({"allowUserManageGroupTasks": null})", "allowUserManageGroupTasks"}));
 
 TEST(ServiceSettings, GarbageIsSetAside) {
-    const std::string garbages[] = {
-        "", "{", "{\"traceLevel\": 700", std::string("\xff\xfe\0{}", 5), std::string(100000, '['),
-        "{} trailing", "{\"a\": " + std::string(1000, '[') + std::string(1000, ']') + "}"};
+    const std::string garbages[] = {"",
+                                    "{",
+                                    "{\"traceLevel\": 700",
+                                    std::string("\xff\xfe\0{}", 5),
+                                    std::string(100000, '['),
+                                    "{} trailing",
+                                    "{\"a\": " + std::string(1000, '[') + std::string(1000, ']') + "}"};
     for (const std::string& garbage : garbages) {
         const TempFolder folder;
         const std::string path = folder.Write("service.json", garbage);

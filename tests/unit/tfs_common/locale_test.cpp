@@ -85,8 +85,8 @@ TEST(FormatText, ReadsEitherStyleAndNeverThrows) {
 }
 
 TEST(FormatText, DirectivesThatEndedTheProcessOrFilledMemoryAreGivenBack) {
-    for (const std::string text : {"%T%%$", "%1$999999999s", "%.99999d", "%99999999999$s", "%0$s", "%*d", "%|s|", "%1$n",
-                                   "%1$s %", "%1$l"})
+    for (const std::string text :
+         {"%T%%$", "%1$999999999s", "%.99999d", "%99999999999$s", "%0$s", "%*d", "%|s|", "%1$n", "%1$s %", "%1$l"})
         EXPECT_EQ(Format(text, 5), text);
 }
 
