@@ -10,7 +10,6 @@ namespace tfs::control {
 namespace {
 
 using nlohmann::json;
-using ulk::types::FileTime;
 using ulk::types::string16_t;
 using ulk::types::variant_t;
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/tfs/value_text.h>
 #include <foundation/check.h>
 #include <foundation/objclient.h>
 #include <gui/common/application.h>
@@ -113,10 +114,12 @@ result_t ProductSettingsActions::SetAppSettings(ulk::IServiceLocator* remoteSl,
 
 result_t ProductSettingsActions::ChangeTraceLevel(ulk::IServiceLocator* remoteSl, types::TraceLevel::Type level) {
     ULK_TRACE(Tracer(), ulk::level::Notable) << "ChangeTraceLevel";
-    settings::SettingsChangeList changes;
-    changes.typeNumber = settings::AppSettings::TypeNumber;
-    changes.items.push_back({TraceLevelKey, std::string(types::TraceLevel::Table().Name(level))});
-    return SetAppSettings(remoteSl, std::move(changes));
+    return Guarded([&] {
+        settings::SettingsChangeList changes;
+        changes.typeNumber = settings::AppSettings::TypeNumber;
+        changes.items.push_back({TraceLevelKey, types::ToString(level)});
+        return SetAppSettings(remoteSl, std::move(changes));
+    });
 }
 
 } // namespace tfs::gui

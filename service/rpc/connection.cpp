@@ -8,7 +8,8 @@ namespace tfs::service::rpc {
 Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
                        const RpcServerOptions& options, IServiceApi& serviceApi,
                        std::shared_ptr<BlockingCalls> blockingCalls, EventHub& eventHub, ulk::ITracer* tracer)
-    : ConnectionContext(who, admitted, serviceApi, std::move(blockingCalls), eventHub, options.subscriptions),
+    : m_context(std::make_shared<ConnectionContext>(ConnectionContext{
+          who, admitted, serviceApi, std::move(blockingCalls), eventHub, options.subscriptions, this})),
       m_options(options), m_tracer(tracer),
       m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket), kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                                      kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
@@ -20,24 +21,25 @@ Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Cal
     m_kicked = kj::mv(kick.promise);
     m_stream.SetMayRead([this] { return !IsCongested(); });
     m_stream.SetOnEnd([this](wire::StreamEnd why) {
-        Kick(why == wire::StreamEnd::Broken ? "it sent what isn't the protocol" : "it is gone");
+        End(why == wire::StreamEnd::Broken ? "it sent what isn't the protocol" : "it is gone");
     });
     m_greetingDeadline = io.provider->getTimer()
                              .afterDelay(options.firstMessageTime.count() * kj::MILLISECONDS)
                              .then([this] {
                                  if (!m_greeted)
-                                     Kick("it didn't greet");
+                                     End("it didn't greet");
                              })
                              .eagerlyEvaluate(nullptr);
-    m_rpc = capnp::makeRpcServer(m_network, capnp::Capability::Client(kj::heap<LocatorObject>(*this)));
+    m_rpc = capnp::makeRpcServer(m_network, capnp::Capability::Client(kj::heap<LocatorObject>(m_context)));
     KJ_IF_MAYBE (rpc, m_rpc)
         rpc->setFlowLimit(2 * options.messageSize / sizeof(capnp::word));
 }
 
 Connection::~Connection() noexcept(false) {
     m_stream.SetOnEnd([](wire::StreamEnd) {});
-    while (!subscriptions.empty())
-        (*subscriptions.begin())->End();
+    m_context->connection = nullptr;
+    while (!m_context->subscriptions.empty())
+        (*m_context->subscriptions.begin())->End();
     m_rpc = nullptr;
 }
 
@@ -49,8 +51,9 @@ bool Connection::IsCongested() {
            m_network.getCurrentQueueCount() > m_options.callsInFlight;
 }
 
-void Connection::Kick(const char* reason) {
-    ULK_TRACE(m_tracer, ulk::level::Detail) << "rpc: connection of user " << caller.uid << " ends: " << reason;
+void Connection::End(const char* reason) {
+    ULK_TRACE(m_tracer, ulk::level::Detail)
+        << "rpc: connection of user " << m_context->caller.uid << " ends: " << reason;
     m_kick->fulfill();
 }
 

@@ -15,27 +15,29 @@
 namespace tfs::service::rpc {
 
 /// On the loop's thread. Whatever its client does costs this connection alone.
-class Connection final : public ConnectionContext {
+class Connection final : private IConnection {
 public:
     Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
                const RpcServerOptions& options, IServiceApi& serviceApi, std::shared_ptr<BlockingCalls> blockingCalls,
                EventHub& eventHub, ulk::ITracer* tracer);
-    ~Connection() noexcept(false) override;
+    ~Connection() noexcept(false);
+    KJ_DISALLOW_COPY(Connection);
 
     /// Resolves when the connection has ended or is to be ended; the owner destroys it then.
     kj::Promise<void> OnEnd();
 
+    /// False for one that is only told why it is refused.
+    bool IsServed() const noexcept { return ULK_SUCCEEDED(m_context->admission); }
     std::size_t QueuedBytes() { return m_network.getCurrentQueueSize(); }
     std::size_t PeakQueuedBytes() const noexcept { return m_peak; }
 
+private:
     bool IsCongested() override;
     kj::Promise<void> OnWritten() override { return m_stream.OnWritten(); }
     void Greeted() override { m_greeted = true; }
-    void End(const char* reason) override { Kick(reason); }
+    void End(const char* reason) override;
 
-private:
-    void Kick(const char* reason);
-
+    const std::shared_ptr<ConnectionContext> m_context;
     const RpcServerOptions& m_options;
     ulk::ITracer* const m_tracer;
     kj::Own<kj::AsyncIoStream> m_socket;

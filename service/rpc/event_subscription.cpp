@@ -19,22 +19,22 @@ constexpr std::size_t FilterEntriesLimit = 1024;
 
 } // namespace
 
-EventSubscription::EventSubscription(ConnectionContext& context, EventFilter filter,
+EventSubscription::EventSubscription(const std::shared_ptr<ConnectionContext>& context, EventFilter filter,
                                      wire::schema::EventReceiver::Client receiver)
     : m_context(context), m_filter(std::move(filter)), m_receiver(kj::mv(receiver)) {
-    const store::FeedPosition end = m_context.hub.Feed().End();
+    const store::FeedPosition end = m_context->hub.Feed().End();
     m_sequence = end.nextSequence;
     m_lastId = end.lastStoredId;
 }
 
 void EventSubscription::Begin() {
-    m_context.subscriptions.insert(this);
-    m_context.hub.Add(*this);
+    m_context->subscriptions.insert(this);
+    m_context->hub.Add(*this);
     m_run = kj::evalLater([this] { return Step(); }).eagerlyEvaluate([this](kj::Exception&& e) {
         // A client that went on without its events would show stale pages for ever: let it connect anew.
-        ULK_TRACE(m_context.hub.Tracer(), ulk::level::Notable)
+        ULK_TRACE(m_context->hub.Tracer(), ulk::level::Notable)
             << "rpc: a subscription ended: " << e.getDescription().cStr();
-        m_context.End("a subscription of it broke");
+        m_context->connection->End("a subscription of it broke");
     });
 }
 
@@ -44,16 +44,16 @@ void EventSubscription::End() {
     if (m_hasEnded)
         return;
     m_hasEnded = true;
-    m_context.hub.Remove(*this);
-    m_context.subscriptions.erase(this);
+    m_context->hub.Remove(*this);
+    m_context->subscriptions.erase(this);
     m_run = nullptr;
     m_waiting = nullptr;
     // Not here: a client can see to it that this very object ends in the middle of something that the receiver does.
-    m_context.hub.LetGoLater(kj::mv(m_receiver));
+    m_context->hub.LetGoLater(kj::mv(m_receiver));
 }
 
 void EventSubscription::Wake() {
-    m_context.hub.AssertThread();
+    m_context->hub.AssertThread();
     m_published = true;
     KJ_IF_MAYBE (waiting, m_waiting) {
         auto fulfiller = kj::mv(*waiting);
@@ -80,12 +80,12 @@ bool EventSubscription::Take(const Event& event) {
 }
 
 kj::Promise<void> EventSubscription::Step() {
-    m_context.hub.AssertThread();
-    if (m_context.IsCongested())
-        return m_context.OnWritten().then([this] { return Step(); });
+    m_context->hub.AssertThread();
+    if (m_context->connection->IsCongested())
+        return m_context->connection->OnWritten().then([this] { return Step(); });
     m_published = false;
     m_items.clear();
-    if (!m_context.hub.Feed().Read(m_sequence, ReadLimit, m_items))
+    if (!m_context->hub.Feed().Read(m_sequence, ReadLimit, m_items))
         return CatchUp().then([this] { return Step(); });
     if (m_items.empty())
         return WaitForEvents().then([this] { return Step(); });
@@ -123,7 +123,7 @@ bool EventSubscription::WriteBatch(capnp::List<wire::schema::Event>::Builder lis
         try {
             wire::Write(*m_batch[i], list[static_cast<capnp::uint>(i)]);
         } catch (const std::exception& e) {
-            ULK_TRACE(m_context.hub.Tracer(), ulk::level::Failure)
+            ULK_TRACE(m_context->hub.Tracer(), ulk::level::Failure)
                 << "rpc: event " << m_batch[i]->id << " can't be sent and is left out: " << e.what();
             m_batch.erase(m_batch.begin() + static_cast<std::ptrdiff_t>(i));
             return false;
@@ -133,22 +133,22 @@ bool EventSubscription::WriteBatch(capnp::List<wire::schema::Event>::Builder lis
 }
 
 kj::Promise<void> EventSubscription::CatchUp() {
-    const store::FeedPosition end = m_context.hub.Feed().End();
+    const store::FeedPosition end = m_context->hub.Feed().End();
     return CatchUpTo(end.lastStoredId).then([this, end] { m_sequence = end.nextSequence; });
 }
 
 kj::Promise<void> EventSubscription::CatchUpTo(Event::IdType lastId) {
     if (m_lastId >= lastId)
         return kj::READY_NOW;
-    return m_context.hub.ReadStored(m_lastId, lastId, PageLimit)
+    return m_context->hub.ReadStored(m_lastId, lastId, PageLimit)
         .then([this, lastId](StoredPage page) -> kj::Promise<void> {
             if (!ULK_SUCCEEDED(page.result) && ++m_failedReads < FailedReadsLimit)
-                return m_context.hub.Timer().afterDelay(1 * kj::SECONDS).then([this, lastId] {
+                return m_context->hub.Timer().afterDelay(1 * kj::SECONDS).then([this, lastId] {
                     return CatchUpTo(lastId);
                 });
             if (!ULK_SUCCEEDED(page.result) || page.events.empty()) {
                 if (!ULK_SUCCEEDED(page.result)) {
-                    ULK_TRACE(m_context.hub.Tracer(), ulk::level::Failure)
+                    ULK_TRACE(m_context->hub.Tracer(), ulk::level::Failure)
                         << "rpc: events are lost to a subscriber, the store can't be read: "
                         << ulk::ResultText(page.result);
                 }
@@ -164,8 +164,8 @@ kj::Promise<void> EventSubscription::CatchUpTo(Event::IdType lastId) {
 }
 
 kj::Promise<void> EventSubscription::SendPage(std::shared_ptr<const std::vector<Event>> page, std::size_t from) {
-    if (m_context.IsCongested())
-        return m_context.OnWritten().then([this, page, from] { return SendPage(page, from); });
+    if (m_context->connection->IsCongested())
+        return m_context->connection->OnWritten().then([this, page, from] { return SendPage(page, from); });
     std::size_t bytes = 0;
     while (from < page->size() && bytes < BatchBytes) {
         const Event& event = (*page)[from++];
@@ -180,9 +180,9 @@ kj::Promise<void> EventSubscription::SendPage(std::shared_ptr<const std::vector<
     return sent.then([this, page, from] { return SendPage(page, from); });
 }
 
-SubscriptionObject::SubscriptionObject(ConnectionContext& context, EventFilter filter,
+SubscriptionObject::SubscriptionObject(const std::shared_ptr<ConnectionContext>& context, EventFilter filter,
                                        wire::schema::EventReceiver::Client receiver)
-    : ServiceObject(Methods(), context.caller),
+    : ServiceObject(Methods(), context->caller),
       m_subscription(std::make_unique<EventSubscription>(context, std::move(filter), kj::mv(receiver))) {
     m_subscription->Begin();
 }
@@ -208,7 +208,9 @@ std::span<const Method> EventSubscriberObject::Methods() noexcept {
 
 result_t EventSubscriberObject::Subscribe(Schema::SubscribeParams::Reader params,
                                           Schema::SubscribeResults::Builder results) {
-    if (m_context.subscriptions.size() >= m_context.subscriptionsLimit)
+    if (m_context->connection == nullptr)
+        return ulk::eNotReady;
+    if (m_context->subscriptions.size() >= m_context->subscriptionsLimit)
         return ulk::eInsufficientResources;
     const auto given = params.getFilter();
     if (!params.hasReceiver() || given.getEventTypes().size() > FilterEntriesLimit ||
@@ -216,7 +218,7 @@ result_t EventSubscriberObject::Subscribe(Schema::SubscribeParams::Reader params
         return ulk::eInvalidArgument;
     EventFilter filter;
     wire::Read(given, filter);
-    TraceCaller(m_context, "subscribes as", wire::ReadText(params.getName()));
+    TraceCaller(*m_context, "subscribes as", wire::ReadText(params.getName()));
     results.setSubscription(
         capnp::Capability::Client(kj::heap<SubscriptionObject>(m_context, std::move(filter), params.getReceiver()))
             .castAs<wire::schema::EventSubscription>());

@@ -22,7 +22,8 @@ namespace tfs::service::rpc {
 class EventSubscription {
 public:
     /// Takes the feed's end for its beginning.
-    EventSubscription(ConnectionContext& context, EventFilter filter, wire::schema::EventReceiver::Client receiver);
+    EventSubscription(const std::shared_ptr<ConnectionContext>& context, EventFilter filter,
+                      wire::schema::EventReceiver::Client receiver);
     ~EventSubscription();
     EventSubscription(const EventSubscription&) = delete;
     EventSubscription& operator=(const EventSubscription&) = delete;
@@ -47,7 +48,7 @@ private:
     /// False where an event could not be written; it is left out of the batch then.
     bool WriteBatch(capnp::List<wire::schema::Event>::Builder list);
 
-    ConnectionContext& m_context;
+    const std::shared_ptr<ConnectionContext> m_context;
     const EventFilter m_filter;
     wire::schema::EventReceiver::Client m_receiver;
     std::uint64_t m_sequence = 0; ///< next to be read from the ring
@@ -64,7 +65,8 @@ private:
 /// The handle that the client holds.
 class SubscriptionObject final : public ServiceObject {
 public:
-    SubscriptionObject(ConnectionContext& context, EventFilter filter, wire::schema::EventReceiver::Client receiver);
+    SubscriptionObject(const std::shared_ptr<ConnectionContext>& context, EventFilter filter,
+                       wire::schema::EventReceiver::Client receiver);
     static std::span<const Method> Methods() noexcept;
 
 private:

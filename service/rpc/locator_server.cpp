@@ -13,13 +13,13 @@ namespace tfs::service::rpc {
 namespace {
 
 template <class Object>
-capnp::Capability::Client Make(ConnectionContext& context) {
+capnp::Capability::Client Make(const std::shared_ptr<ConnectionContext>& context) {
     return kj::heap<Object>(context);
 }
 
 struct ObjectEntry {
     std::uint32_t iid;
-    capnp::Capability::Client (*make)(ConnectionContext&);
+    capnp::Capability::Client (*make)(const std::shared_ptr<ConnectionContext>&);
 };
 
 constexpr ObjectEntry Objects[] = {
@@ -44,12 +44,14 @@ result_t LocatorObject::Hello(Schema::HelloParams::Reader params, Schema::HelloR
     results.setVersion(wire::ProtocolVersion);
     if (params.getVersion() != wire::ProtocolVersion)
         return ulk::eInvalidVersion;
-    if (!ULK_SUCCEEDED(m_context.admission))
-        return m_context.admission;
+    if (!ULK_SUCCEEDED(m_context->admission))
+        return m_context->admission;
+    if (m_context->connection == nullptr)
+        return ulk::eNotReady;
     if (!m_greeted)
-        TraceCaller(m_context, "greets as", wire::ReadBytes(params.getProgram()));
+        TraceCaller(*m_context, "greets as", wire::ReadBytes(params.getProgram()));
     m_greeted = true;
-    m_context.Greeted();
+    m_context->connection->Greeted();
     return ulk::sOk;
 }
 

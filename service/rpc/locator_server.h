@@ -15,7 +15,8 @@ namespace tfs::service::rpc {
 /// capability of each. On the loop's thread.
 class LocatorObject final : public ServiceObject {
 public:
-    explicit LocatorObject(ConnectionContext& context) : ServiceObject(Methods(), context.caller), m_context(context) {}
+    explicit LocatorObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_context(context) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -24,7 +25,7 @@ private:
     result_t Ping(Schema::PingParams::Reader params, Schema::PingResults::Builder results);
     result_t GetInterface(Schema::GetInterfaceParams::Reader params, Schema::GetInterfaceResults::Builder results);
 
-    ConnectionContext& m_context;
+    const std::shared_ptr<ConnectionContext> m_context;
     bool m_greeted = false;
     std::map<std::uint32_t, capnp::Capability::Client> m_objects;
 };

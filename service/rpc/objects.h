@@ -12,7 +12,8 @@ namespace tfs::service::rpc {
 
 class AppInfoObject final : public ServiceObject {
 public:
-    explicit AppInfoObject(ConnectionContext& context) : ServiceObject(Methods(), context.caller), m_api(context.api) {}
+    explicit AppInfoObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -24,8 +25,8 @@ private:
 
 class AppSettingsObject final : public ServiceObject {
 public:
-    explicit AppSettingsObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller, context.blocking), m_api(context.api) {}
+    explicit AppSettingsObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller, context->blocking), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -38,8 +39,8 @@ private:
 
 class PolicyProviderObject final : public ServiceObject {
 public:
-    explicit PolicyProviderObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller), m_api(context.api) {}
+    explicit PolicyProviderObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -54,8 +55,8 @@ private:
 
 class PolicyManagerObject final : public ServiceObject {
 public:
-    explicit PolicyManagerObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller), m_api(context.api) {}
+    explicit PolicyManagerObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -67,8 +68,8 @@ private:
 
 class TaskManagerObject final : public ServiceObject {
 public:
-    explicit TaskManagerObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller), m_api(context.api) {}
+    explicit TaskManagerObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -95,22 +96,22 @@ private:
 
 class EventStorerObject final : public ServiceObject {
 public:
-    explicit EventStorerObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller, context.blocking) {}
+    explicit EventStorerObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller, context->blocking) {}
     static std::span<const Method> Methods() noexcept;
 };
 
 class EventSubscriberObject final : public ServiceObject {
 public:
-    explicit EventSubscriberObject(ConnectionContext& context)
-        : ServiceObject(Methods(), context.caller), m_context(context) {}
+    explicit EventSubscriberObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller), m_context(context) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
     using Schema = wire::schema::EventSubscriber;
     result_t Subscribe(Schema::SubscribeParams::Reader params, Schema::SubscribeResults::Builder results);
 
-    ConnectionContext& m_context;
+    const std::shared_ptr<ConnectionContext> m_context;
 };
 
 } // namespace tfs::service::rpc

@@ -171,7 +171,7 @@ RpcServerFigures RpcLoop::Figures() {
     figures.subscriptions = m_hub.Count();
     figures.peakQueuedBytes = m_peakQueuedBytes;
     for (auto& [place, connection] : m_guests) {
-        figures.connections += ULK_SUCCEEDED(connection->admission) ? 1 : 0;
+        figures.connections += connection->IsServed() ? 1 : 0;
         figures.queuedBytes += connection->QueuedBytes();
         figures.peakQueuedBytes = std::max(figures.peakQueuedBytes, connection->PeakQueuedBytes());
     }
