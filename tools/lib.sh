@@ -100,11 +100,12 @@ wait_for() {
 is_gone() { ! is_alive "$1"; }
 
 # Ends what start_process began, last first, and nothing else: each is asked, and its whole session is killed where it
-# doesn't go within ten seconds.
+# doesn't go within ten seconds. The number of one that has ended by itself may be somebody else's by now.
 stop_processes() {
     local i pid
     for ((i = ${#started_pids[@]} - 1; i >= 0; i--)); do
         pid=${started_pids[i]}
+        jobs -pr | grep -qx "$pid" || continue
         kill -TERM "$pid" 2>/dev/null || true
         wait_for 10 is_gone "$pid" || warn "Process $pid did not end when asked; killing it."
         kill -KILL -- "-$pid" 2>/dev/null || true

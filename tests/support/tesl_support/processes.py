@@ -18,27 +18,40 @@ class Process:
             self._popen = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output,
                                            stderr=subprocess.STDOUT, env=env, pass_fds=pass_fds,
                                            start_new_session=True)
+        self._session_ended = False
 
     @property
     def pid(self):
         return self._popen.pid
 
     def is_alive(self):
-        return self._popen.poll() is None
+        if self._popen.poll() is None:
+            return True
+        self._end_session()
+        return False
+
+    def _end_session(self):
+        """Kills what is left of it. Once the process has been waited for, only now: later its number may be that of
+        somebody else's process."""
+        if not self._session_ended:
+            self._session_ended = True
+            try:
+                os.killpg(self.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
 
     def signal(self, number):
         self._popen.send_signal(number)
 
     def wait(self, seconds=20):
         """The exit code; negative for a signal."""
-        return self._popen.wait(seconds)
+        code = self._popen.wait(seconds)
+        self._end_session()
+        return code
 
     def kill(self):
         """Ends the process by force, and what is left of its session."""
-        try:
-            os.killpg(self.pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
+        self._end_session()
         self._popen.wait()
 
     def stop(self, seconds=20):
@@ -47,12 +60,10 @@ class Process:
             self.signal(signal.SIGCONT)
             self.signal(signal.SIGTERM)
         try:
-            code = self._popen.wait(seconds)
+            return self.wait(seconds)
         except subprocess.TimeoutExpired:
             self.kill()
             raise AssertionError(f"{self.name} did not end within {seconds} s after SIGTERM") from None
-        self.kill()
-        return code
 
     def threads(self):
         return len(os.listdir(f"/proc/{self.pid}/task"))
