@@ -8,21 +8,24 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 
 usage() {
     cat <<'TEXT'
-Usage: ./run.sh [--scope PATH] [--once]
+Usage: ./run.sh [--scope PATH] [--once] [--build FOLDER]
 
 Installs what is missing, builds, starts the service as you, and opens the window. Ctrl-C stops all of it.
 
   --scope PATH  what the full scan scans; without it a small folder under build/dev with the standard
                 anti-malware test file in it
   --once        on a virtual display: ends when the screenshot of the main page is saved
+  --build FOLDER
+                builds and installs nothing, and runs what is staged in that build folder instead of build/dev
   --help        this text
 
-Without a display a virtual one is started, and a screenshot of the main page is saved under build/dev.
+Without a display a virtual one is started, and a screenshot of the main page is saved in the build folder.
 TEXT
 }
 
 once=false
 scope=""
+build=""
 while (($#)); do
     case "$1" in
     --once) once=true ;;
@@ -32,6 +35,12 @@ while (($#)); do
         shift
         ;;
     --scope=*) scope=$(realpath -e -- "${1#*=}") || die "There is no \"${1#*=}\" to scan." ;;
+    --build)
+        (($# > 1)) || die "--build needs a folder."
+        build=$(realpath -e -- "$2") || die "There is no \"$2\" to run from."
+        shift
+        ;;
+    --build=*) build=$(realpath -e -- "${1#*=}") || die "There is no \"${1#*=}\" to run from." ;;
     --help | -h)
         usage
         exit 0
@@ -44,14 +53,16 @@ while (($#)); do
     shift
 done
 
-install_missing build
-build_and_stage dev
-
-build=$PWD/build/dev
+if [[ -z $build ]]; then
+    install_missing build
+    build_and_stage dev
+    build=$PWD/build/dev
+fi
 stage=$build/stage
 product=$stage/opt/tolvander/tesl
 socket=$stage/var/run/bl4control
 logs=$build/logs
+[[ -x $product/libexec/tesl-gui ]] || die "Nothing is staged in $build."
 ((${#socket} < 108)) || die "The folder of this checkout is too deep: the socket's path would be too long."
 screenshot=$build/screenshot.png
 

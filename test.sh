@@ -14,7 +14,7 @@ Installs what is missing, builds, and runs the unit, QML and end-to-end tests an
 The last line tells how many passed and failed; the exit code is 0 when none failed.
 
   --sanitize KIND  the same tests, built with the address or the thread sanitizer; without the checks of the sources
-  --fuzz SECONDS   the fuzz targets, so long all together, and nothing else
+  --fuzz SECONDS   each fuzz target for so long, as many at a time as there are processors, and nothing else
   --only REGEX     only tests and checks with such a name
 TEXT
 }
@@ -81,20 +81,47 @@ build() {
     fi
 }
 
+# fuzz_target TARGET: runs it and leaves TARGET.log and TARGET.status in the folder of the logs.
+fuzz_target() {
+    local name=${1##*/} status=0
+    mkdir -p "build/fuzz/corpus/$name"
+    "$1" -max_total_time="$fuzz" -timeout=20 -artifact_prefix="build/fuzz/$name-" \
+        "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name" "${@:2}" >"build/fuzz/logs/$name.log" 2>&1 || status=$?
+    echo "$status" >"build/fuzz/logs/$name.status"
+}
+
 # What the fuzzers find is kept below build/fuzz; the seeds of a target are its part of the sources.
 run_fuzz_targets() {
-    local targets=() target name share
+    local targets=() target name more processors
     build build_fuzz_targets
     mapfile -t targets < <(find build/fuzz/fuzz -maxdepth 1 -type f -perm -u+x | sort)
     ((${#targets[@]})) || die "No fuzz target was built."
-    share=$(((fuzz + ${#targets[@]} - 1) / ${#targets[@]}))
+    processors=$(nproc)
+    rm -rf build/fuzz/logs
+    mkdir -p build/fuzz/logs
+    trap 'jobs -rp | xargs -r kill 2>/dev/null || true' EXIT
     for target in "${targets[@]}"; do
         name=${target##*/}
-        mkdir -p "build/fuzz/corpus/$name"
-        check "fuzz-$name" "$target" -max_total_time="$share" -timeout=20 -artifact_prefix="build/fuzz/$name-" \
-            "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name"
+        [[ fuzz-$name =~ $only ]] || continue
+        while (($(jobs -rp | wc -l) >= processors)); do wait -n || true; done
+        more=()
+        if [[ -d build/fuzz/seeds/$name ]]; then more=("build/fuzz/seeds/$name"); fi
+        say "started check fuzz-$name, $fuzz seconds"
+        fuzz_target "$target" "${more[@]}" &
+    done
+    wait
+    for target in "${targets[@]}"; do
+        name=${target##*/}
+        [[ fuzz-$name =~ $only ]] || continue
+        check "fuzz-$name" report "build/fuzz/logs/$name.log" "$(cat "build/fuzz/logs/$name.status" || echo 1)"
     done
     finish
+}
+
+# report LOG STATUS: what a command has left that ran beside the others.
+report() {
+    cat "$1"
+    return "$2"
 }
 
 run_tests() {
@@ -123,12 +150,6 @@ start_tidy() {
     chrt --idle 0 tools/check_tidy.py "build/$preset" >"build/$preset/tidy.log" 2>&1 &
     tidy=$!
     trap 'kill "$tidy" 2>/dev/null || true' EXIT
-}
-
-# report LOG STATUS: what a command has left that ran beside the tests.
-report() {
-    cat "$1"
-    return "$2"
 }
 
 finish_tidy() {

@@ -15,7 +15,7 @@
 namespace tfs::scanner {
 
 /// Both sides come in one package; a scanner of another version is refused.
-inline constexpr std::uint32_t ProtocolVersion = 2;
+inline constexpr std::uint32_t ProtocolVersion = 3;
 /// Where the parent finds its socket to the service.
 inline constexpr int ControlDescriptor = 3;
 /// Longest message.
@@ -24,6 +24,8 @@ inline constexpr std::size_t MaxMessage = 4096;
 inline constexpr std::size_t MaxText = 1024;
 /// Requests that a worker holds at a time, the one in work included.
 inline constexpr std::size_t RequestsAhead = 2;
+/// A worker that leaves the processor to all others may take this many times the time limit for a file.
+inline constexpr std::uint32_t LowTimeFactor = 4;
 /// Upper bound of workers of one parent.
 inline constexpr std::uint32_t MaxWorkers = 256;
 
@@ -36,15 +38,21 @@ enum class MessageKind : std::uint32_t {
     WorkerFailed = 4,  ///< id: the worker's; first: why it couldn't be forked
     WorkerEnded = 5,   ///< id: the worker's; code: wait status
     // service to parent
-    Spawn = 16, ///< id: number for the new worker
+    Spawn = 16, ///< id: number for the new worker; code: 1 for one that leaves processor and disk to all others
     // service to worker
-    Scan = 32,   ///< id: the request's; comes with the descriptor to scan
+    Scan = 32,   ///< id: the request's; code: RequestFlags; value: bytes of the largest file, 0: the scanner's limit;
+                 ///< time: milliseconds for the file, 0: the scanner's limit; comes with the descriptor to scan
     Cancel = 33, ///< id: the request's
     // worker to service
     Ready = 48,    ///< the worker is inside its sandbox
     Progress = 49, ///< id: the request's; value: bytes read so far
     Verdict = 50,  ///< id: the request's; code: VerdictCode; value: bytes read; first: threat, second: inner name,
                    ///< third: detail
+};
+
+/// Bits of a Scan message's code; unknown ones are ignored.
+enum RequestFlags : std::uint32_t {
+    KeepArchivesShut = 1, ///< an archive is scanned as a plain file
 };
 
 /// Answer about one file. Everything but Clean and Infected is a reason why the file was not wholly read.

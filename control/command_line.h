@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/settings.h>
+#include <control/commands.h>
 #include <control/event_selection.h>
 
 #include <string>
@@ -10,41 +11,30 @@
 
 namespace tfs::control {
 
-enum class CommandKind {
-    Help,
-    Version,
-    GetTaskList,
-    StartTask,
-    StopTask,
-    GetTaskState,
-    ScanFile,
-    AppInfo,
-    GetAppSettings,
-    SetAppSettings,
-    EventQuery,
-    WaitEvents,
-};
-
 struct CommandLine {
     CommandKind command = CommandKind::Help;
-    std::string task;               ///< id or name, for the commands of one task
-    std::vector<std::string> paths; ///< as given, for ScanFile
-    std::vector<std::string> keys;  ///< for GetAppSettings; none for all
-    /// For SetAppSettings: either changes or a file.
+    CommandKind helpAbout = CommandKind::Help; ///< for Help: the command that it is asked about
+    std::string task;                          ///< id or name, for the commands of one task
+    std::vector<std::string> tasks;            ///< ids or names, for GetStatistics; none for all
+    std::vector<std::string> paths;            ///< as given, for ScanFile and CreateTask
+    std::vector<std::string> keys;             ///< for GetAppSettings and GetSettings; none for all
+    /// For the commands that change settings: one of changes, a file and the defaults.
     std::vector<settings::ChangeItem> changes;
-    std::string file;
+    std::string file; ///< also to write to, for those that show settings of a task; empty for none
+    bool setToDefault = false;
     bool acceptTsn = false;
+    bool wait = false;     ///< for StartTask: until the task has ended
+    bool progress = false; ///< the same, with progress
     EventSelection events; ///< for EventQuery and WaitEvents
     bool json = false;
 };
 
 /// Reads the arguments behind the program's name. Throws a Failure with ExitCode::Usage on an unknown option, a
-/// missing, empty or superfluous argument, none or more than one command.
+/// missing, empty or superfluous argument, none or more than one command. --help asks about the command beside it, on
+/// either side, whose own arguments are then neither needed nor looked at.
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
 
 /// True where --json stands among the options, also on a line that is otherwise wrong: its error is JSON too.
 bool AsksForJson(const std::vector<std::string>& arguments) noexcept;
-
-std::string HelpText();
 
 } // namespace tfs::control

@@ -17,6 +17,8 @@ std::string_view ExitCodeName(ExitCode code) noexcept {
         return "blocked-by-policy";
     case ExitCode::TsnNotAccepted:
         return "tsn-not-accepted";
+    case ExitCode::UpdateFailed:
+        return "update-failed";
     case ExitCode::Usage:
         return "usage";
     case ExitCode::InvalidState:
@@ -37,25 +39,6 @@ std::string_view ExitCodeName(ExitCode code) noexcept {
         break;
     }
     return "internal";
-}
-
-std::string_view ExitCodeHelp() noexcept {
-    return "Exit codes:\n"
-           "   0  done; with --scan-file: everything was read and nothing found\n"
-           "   1  a threat was found\n"
-           "   2  no threat, but something could not be processed\n"
-           "   3  the scan did not reach its end and had found nothing\n"
-           "   4  a policy locks the setting\n"
-           "   5  the statement of Tolvander Security Network is not accepted\n"
-           "  64  wrong command line\n"
-           "  65  the task's state does not allow the command\n"
-           "  66  no such task, file or folder\n"
-           "  69  the service cannot be reached, or went away\n"
-           "  70  internal failure\n"
-           "  74  the output could not be written\n"
-           "  75  the service did not answer in time\n"
-           "  77  this user may not do it\n"
-           "  78  there is no such setting, or it does not take the value\n";
 }
 
 ExitCode ExitCodeOf(result_t result) noexcept {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What tesl-control tells the shell. The numbers from 64 on are those of sysexits.h.
+// What tesl-control tells the shell. The numbers from 64 on are those of sysexits.h. What they mean is told by the help
+// among the texts.
 #pragma once
 
 #include <foundation/result.h>
@@ -15,6 +16,7 @@ enum class ExitCode : int {
     Stopped = 3,
     BlockedByPolicy = 4,
     TsnNotAccepted = 5,
+    UpdateFailed = 6,
     Usage = 64,
     InvalidState = 65,
     NotFound = 66,
@@ -28,8 +30,6 @@ enum class ExitCode : int {
 
 /// Word of a code as it stands in JSON errors, for example "unavailable".
 std::string_view ExitCodeName(ExitCode code) noexcept;
-/// The table of codes, one a line, for --help.
-std::string_view ExitCodeHelp() noexcept;
 /// The code under which a failing call ends the program.
 ExitCode ExitCodeOf(result_t result) noexcept;
 

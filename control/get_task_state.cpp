@@ -15,7 +15,7 @@ ExitCode GetTaskState(const CommandContext& context, const std::string& idOrName
         lastRun = std::move(statistic);
     else if (ULK_FAILED(result) && result != ulk::eNotFound)
         ThrowIfFailed(result, "Cannot read the statistics of " + TaskQuoted(idOrName));
-    context.reporter.TaskState(task, lastRun);
+    context.reporter.TaskState(RowOf(*tasks, std::move(task)), lastRun);
     return ExitCode::Ok;
 }
 

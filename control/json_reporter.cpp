@@ -22,6 +22,18 @@ json TaskJson(const core::TaskInfo& task) {
     return object;
 }
 
+json RowJson(const TaskRow& row) {
+    json object = TaskJson(row.task);
+    object["progress"] = nullptr;
+    if (row.progress) {
+        object["progress"] = {{"percent", row.progress->percent}, {"secondsLeft", nullptr}};
+        if (row.progress->secondsLeft)
+            object["progress"]["secondsLeft"] = *row.progress->secondsLeft;
+    }
+    object["schedule"] = row.schedule.empty() ? json(nullptr) : json(row.schedule);
+    return object;
+}
+
 json StatisticJson(const OxsStatistic& run) {
     return {
         {"started", TimeOrNull(UtcFromEpoch(run.startTime))},
@@ -45,16 +57,32 @@ json FindingJson(const ScanFinding& finding) {
     return object;
 }
 
-const char* EndWord(ScanEnd end) noexcept {
+const char* EndWord(RunEnd end) noexcept {
     switch (end) {
-    case ScanEnd::Stopped:
+    case RunEnd::Stopped:
         return "stopped";
-    case ScanEnd::Interrupted:
+    case RunEnd::Interrupted:
         return "interrupted";
-    case ScanEnd::Completed:
+    case RunEnd::Completed:
         break;
     }
     return "completed";
+}
+
+const char* ResultWord(UpdateResult result) noexcept {
+    switch (result) {
+    case UpdateResult::Updated:
+        return "updated";
+    case UpdateResult::NothingToUpdate:
+        return "nothing-to-update";
+    case UpdateResult::RolledBack:
+        return "rolled-back";
+    case UpdateResult::Stopped:
+        return "stopped";
+    case UpdateResult::Failed:
+        break;
+    }
+    return "failed";
 }
 
 } // namespace
@@ -63,10 +91,10 @@ void JsonReporter::Help(const std::string& text) { m_document["help"] = text; }
 
 void JsonReporter::Version(const std::string& version) { m_document["version"] = version; }
 
-void JsonReporter::TaskList(const std::vector<core::TaskInfo>& tasks) {
+void JsonReporter::TaskList(const std::vector<TaskRow>& tasks) {
     json& list = m_document["tasks"] = json::array();
-    for (const core::TaskInfo& task : tasks)
-        list.push_back(TaskJson(task));
+    for (const TaskRow& row : tasks)
+        list.push_back(RowJson(row));
 }
 
 void JsonReporter::TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) {
@@ -74,9 +102,25 @@ void JsonReporter::TaskCommandTaken(const std::string& verb, const core::TaskInf
     m_document["task"] = TaskJson(task);
 }
 
-void JsonReporter::TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) {
-    m_document["task"] = TaskJson(task);
+void JsonReporter::TaskState(const TaskRow& row, const std::optional<OxsStatistic>& lastRun) {
+    m_document["task"] = RowJson(row);
     m_document["lastRun"] = lastRun ? StatisticJson(*lastRun) : json(nullptr);
+}
+
+void JsonReporter::TaskCreated(const core::TaskInfo& task) { m_document["created"] = TaskJson(task); }
+
+void JsonReporter::TaskDeleted(const core::TaskInfo& task) { m_document["deleted"] = TaskJson(task); }
+
+void JsonReporter::StatisticsTold(const std::vector<OxsStatistic>& statistics) {
+    json& list = m_document["statistics"] = json::array();
+    for (const OxsStatistic& each : statistics) {
+        json object = StatisticJson(each);
+        object["task"] = {{"id", each.taskId},
+                          {"name", Utf8(each.taskName)},
+                          {"type", Utf8(each.taskType)},
+                          {"temporary", each.isTemporary}};
+        list.push_back(std::move(object));
+    }
 }
 
 void JsonReporter::AppInfoTold(const AppInfo& appInfo) {
@@ -93,16 +137,22 @@ void JsonReporter::AppInfoTold(const AppInfo& appInfo) {
     };
 }
 
-void JsonReporter::AppSettingsTold(const std::vector<settings::ChangeItem>& settings) {
+void JsonReporter::SettingsTold(const std::vector<settings::ChangeItem>& settings) {
     json& object = m_document["settings"] = json::object();
     for (const settings::ChangeItem& setting : settings)
         object[setting.key] = setting.value;
 }
 
-void JsonReporter::AppSettingsChanged(const std::string& message) {
+void JsonReporter::SettingsChanged(const std::string& message) {
     m_document["changed"] = true;
     if (!message.empty())
         m_document["message"] = message;
+}
+
+void JsonReporter::SettingsWritten(const std::string& file) {
+    m_document["file"] = file;
+    if (!IsUtf8(file))
+        m_document["fileHex"] = ToHex(file);
 }
 
 void JsonReporter::EventsTold(const std::vector<Event>& events) {
@@ -136,9 +186,28 @@ void JsonReporter::ScanEnded(const ScanSummary& summary) {
         {"skipped", summary.skipped},
         {"end", EndWord(summary.end)},
     };
-    if (summary.end == ScanEnd::Interrupted)
+    if (summary.end == RunEnd::Interrupted)
         m_document["summary"]["reason"] = summary.reason;
 }
+
+void JsonReporter::UpdateSource(const std::string& source) { m_document["update"]["sources"].push_back(source); }
+
+void JsonReporter::UpdateEnded(const UpdateSummary& summary) {
+    json& update = m_document["update"];
+    update["taskId"] = summary.taskId;
+    update["result"] = ResultWord(summary.result);
+    if (summary.result == UpdateResult::Failed)
+        update["reason"] = summary.reason;
+    if (summary.records) {
+        update["basesRecords"] = *summary.records;
+        update["basesDate"] = TimeOrNull(summary.date);
+    }
+}
+
+// A document is written once, at the end.
+void JsonReporter::Progress(const std::string&, const TaskProgress&) {}
+
+void JsonReporter::StopAsked() {}
 
 void JsonReporter::Error(ExitCode code, const std::string& text) {
     m_document["error"] = {{"code", ExitCodeName(code)}, {"exitCode", static_cast<int>(code)}, {"text", text}};

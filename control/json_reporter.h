@@ -18,17 +18,25 @@ public:
 
     void Help(const std::string& text) override;
     void Version(const std::string& version) override;
-    void TaskList(const std::vector<core::TaskInfo>& tasks) override;
+    void TaskList(const std::vector<TaskRow>& tasks) override;
     void TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) override;
-    void TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) override;
+    void TaskState(const TaskRow& row, const std::optional<OxsStatistic>& lastRun) override;
+    void TaskCreated(const core::TaskInfo& task) override;
+    void TaskDeleted(const core::TaskInfo& task) override;
+    void StatisticsTold(const std::vector<OxsStatistic>& statistics) override;
     void AppInfoTold(const AppInfo& appInfo) override;
-    void AppSettingsTold(const std::vector<settings::ChangeItem>& settings) override;
-    void AppSettingsChanged(const std::string& message) override;
+    void SettingsTold(const std::vector<settings::ChangeItem>& settings) override;
+    void SettingsChanged(const std::string& message) override;
+    void SettingsWritten(const std::string& file) override;
     void EventsTold(const std::vector<Event>& events) override;
     void EventsBegin() override;
     bool EventCame(const Event& event) override;
     void Finding(const ScanFinding& finding) override;
     void ScanEnded(const ScanSummary& summary) override;
+    void UpdateSource(const std::string& source) override;
+    void UpdateEnded(const UpdateSummary& summary) override;
+    void Progress(const std::string& task, const TaskProgress& progress) override;
+    void StopAsked() override;
     void Error(ExitCode code, const std::string& text) override;
     bool Finish() override;
 

@@ -8,5 +8,6 @@
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is an output failure
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    return tfs::control::RunProgram(arguments, std::cout, std::cerr, tfs::control::RunWithService);
+    return tfs::control::RunProgram(arguments, std::cout, std::cerr, tfs::control::RunWithService,
+                                    tfs::control::StandardTerminal());
 }

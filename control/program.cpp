@@ -15,7 +15,7 @@ ExitCode RunCommand(const std::vector<std::string>& arguments, IReporter& report
     const CommandLine line = ParseCommandLine(arguments);
     switch (line.command) {
     case CommandKind::Help:
-        reporter.Help(HelpText());
+        reporter.Help(HelpText(line.helpAbout));
         return ExitCode::Ok;
     case CommandKind::Version:
         reporter.Version(TESL_VERSION);
@@ -40,13 +40,13 @@ ExitCode RunReported(const std::vector<std::string>& arguments, IReporter& repor
 } // namespace
 
 int RunProgram(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
-               ServiceRunner serviceRunner) noexcept {
+               ServiceRunner serviceRunner, ITerminal* terminal) noexcept {
     try {
         std::unique_ptr<IReporter> reporter;
         if (AsksForJson(arguments))
             reporter = std::make_unique<JsonReporter>(out);
         else
-            reporter = std::make_unique<TextReporter>(out, err);
+            reporter = std::make_unique<TextReporter>(out, err, terminal);
         const ExitCode code = RunReported(arguments, *reporter, serviceRunner);
         return static_cast<int>(reporter->Finish() ? code : ExitCode::OutputFailed);
     } catch (...) {

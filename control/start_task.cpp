@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/start_task.h>
-#include <control/task_text.h>
+#include <control/task_command.h>
 
 namespace tfs::control {
 
 ExitCode StartTask(const CommandContext& context, const std::string& idOrName) {
-    const auto tasks = Service<ITfsTaskManager>(context);
-    const ulk::types::string16_t text = TaskText(idOrName);
-    ThrowIfFailed(tasks->StartTask(text), "Cannot start " + TaskQuoted(idOrName));
-    core::TaskInfo task;
-    ThrowIfFailed(tasks->GetTaskInfo(text, task), "Cannot read the state of " + TaskQuoted(idOrName));
-    context.reporter.TaskCommandTaken("start", task);
-    return ExitCode::Ok;
+    return CommandTask(context, idOrName, "start", &ITfsTaskManager::StartTask);
 }
 
 } // namespace tfs::control

@@ -8,7 +8,8 @@
 
 namespace tfs::control {
 
-/// Answers when the service has taken the command; the task goes on by itself. Throws Failure.
+/// Answers when the service has taken the command; the task goes on by itself. RunTask waits for its end. Throws
+/// Failure.
 ExitCode StartTask(const CommandContext& context, const std::string& idOrName);
 
 } // namespace tfs::control

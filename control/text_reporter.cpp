@@ -2,9 +2,11 @@
 #include <control/escape.h>
 #include <control/event_values.h>
 #include <control/text_reporter.h>
+#include <control/text_width.h>
 #include <control/values.h>
 
 #include <algorithm>
+#include <array>
 #include <iomanip>
 
 namespace tfs::control {
@@ -16,6 +18,8 @@ constexpr int LabelWidth = 22;
 std::string OrWord(std::string text, const char* word) { return text.empty() ? word : text; }
 
 std::string Safe(const ulk::types::string16_t& text) { return EscapeForTerminal(Utf8(text)); }
+
+using Cells = std::array<std::string, 6>;
 
 std::string ShownName(const core::TaskInfo& task) {
     return Safe(task.displayName.empty() ? task.taskName : task.displayName);
@@ -31,21 +35,24 @@ void TextReporter::Help(const std::string& text) { m_out << text; }
 
 void TextReporter::Version(const std::string& version) { m_out << "tesl-control " << version << '\n'; }
 
-void TextReporter::TaskList(const std::vector<core::TaskInfo>& tasks) {
-    std::size_t nameWidth = 4;
-    std::size_t typeWidth = 4;
-    for (const core::TaskInfo& task : tasks) {
-        nameWidth = std::max(nameWidth, ShownName(task).size());
-        typeWidth = std::max(typeWidth, Safe(task.taskType).size());
+void TextReporter::TaskList(const std::vector<TaskRow>& tasks) {
+    std::vector<Cells> rows = {{"Id", "Name", "Type", "State", "Progress", "Schedule"}};
+    for (const TaskRow& row : tasks)
+        rows.push_back({std::to_string(row.task.taskId), ShownName(row.task), Safe(row.task.taskType),
+                        TaskStateName(row.task.state), row.progress ? ProgressText(*row.progress) : "-",
+                        OrWord(EscapeForTerminal(row.schedule), "-")});
+    std::array<std::size_t, std::tuple_size_v<Cells>> widths{};
+    for (const Cells& row : rows)
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], TextWidth(row[i]));
+    for (const Cells& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const std::string filler(widths[i] - TextWidth(row[i]), ' ');
+            line += i == 0 ? filler + row[i] : "  " + row[i] + filler; // ids stand on the right
+        }
+        m_out << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
     }
-    const auto row = [&](const std::string& id, const std::string& name, const std::string& type,
-                         const std::string& state) {
-        m_out << std::right << std::setw(6) << id << "  " << std::left << std::setw(static_cast<int>(nameWidth)) << name
-              << "  " << std::setw(static_cast<int>(typeWidth)) << type << "  " << state << '\n';
-    };
-    row("Id", "Name", "Type", "State");
-    for (const core::TaskInfo& task : tasks)
-        row(std::to_string(task.taskId), ShownName(task), Safe(task.taskType), TaskStateName(task.state));
 }
 
 void TextReporter::TaskCommandTaken(const std::string& verb, const core::TaskInfo& task) {
@@ -53,21 +60,51 @@ void TextReporter::TaskCommandTaken(const std::string& verb, const core::TaskInf
           << TaskStateName(task.state) << ".\n";
 }
 
-void TextReporter::TaskState(const core::TaskInfo& task, const std::optional<OxsStatistic>& lastRun) {
-    Line("Id:", std::to_string(task.taskId));
-    Line("Name:", ShownName(task));
-    Line("Type:", Safe(task.taskType));
-    Line("State:", TaskStateName(task.state));
-    if (!lastRun)
-        return;
-    Line("Started:", OrWord(UtcFromEpoch(lastRun->startTime), "never"));
-    Line("Finished:", OrWord(UtcFromEpoch(lastRun->finishTime), "-"));
-    Line("Objects scanned:", std::to_string(lastRun->scan.scannedObjects));
-    Line("Bytes scanned:", std::to_string(lastRun->scannedBytes));
-    Line("Threats found:", std::to_string(lastRun->scan.threatsFound));
-    Line("Password-protected:", std::to_string(lastRun->scan.passwordProtectedObjects));
-    Line("Errors:", std::to_string(lastRun->scan.scanErrors));
-    Line("Skipped:", std::to_string(lastRun->scan.skippedObjects));
+void TextReporter::TaskState(const TaskRow& row, const std::optional<OxsStatistic>& lastRun) {
+    Line("Id:", std::to_string(row.task.taskId));
+    Line("Name:", ShownName(row.task));
+    Line("Type:", Safe(row.task.taskType));
+    Line("State:", TaskStateName(row.task.state));
+    if (row.progress) {
+        Line("Progress:", std::to_string(row.progress->percent) + "%");
+        Line("Time left:", row.progress->secondsLeft ? DurationText(*row.progress->secondsLeft) : "unknown");
+    }
+    if (!row.schedule.empty())
+        Line("Schedule:", EscapeForTerminal(row.schedule));
+    if (lastRun)
+        RunLines(*lastRun);
+}
+
+void TextReporter::RunLines(const OxsStatistic& run) {
+    Line("Started:", OrWord(UtcFromEpoch(run.startTime), "never"));
+    Line("Finished:", OrWord(UtcFromEpoch(run.finishTime), "-"));
+    Line("Objects scanned:", std::to_string(run.scan.scannedObjects));
+    Line("Bytes scanned:", std::to_string(run.scannedBytes));
+    Line("Threats found:", std::to_string(run.scan.threatsFound));
+    Line("Password-protected:", std::to_string(run.scan.passwordProtectedObjects));
+    Line("Errors:", std::to_string(run.scan.scanErrors));
+    Line("Skipped:", std::to_string(run.scan.skippedObjects));
+}
+
+void TextReporter::TaskCreated(const core::TaskInfo& task) {
+    m_out << "Task " << task.taskId << " (" << ShownName(task) << ") was created.\n";
+}
+
+void TextReporter::TaskDeleted(const core::TaskInfo& task) {
+    m_out << "Task " << task.taskId << " (" << ShownName(task) << ") was deleted.\n";
+}
+
+void TextReporter::StatisticsTold(const std::vector<OxsStatistic>& statistics) {
+    if (statistics.empty())
+        m_out << "No task has been run.\n";
+    for (const OxsStatistic& run : statistics) {
+        if (&run != &statistics.front())
+            m_out << '\n';
+        Line("Id:", std::to_string(run.taskId));
+        Line("Name:", Safe(run.taskName));
+        Line("Type:", Safe(run.taskType));
+        RunLines(run);
+    }
 }
 
 void TextReporter::AppInfoTold(const AppInfo& appInfo) {
@@ -82,16 +119,20 @@ void TextReporter::AppInfoTold(const AppInfo& appInfo) {
     Line("Scanner workers:", std::to_string(appInfo.scannerWorkers));
 }
 
-void TextReporter::AppSettingsTold(const std::vector<settings::ChangeItem>& settings) {
+void TextReporter::SettingsTold(const std::vector<settings::ChangeItem>& settings) {
     for (const settings::ChangeItem& setting : settings)
         m_out << EscapeForTerminal(setting.key) << '=' << EscapeForTerminal(setting.value) << '\n';
 }
 
-void TextReporter::AppSettingsChanged(const std::string& message) {
+void TextReporter::SettingsChanged(const std::string& message) {
     m_out << "The settings were changed.";
     if (!message.empty())
         m_out << ' ' << EscapeForTerminal(message);
     m_out << '\n';
+}
+
+void TextReporter::SettingsWritten(const std::string& file) {
+    m_out << "The settings were written to " << EscapeForTerminal(file) << ".\n";
 }
 
 void TextReporter::EventsTold(const std::vector<Event>& events) {
@@ -120,20 +161,22 @@ bool TextReporter::EventCame(const Event& event) {
 }
 
 void TextReporter::Finding(const ScanFinding& finding) {
+    m_progress.Clear();
     m_out << (finding.kind == ScanFinding::Kind::Threat ? "Threat detected: " : "Not processed: ")
           << EscapeForTerminal(finding.path) << " (" << EscapeForTerminal(finding.detail) << ")\n"
           << std::flush;
 }
 
 void TextReporter::ScanEnded(const ScanSummary& summary) {
+    m_progress.Clear();
     switch (summary.end) {
-    case ScanEnd::Completed:
+    case RunEnd::Completed:
         m_out << "The scan has ended.\n";
         break;
-    case ScanEnd::Stopped:
+    case RunEnd::Stopped:
         m_out << "The scan was stopped.\n";
         break;
-    case ScanEnd::Interrupted:
+    case RunEnd::Interrupted:
         m_out << "The scan was broken off: " << EscapeForTerminal(summary.reason) << '\n';
         break;
     }
@@ -144,7 +187,47 @@ void TextReporter::ScanEnded(const ScanSummary& summary) {
     Line("Skipped:", std::to_string(summary.skipped));
 }
 
+void TextReporter::UpdateSource(const std::string& source) {
+    m_progress.Clear();
+    m_out << "Update source: " << EscapeForTerminal(source) << '\n' << std::flush;
+}
+
+void TextReporter::UpdateEnded(const UpdateSummary& summary) {
+    m_progress.Clear();
+    switch (summary.result) {
+    case UpdateResult::Updated:
+        m_out << "The databases were updated.\n";
+        break;
+    case UpdateResult::NothingToUpdate:
+        m_out << "There is nothing to update.\n";
+        break;
+    case UpdateResult::RolledBack:
+        m_out << "The databases before the last update are in use again.\n";
+        break;
+    case UpdateResult::Failed:
+        m_out << "It failed: " << OrWord(EscapeForTerminal(summary.reason), "no reason was told") << '\n';
+        break;
+    case UpdateResult::Stopped:
+        m_out << "It was stopped.\n";
+        break;
+    }
+    if (!summary.records)
+        return;
+    Line("Signature records:", std::to_string(*summary.records));
+    Line("Signatures of:", OrWord(summary.date, "unknown"));
+}
+
+void TextReporter::Progress(const std::string& task, const TaskProgress& progress) {
+    m_progress.Show(EscapeForTerminal(task), progress);
+}
+
+void TextReporter::StopAsked() {
+    m_progress.Clear();
+    m_out << "Stopping...\n" << std::flush;
+}
+
 void TextReporter::Error(ExitCode, const std::string& text) {
+    m_progress.Clear();
     m_out.flush();
     m_err << "tesl-control: " << text << '\n';
 }

@@ -43,14 +43,14 @@ std::optional<std::int64_t> Convert(std::tm time, std::time_t (*convert)(std::tm
 
 std::int64_t TicksFromSeconds(std::int64_t seconds) {
     constexpr std::int64_t kGreatest = (std::numeric_limits<std::int64_t>::max() - kUnixEpochTicks) / kTicksPerSecond;
-    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min() / kTicksPerSecond;
+    constexpr std::int64_t kLeast = -kUnixEpochTicks / kTicksPerSecond;
     if (seconds > kGreatest || seconds < kLeast)
         Fail(__LINE__, kInvalidTimestamp, std::to_string(seconds));
     return seconds * kTicksPerSecond + kUnixEpochTicks;
 }
 
 std::int64_t SecondsFromTicks(std::int64_t ticks) {
-    if (ticks < kUnixEpochTicks)
+    if (ticks < 0)
         Fail(__LINE__, kInvalidTimestamp, std::to_string(ticks));
     return (ticks - kUnixEpochTicks) / kTicksPerSecond;
 }

@@ -25,10 +25,11 @@ public:
     using ExceptionBase::ExceptionBase;
 };
 
-/// Ticks since 1601 of a moment in seconds since 1970. Throws TimeSystemError where 64 bits don't hold it.
+/// Ticks since 1601 of a moment in seconds since 1970. Throws TimeSystemError "Invalid utc timestamp for posix platform
+/// " for a moment before 1601, and for one that 64 bits don't hold.
 std::int64_t TicksFromSeconds(std::int64_t seconds);
 /// Seconds since 1970 of a moment in ticks since 1601, parts of a second dropped. Throws TimeSystemError "Invalid utc
-/// timestamp for posix platform " for a moment before 1970.
+/// timestamp for posix platform " for a moment before 1601.
 std::int64_t SecondsFromTicks(std::int64_t ticks);
 /// The system clock in ticks since 1601.
 std::int64_t NowTicks() noexcept;

@@ -117,9 +117,9 @@ struct std::hash<ulk::types::basic_string_t<Char, Traits, Allocator>> {
 
 namespace ulk::text {
 
-/// Conversions between UTF-16, UTF-8 and the locale's narrow form: `Cast<std::string>(utf16)` gives UTF-8,
-/// `Cast<string16_t>(utf8)` UTF-16. A text that can't be converted (lone surrogate, broken UTF-8) throws
-/// std::bad_cast; short memory throws std::bad_alloc.
+/// Conversions between UTF-16 and UTF-8: `Cast<std::string>(utf16)` and `Cast<string8_t>(utf16)` give UTF-8,
+/// `Cast<string16_t>(utf8)` UTF-16, from either narrow string. A text that can't be converted (lone surrogate, broken
+/// UTF-8) throws std::bad_cast; short memory throws std::bad_alloc.
 template <class To>
 To Cast(std::u16string_view from);
 template <class To>
@@ -127,6 +127,8 @@ To Cast(std::string_view from);
 
 template <>
 std::string Cast<std::string>(std::u16string_view from);
+template <>
+types::string8_t Cast<types::string8_t>(std::u16string_view from);
 template <>
 types::string16_t Cast<types::string16_t>(std::string_view from);
 template <>
@@ -136,10 +138,14 @@ std::u16string Cast<std::u16string>(std::string_view from);
 /// other side can't express at all throws std::bad_cast; a character above 0xFFFF is left out.
 types::string16_t FromLocale(std::string_view from);
 std::string ToLocale(std::u16string_view from);
+/// From UTF-8 to the same form, code point by code point and without an exception: each byte that doesn't decode and
+/// each character that the locale can't express becomes '?'.
+std::string ToLocaleLossy(std::string_view from);
 
 /// The converters behind Cast: eInvalidArgument where the text is broken, eOutOfMemory where memory is short. `to` is
 /// only changed on success.
 result_t Convert(std::u16string_view from, std::string& to) noexcept;
+result_t Convert(std::u16string_view from, types::string8_t& to) noexcept;
 result_t Convert(std::string_view from, std::u16string& to) noexcept;
 result_t Convert(std::string_view from, types::string16_t& to) noexcept;
 

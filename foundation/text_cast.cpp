@@ -44,6 +44,7 @@ void Append(To& to, utf::code_point value) {
 void Reserve(std::string& to, std::size_t size) { to.reserve(size); }
 void Reserve(std::u16string& to, std::size_t size) { to.reserve(size); }
 void Reserve(types::string16_t& to, std::size_t size) { to.reserve_extra(size); }
+void Reserve(types::string8_t& to, std::size_t size) { to.reserve_extra(size); }
 
 /// A first pass tests the text and sizes the output, so that nothing is allocated for a broken one.
 template <class FromChar, class To>
@@ -102,15 +103,31 @@ To Converted(From from) {
     return to;
 }
 
+/// Appends the character in the locale's form; false where the locale has none for it.
+bool AppendInLocale(std::string& to, utf::code_point value, std::mbstate_t& state) {
+    char bytes[MB_LEN_MAX];
+    const std::size_t written = std::wcrtomb(bytes, static_cast<wchar_t>(value), &state);
+    if (written == static_cast<std::size_t>(-1))
+        return false;
+    to.append(bytes, written);
+    return true;
+}
+
 } // namespace
 
 result_t Convert(std::u16string_view from, std::string& to) noexcept { return ConvertStrictly(from, to); }
+result_t Convert(std::u16string_view from, types::string8_t& to) noexcept { return ConvertStrictly(from, to); }
 result_t Convert(std::string_view from, std::u16string& to) noexcept { return ConvertStrictly(from, to); }
 result_t Convert(std::string_view from, types::string16_t& to) noexcept { return ConvertStrictly(from, to); }
 
 template <>
 std::string Cast<std::string>(std::u16string_view from) {
     return Converted<std::string>(from);
+}
+
+template <>
+types::string8_t Cast<types::string8_t>(std::u16string_view from) {
+    return Converted<types::string8_t>(from);
 }
 
 template <>
@@ -149,11 +166,22 @@ std::string ToLocale(std::u16string_view from) {
         at += point->length;
         if (point->value > kGreatestUnit)
             continue;
-        char bytes[MB_LEN_MAX];
-        const std::size_t written = std::wcrtomb(bytes, static_cast<wchar_t>(point->value), &state);
-        if (written == static_cast<std::size_t>(-1))
+        if (!AppendInLocale(to, point->value, state))
             throw std::bad_cast();
-        to.append(bytes, written);
+    }
+    return to;
+}
+
+std::string ToLocaleLossy(std::string_view from) {
+    std::string to;
+    std::mbstate_t state{};
+    for (std::size_t at = 0; at < from.size();) {
+        const auto point = Decode(from, at);
+        at += point ? point->length : 1;
+        if (point && AppendInLocale(to, point->value, state))
+            continue;
+        to += '?';
+        state = {}; // a failure leaves it undefined
     }
     return to;
 }

@@ -3,6 +3,7 @@
 #include <gui/common/certified_build.h>
 #include <gui/restart_checker.h>
 #include <gui/signal_window.h>
+#include <gui/start_ahead.h>
 #include <gui/start_settings.h>
 #include <gui/tesl_gui.h>
 #include <tfs_common/config_data.h>
@@ -57,6 +58,8 @@ int RunApplication(int& argc, char** argv, const ConfigPtr& config) {
     }
     const bool allComponentsLogging = std::getenv("TFS_ENABLE_ALL_COMPONENTS_LOGGING") != nullptr;
     (void)::setenv("QT_XKB_CONFIG_ROOT", "/usr/share/X11/xkb/", 0);
+    tfs::gui::ChooseDisplay();
+    const auto loadedAhead = tfs::gui::LoadAhead();
     const auto crashDumps = tfs::gui::MakeCrashDumpSettings(::getuid());
     const auto tracer = tfs::gui::MakeTracerSettings(*config, ProgramName, allComponentsLogging);
     TeslGuiApp::GetInstance(std::shared_ptr<TeslGuiApp>(new TeslGuiApp(argc, argv, config)), false);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/product_paths.h>
+#include <foundation/thread_runnable.h>
 #include <gui/common/exception_text.h>
 #include <gui/quit_request.h>
 #include <gui/restart_checker.h>
@@ -29,12 +30,12 @@ RestartChecker::RestartChecker(int argc, char** argv, Options options)
     struct stat installed {};
     if (::stat("/proc/self/exe", &m_selfStat) == 0 && ::stat(m_options.installedPath.c_str(), &installed) == 0 &&
         IsSameFile(m_selfStat, installed))
-        m_thread = std::thread(&RestartChecker::Run, this);
+        m_thread = std::thread(ulk::detail::ThreadRunnableMemFn(this, &RestartChecker::Run));
 }
 
 RestartChecker::~RestartChecker() {
     if (m_thread.joinable()) {
-        Stop();
+        m_stopRequested.Set();
         m_thread.join();
     }
     if (m_restartRequested)
@@ -42,28 +43,24 @@ RestartChecker::~RestartChecker() {
 }
 
 int RestartChecker::Run() {
-    while (WaitForNextCheck()) {
+    timespec reading{};
+    for (;;) {
+        // A clock that can't be read leaves the last reading, and the wait is made from there.
+        (void)ulk::ReadMonotonicClock(reading);
+        // A wait that fails is over; there is the check to be made all the same.
+        if (m_stopRequested.WaitUntil(ulk::After(reading, m_options.interval)) == ulk::MonotonicEvent::Wait::Set)
+            return 0;
         try {
             Check();
         }
         GUI_CATCH_ALL
     }
-    return 0;
-}
-
-bool RestartChecker::WaitForNextCheck() {
-    const auto moment = std::chrono::steady_clock::now() + m_options.interval;
-    ulk::LockGuard lock(m_mutex);
-    while (!m_stopRequested)
-        if (m_condition.wait_until(lock, moment) == std::cv_status::timeout)
-            break;
-    return !m_stopRequested;
 }
 
 void RestartChecker::Check() {
     const char* const path = m_options.installedPath.c_str();
     if (::access(path, X_OK) != 0 && errno == EACCES) {
-        Stop();
+        m_stopRequested.Set();
         m_options.quit();
         return;
     }
@@ -71,17 +68,9 @@ void RestartChecker::Check() {
     // A file that is missing for a moment during an update doesn't end the program.
     if (::stat(path, &installed) != 0 || IsSameFile(m_selfStat, installed))
         return;
-    Stop();
+    m_stopRequested.Set();
     m_restartRequested = true; // read after the join
     m_options.quit();
-}
-
-void RestartChecker::Stop() {
-    {
-        const ulk::LockGuard lock(m_mutex);
-        m_stopRequested = true;
-    }
-    m_condition.notify_all();
 }
 
 } // namespace tfs::gui

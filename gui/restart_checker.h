@@ -2,10 +2,9 @@
 // Watches for an update that replaces the program on disk while it runs.
 #pragma once
 
-#include <foundation/sync.h>
+#include <foundation/monotonic_event.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <string>
 #include <sys/stat.h>
@@ -40,19 +39,14 @@ public:
 
 private:
     int Run();
-    /// False where the waiting is to end.
-    bool WaitForNextCheck();
     void Check();
-    void Stop();
 
-    std::vector<char*> m_argv;
-    Options m_options;
+    std::vector<char*> m_argv; ///< ends with a null pointer, as execv wants it
     struct stat m_selfStat {};
-    ulk::Mutex m_mutex;
-    std::condition_variable_any m_condition;
-    bool m_stopRequested ULK_GUARDED_BY(m_mutex) = false;
+    std::thread m_thread; ///< begun by the constructor's body, when all below is there
+    ulk::MonotonicEvent m_stopRequested{/*autoReset=*/false};
     bool m_restartRequested = false; ///< the thread's, and the destructor's when it has ended
-    std::thread m_thread;
+    const Options m_options;
 };
 
 } // namespace tfs::gui

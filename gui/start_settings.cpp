@@ -18,6 +18,11 @@ constexpr std::int64_t FileSizeUnit = 1'000'000;
 
 ulk::types::string16_t Text(std::string_view text) { return ulk::text::Cast<ulk::types::string16_t>(text); }
 
+bool IsSet(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+}
+
 /// Every missing component of a path, with the mode that the umask leaves of 0777. Failures show when it is used.
 void MakeFolders(const std::string& path) {
     for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1))
@@ -26,6 +31,8 @@ void MakeFolders(const std::string& path) {
 }
 
 } // namespace
+
+std::string ModulePath(std::string_view name) { return ulk::ModulePath(Text(tfs::paths::LibraryFolder), name); }
 
 result_t ApplyLocale(const std::string& locale) {
     std::optional<std::string> saved;
@@ -38,6 +45,11 @@ result_t ApplyLocale(const std::string& locale) {
     if (saved)
         (void)::setenv("LC_ALL", saved->c_str(), 1);
     return ulk::eUnspecified;
+}
+
+void ChooseDisplay() {
+    if (!IsSet("DISPLAY") && IsSet("WAYLAND_DISPLAY"))
+        (void)::setenv("QT_QPA_PLATFORM", "wayland", 0);
 }
 
 std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configuredLevel) noexcept {
@@ -63,7 +75,7 @@ app_core::loader::TracerSettings MakeTracerSettings(const tfs::loader::ConfigDat
     settings.fileSizeLimit = static_cast<std::uint64_t>(config.traceFileSizeLimit * FileSizeUnit);
     settings.fileCount = static_cast<std::uint32_t>(config.traceFileCount);
     settings.lineFormat = u"%Y.%m.%d %X\t%I\t%p\t";
-    settings.modulePath = Text(ulk::ModulePath(Text(tfs::paths::LibraryFolder), "instrumental_services"));
+    settings.modulePath = Text(ModulePath("instrumental_services"));
     return settings;
 }
 
@@ -93,8 +105,7 @@ bool ReadTrayOnly(int argc, const char* const* argv, const std::function<void(un
 
 result_t CreateApplicationLoader(ulk::Module& module, app_core::loader::IApplicationLoader** loader) {
     *loader = nullptr;
-    const std::string path = ulk::ModulePath(Text(tfs::paths::LibraryFolder), "app_core_legacy");
-    if (const result_t result = module.Load(path); !ULK_SUCCEEDED(result))
+    if (const result_t result = module.Load(ModulePath("app_core_legacy")); !ULK_SUCCEEDED(result))
         return result;
     void* object = nullptr;
     const result_t result = module.CreateObject(app_core::loader::ApplicationLoaderClass, nullptr,

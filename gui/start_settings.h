@@ -15,9 +15,16 @@
 
 namespace tfs::gui {
 
+/// Path of a run-time module of the product, by its name without "lib" and ".so".
+std::string ModulePath(std::string_view name);
+
 /// Takes the locale for this process and what it starts: LC_ALL, then setlocale. eUnspecified where the system doesn't
 /// have it; LC_ALL is then put back to its value, if it had one. For main, before there are threads.
 result_t ApplyLocale(const std::string& locale);
+
+/// Asks Qt for Wayland where that is the only display: without word of the kind of session it takes X11 and fails.
+/// Leaves a QT_QPA_PLATFORM that is set alone. For main, before there are threads.
+void ChooseDisplay();
 
 /// Everything, or by the configuration's level: 1 failures, 2 detail, anything else nothing.
 std::int32_t ChooseTraceLevel(bool allComponentsLogging, std::int32_t configuredLevel) noexcept;

@@ -3,16 +3,20 @@
 #include <contract/tfs/event.h>
 #include <foundation/check.h>
 #include <foundation/objclient.h>
+#include <gui/accessibility/item_states.h>
 #include <gui/common/localized_text.h>
 #include <gui/qml/qml_resources.h>
 #include <gui/qml_bootstrap.h>
 #include <gui/signal_handlers.h>
 #include <gui/signal_window.h>
+#include <gui/start_ahead.h>
 #include <gui/start_settings.h>
 #include <gui/tesl_gui.h>
+#include <gui/tools/window_reach.h>
+#include <gui/window_icon.h>
 #include <tfs_common/scoped_service_manager_initializer.h>
 
-#include <QtGui/QIcon>
+#include <QtGui/QFont>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQuickControls2/QQuickStyle>
 #include <stdexcept>
@@ -97,6 +101,12 @@ std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
     return std::make_unique<QApplication>(argc, argv);
 }
 
+/// Nothing where the files didn't load.
+std::unique_ptr<tfs::tools::WindowReach> WatchReach(const QQmlApplicationEngine& engine) {
+    auto* const window = qobject_cast<QWindow*>(engine.rootObjects().value(0));
+    return window ? std::make_unique<tfs::tools::WindowReach>(*window) : nullptr;
+}
+
 } // namespace
 
 TeslGuiApp::TeslGuiApp(int& argc, char** argv, const std::shared_ptr<const tfs::loader::ConfigData>& config)
@@ -108,6 +118,7 @@ TeslGuiApp::TeslGuiApp(int& argc, char** argv, const std::shared_ptr<const tfs::
     QQuickStyle::setStyle(QStringLiteral("Default"));
     m_application = MakeApplication(argc, argv);
     m_quitTarget.emplace();
+    m_fontListing = ListFontsAhead();
 }
 
 TeslGuiApp::~TeslGuiApp() { application::Set(nullptr); }
@@ -218,7 +229,9 @@ void TeslGuiApp::SetMetadata() {
     QGuiApplication::setApplicationDisplayName(title);
     QCoreApplication::setOrganizationName(LocalizedText(entry::GuiTolvanderOrganization));
     QGuiApplication::setDesktopFileName(QStringLiteral("tesl-gui"));
-    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icon-t")));
+    // Qt measures every first text against the application's own font, which else is one more typeface to load.
+    QApplication::setFont(QFont(QStringLiteral("Roboto")));
+    QGuiApplication::setWindowIcon(ReadIcon(QStringLiteral(":/icon-t")));
 }
 
 int TeslGuiApp::RunEventLoop() {
@@ -230,7 +243,9 @@ int TeslGuiApp::RunEventLoop() {
     QQmlApplicationEngine engine;
     SetContextProperties(*engine.rootContext(),
                          {m_productConnection.get(), &screenSaver, &mousePosition, &trayAvailability}, m_isTrayOnly);
+    InstallItemStates(engine);
     engine.load(QUrl(QStringLiteral("qrc:/main.qml")));
+    const auto reach = WatchReach(engine);
     const SignalWindow signalWindow;
     RenewQuitRequest();
     return QApplication::exec();

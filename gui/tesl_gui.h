@@ -12,6 +12,7 @@
 #include <tfs_common/config_data.h>
 
 #include <QtWidgets/QApplication>
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -64,6 +65,8 @@ private:
     std::unique_ptr<ProductConnection> m_productConnection;
     std::unique_ptr<QApplication> m_application;
     std::optional<QuitTarget> m_quitTarget;
+    /// Ends before the application that it needs.
+    std::future<void> m_fontListing;
 };
 
 } // namespace tfs::gui

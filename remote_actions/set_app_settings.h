@@ -19,18 +19,16 @@ public:
     /// Whether the user accepts the statement of the security network with this request.
     void SetAcceptTsn(bool accept);
     void SetSettings(settings::SettingsChangeList&& changes);
-    /// Path of a settings file, whose items come behind those of SetSettings. Empty for none.
+    /// Path of a settings file, read anew by each Exec; its items then stand for those of SetSettings. Empty for none.
     void SetFile(const std::string& path);
 
-    /// Throws InvalidSettingsException for a file that can't be read, an empty request and refused settings,
-    /// SettingsBlockedByPolicyException, TsnNotAcceptedException, ActionInvalidResultException for a user who isn't
-    /// allowed. Every other code of the service is in the result, failures among them.
+    /// Throws InvalidSettingsException for a file that can't be read, for refused settings, and for a list or a file
+    /// without items unless the list may be empty; SettingsBlockedByPolicyException, TsnNotAcceptedException,
+    /// ActionInvalidResultException for a user who isn't allowed. Every other code of the service is in the result,
+    /// failures among them.
     CommandResult Exec(ulk::IServiceLocator* remote) override;
 
 private:
-    void LoadFile();
-    void RequireSettings() const;
-
     const ulk::Ptr<ulk::IServiceLocator> m_locator;
     ulk::Ptr<ulk::ITracer> m_tracer;
     bool m_acceptTsn = false;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <clamav.h>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <sys/mman.h>
@@ -81,12 +82,12 @@ off_t ReadHandle(void* handle, void* buffer, std::size_t count, off_t offset) {
     return static_cast<FileSource*>(handle)->Read(buffer, count, offset);
 }
 
-cl_scan_options ScanOptions() {
+cl_scan_options ScanOptions(bool archives) {
     cl_scan_options options{};
     options.general = CL_SCAN_GENERAL_HEURISTICS;
-    options.parse = ~0u;
-    options.heuristic =
-        CL_SCAN_HEURISTIC_EXCEEDS_MAX | CL_SCAN_HEURISTIC_ENCRYPTED_ARCHIVE | CL_SCAN_HEURISTIC_ENCRYPTED_DOC;
+    options.parse = archives ? ~0u : ~static_cast<unsigned>(CL_SCAN_PARSE_ARCHIVE);
+    options.heuristic = CL_SCAN_HEURISTIC_EXCEEDS_MAX | CL_SCAN_HEURISTIC_ENCRYPTED_DOC |
+                        (archives ? CL_SCAN_HEURISTIC_ENCRYPTED_ARCHIVE : 0u);
     return options;
 }
 
@@ -135,6 +136,8 @@ std::string Engine::Load(const Settings& settings) {
             result != CL_SUCCESS)
             return std::string("a setting of the engine was refused: ") + cl_strerror(result);
     m_maxFileSize = settings.maxFileSize;
+    m_timeLimitMs = settings.timeLimitMs;
+    m_timeInForce = settings.timeLimitMs;
     cl_engine_set_clcb_file_inspection(m_engine, OnLayer);
     cl_engine_set_clcb_post_scan(m_engine, OnLayerEnd);
     cl_engine_set_clcb_virus_found(m_engine, OnFound);
@@ -149,7 +152,8 @@ std::string Engine::Load(const Settings& settings) {
         return std::string("the signatures can't be prepared: ") + cl_strerror(result);
     m_signatures = count;
     m_date = info.newest;
-    m_fingerprint = info.fingerprint;
+    // Another engine finds other things with the same signatures.
+    m_fingerprint = info.fingerprint ^ std::hash<std::string>()(Version()) ^ (std::uint64_t{cl_retflevel()} << 32);
     return {};
 }
 
@@ -176,20 +180,30 @@ void Engine::Trim() noexcept {
 std::string Engine::WarmUp() {
     const MapHandle map(cl_fmap_open_memory(WarmUpFile, sizeof WarmUpFile));
     ScanContext context(m_maxFileSize);
-    cl_scan_options options = ScanOptions();
+    cl_scan_options options = ScanOptions(true);
     const char* name = nullptr;
     const cl_error_t result = cl_scanmap_callback(map.get(), nullptr, &name, nullptr, m_engine, &options, &context);
     return result == CL_CLEAN ? std::string() : std::string("the first scan failed: ") + cl_strerror(result);
 }
 
-Verdict Engine::Scan(int descriptor, IReadMonitor& monitor) {
+void Engine::StretchTime(std::uint32_t factor) noexcept { m_timeLimitMs *= factor; }
+
+void Engine::SetTimeLimit(std::uint64_t milliseconds) noexcept {
+    const std::uint64_t limit = milliseconds == 0 ? m_timeLimitMs : std::min(milliseconds, m_timeLimitMs);
+    if (limit != m_timeInForce)
+        cl_engine_set_num(m_engine, CL_ENGINE_MAX_SCANTIME, static_cast<long long>(limit));
+    m_timeInForce = limit;
+}
+
+Verdict Engine::Scan(int descriptor, IReadMonitor& monitor, const ScanLimits& limits) {
     FileSource source(descriptor, monitor);
-    Verdict verdict = ScanSource(source);
+    SetTimeLimit(limits.timeLimitMs);
+    Verdict verdict = ScanSource(source, limits);
     verdict.bytes = source.Bytes();
     return verdict;
 }
 
-Verdict Engine::ScanSource(FileSource& source) {
+Verdict Engine::ScanSource(FileSource& source, const ScanLimits& limits) {
     ScanContext context(m_maxFileSize);
     EngineOutcome& outcome = context.outcome;
     const auto decide = [&] {
@@ -199,7 +213,7 @@ Verdict Engine::ScanSource(FileSource& source) {
     };
     if (!source.Begin())
         return decide();
-    if (source.Size() > m_maxFileSize)
+    if (source.Size() > m_maxFileSize || (limits.maxFileSize != 0 && source.Size() > limits.maxFileSize))
         return {VerdictCode::Limit, {}, {}, "the file is too large", 0};
     MapHandle map;
     if (source.Size() < m_bufferSize) {
@@ -215,7 +229,7 @@ Verdict Engine::ScanSource(FileSource& source) {
     }
     if (!map)
         return {VerdictCode::Limit, {}, {}, "the memory limit was reached", 0};
-    cl_scan_options options = ScanOptions();
+    cl_scan_options options = ScanOptions(limits.archives);
     const char* name = nullptr;
     g_current = &context;
     ForgetFileTrouble();
@@ -225,7 +239,8 @@ Verdict Engine::ScanSource(FileSource& source) {
     map.reset();
     source.End();
     context.archives.Finish();
-    outcome.archive = context.archives.Troubles();
+    if (limits.archives) // what wasn't to be unpacked isn't missing
+        outcome.archive = context.archives.Troubles();
     outcome.result = result;
     outcome.resultText = cl_strerror(result);
     if (result == CL_VIRUS && outcome.threat.empty() && outcome.alert.empty())

@@ -15,6 +15,13 @@ struct cl_engine;
 
 namespace tfs::scanner {
 
+/// What is asked for one file within the limits of the engine's settings, which hold in any case.
+struct ScanLimits {
+    bool archives = true;          ///< false: an archive is scanned as a plain file
+    std::uint64_t maxFileSize = 0; ///< bytes; 0: as in the settings; the parts of an archive keep the settings' limit
+    std::uint64_t timeLimitMs = 0; ///< 0: as in the settings
+};
+
 class Engine {
 public:
     Engine();
@@ -31,6 +38,8 @@ public:
 
     /// Folder for temporary files from now on, as seen by this process.
     void SetTemporaryFolder(const std::string& folder);
+    /// Multiplies the time limit for a file.
+    void StretchTime(std::uint32_t factor) noexcept;
     /// Largest file that is read into memory; needs that much memory, taken when first used.
     void SetReadBuffer(std::size_t size);
     /// Gives back the memory of a large read buffer.
@@ -39,16 +48,19 @@ public:
     /// empty text, or what failed.
     std::string WarmUp();
     /// Scans one file. Never throws for what the file holds.
-    Verdict Scan(int descriptor, IReadMonitor& monitor);
+    Verdict Scan(int descriptor, IReadMonitor& monitor, const ScanLimits& limits = {});
 
 private:
-    Verdict ScanSource(FileSource& source);
+    Verdict ScanSource(FileSource& source, const ScanLimits& limits);
+    void SetTimeLimit(std::uint64_t milliseconds) noexcept;
 
     cl_engine* m_engine = nullptr;
     std::uint64_t m_signatures = 0;
     std::int64_t m_date = 0;
     std::uint64_t m_fingerprint = 0;
     std::uint64_t m_maxFileSize = 0;
+    std::uint64_t m_timeLimitMs = 0; ///< of the settings
+    std::uint64_t m_timeInForce = 0; ///< of the scan that was last
     char* m_buffer = nullptr;
     std::size_t m_bufferSize = 0;
     std::size_t m_bufferUsed = 0;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/low_priority.h>
 #include <scanner/parent.h>
 #include <scanner/worker.h>
 
@@ -59,7 +60,7 @@ void Parent::Run() {
         Received received;
         if (Receive(m_control, received) != ReceiveResult::Message || received.message.kind != MessageKind::Spawn)
             break;
-        Fork(received.message.id);
+        Fork(received.message.id, received.message.code != 0);
     }
     // They would die with us; waiting for it leaves no corpses where nobody collects orphans.
     for (const auto& [pid, child] : m_children)
@@ -71,7 +72,7 @@ void Parent::Run() {
     }
 }
 
-void Parent::Fork(std::uint64_t id) {
+void Parent::Fork(std::uint64_t id, bool low) {
     const auto fail = [&](const char* what) {
         const std::string text = std::string(what) + ": " + std::generic_category().message(errno);
         Send(m_control, {.kind = MessageKind::WorkerFailed, .id = id, .first = text});
@@ -100,7 +101,7 @@ void Parent::Fork(std::uint64_t id) {
     }
     if (child == 0) {
         serviceEnd.Reset();
-        BeWorker(parent, folder, workerEnd.Get());
+        BeWorker(parent, folder, workerEnd.Get(), low);
     }
     workerEnd.Reset();
     m_children[child] = {id, folder};
@@ -113,7 +114,7 @@ void Parent::Fork(std::uint64_t id) {
     Send(m_control, {.kind = MessageKind::WorkerStarted, .code = static_cast<std::uint32_t>(child), .id = id}, passed);
 }
 
-void Parent::BeWorker(pid_t parent, const std::string& folder, int channel) {
+void Parent::BeWorker(pid_t parent, const std::string& folder, int channel, bool low) {
     try {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
         if (::getppid() != parent)
@@ -128,6 +129,10 @@ void Parent::BeWorker(pid_t parent, const std::string& folder, int channel) {
         if (::chdir(folder.c_str()) != 0)
             throw std::system_error(errno, std::generic_category(), "chdir");
         m_engine.SetTemporaryFolder(folder);
+        if (low) {
+            TakeLowPriority();
+            m_engine.StretchTime(LowTimeFactor);
+        }
         EnterSandbox(folder, channel, m_limits);
         Worker(m_engine, channel).Run();
         ::_exit(0);

@@ -26,8 +26,8 @@ private:
         std::string folder;
     };
 
-    void Fork(std::uint64_t id);
-    [[noreturn]] void BeWorker(pid_t parent, const std::string& folder, int channel);
+    void Fork(std::uint64_t id, bool low);
+    [[noreturn]] void BeWorker(pid_t parent, const std::string& folder, int channel, bool low);
     void Reap();
 
     Engine& m_engine;

@@ -51,7 +51,10 @@ bool Worker::Take(int flags) {
 void Worker::Accept(Received& received) {
     const std::uint64_t id = received.message.id;
     if (received.message.kind == MessageKind::Scan && received.descriptors[0]) {
-        m_waiting.push_back({id, std::move(received.descriptors[0])});
+        const Message& message = received.message;
+        const ScanLimits limits{(message.code & KeepArchivesShut) == 0, message.value,
+                                static_cast<std::uint64_t>(std::max<std::int64_t>(message.time, 0))};
+        m_waiting.push_back({id, limits, std::move(received.descriptors[0])});
     } else if (received.message.kind == MessageKind::Cancel) {
         if (id == m_current)
             m_cancelled = true;
@@ -80,7 +83,7 @@ void Worker::Serve(Request request) {
     m_current = request.id;
     m_cancelled = false;
     m_lastLook = std::chrono::steady_clock::now();
-    const Verdict verdict = m_engine.Scan(request.file.Get(), *this);
+    const Verdict verdict = m_engine.Scan(request.file.Get(), *this, request.limits);
     m_current = 0;
     Answer(request.id, verdict);
 }

@@ -23,6 +23,7 @@ public:
 private:
     struct Request {
         std::uint64_t id = 0;
+        ScanLimits limits;
         Descriptor file;
     };
 

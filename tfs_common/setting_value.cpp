@@ -70,7 +70,7 @@ ulk::types::string16_t Number(std::int64_t value) { return ulk::text::ToUtf16Los
 
 ValidationMessage DescribeWords(std::string_view key, const ValueType& type) {
     if (type.kind == ValueKind::Boolean)
-        return {"SettingShouldBeValueOrValue3", {Quoted(key), u"Yes", u"No"}};
+        return {"SettingShouldBeValueOrValue3", {Quoted(key), u"yes", u"no"}};
     const auto rows = type.table().Rows();
     std::string allButLast;
     for (const types::ValueRow& row : rows.first(rows.size() - 1))
@@ -101,7 +101,7 @@ variant_t ParseValue(const ValueType& type, std::string_view text) {
 std::string PrintValue(const ValueType& type, const variant_t& value) {
     switch (type.kind) {
     case ValueKind::Boolean:
-        return types::ToString(*value.As<bool>());
+        return types::ToSettingText(*value.As<bool>());
     case ValueKind::Enumerated:
         return types::ToString(type.table(), *value.As<std::int32_t>());
     case ValueKind::Integer:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The settings structures of the product.
 #include <contract/tfs/settings.h>
+#include <contract/tfs/tasks.h>
 #include <tfs_common/settings_description.h>
 
 #include <algorithm>
@@ -30,8 +31,42 @@ constexpr Member AppSettingsMembers[] = {
     Describe<&AppSettings::useSyslog>(keys::UseSyslog, Boolean()),
 };
 
+constexpr TypeOf<std::string> PathType = Path();
+constexpr TypeOf<std::string> MaskType = Text(GreatestPathLength);
+constexpr TypeOf<std::string> SourceType = Text(2048);
+
+constexpr Member ScanSettingsMembers[] = {
+    Describe<&ScanSettings::areas>("ScanAreas", List(PathType, 1024)),
+    Describe<&ScanSettings::excludedPaths>("ExcludePaths", List(PathType, 1024)),
+    Describe<&ScanSettings::excludeMasks>("ExcludeMasks", List(MaskType, 1024)),
+    Describe<&ScanSettings::scanArchives>(keys::ScanArchived, Boolean()),
+    Describe<&ScanSettings::maxFileSize>(keys::SizeLimit, Integer<std::uint64_t>(0, 1024 * GiB)),
+    Describe<&ScanSettings::fileTimeLimitSeconds>(keys::TimeLimit, Integer<std::uint32_t>(0, 24 * 60 * 60)),
+    Describe<&ScanSettings::crossFileSystems>("CrossFileSystems", Boolean()),
+    Describe<&ScanSettings::actionOnThreat>(keys::FirstAction, Enumerated<types::ThreatAction>()),
+    Describe<&ScanSettings::fullSpeed>("FullSpeed", Boolean()),
+};
+
+constexpr Member UpdateSettingsMembers[] = {
+    Describe<&UpdateSettings::sourceType>(keys::SourceType, Enumerated<types::UpdateSourceKind>()),
+    Describe<&UpdateSettings::customSources>("CustomSources", List(SourceType, 100)),
+    Describe<&UpdateSettings::useOfficialWhenUnavailable>(keys::UseTLServersWhenUnavailable, Boolean()),
+    Describe<&UpdateSettings::connectionTimeout>(keys::ConnectionTimeout, Integer<std::uint32_t>(1, 600)),
+};
+
+constexpr Member ScheduleSettingsMembers[] = {
+    Describe<&ScheduleSettings::mode>("RuleType", Enumerated<types::ScheduleMode>()),
+    Describe<&ScheduleSettings::startTime>("StartTime", Text(8)),
+    Describe<&ScheduleSettings::dayOfWeek>("DayOfWeek", Enumerated<types::DayOfWeek>()),
+    Describe<&ScheduleSettings::dayOfMonth>("DayOfMonth", Integer<std::uint32_t>(1, 31)),
+    Describe<&ScheduleSettings::runMissed>("RunMissed", Boolean()),
+};
+
 constexpr StructureDescription Structures[] = {
     DescribeStructure<AppSettings>(AppSettingsMembers),
+    DescribeStructure<ScanSettings>(ScanSettingsMembers),
+    DescribeStructure<UpdateSettings>(UpdateSettingsMembers),
+    DescribeStructure<ScheduleSettings>(ScheduleSettingsMembers),
 };
 
 } // namespace

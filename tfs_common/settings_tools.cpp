@@ -3,6 +3,7 @@
 #include <foundation/objclient.h>
 #include <tfs_common/setting_value.h>
 #include <tfs_common/settings_tools.h>
+#include <tfs_common/update_failure.h>
 
 #include <exception>
 #include <new>
@@ -47,6 +48,32 @@ void ApplyItem(ulk::ITracer* tracer, IStorage& root, const ChangeItem& item) {
         ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidArgument,
                           "Cannot parse value '" + item.value + "' for setting '" + item.key + "'");
     }
+}
+
+any_struct_t Updated(ulk::IServiceLocator* locator, ulk::ITracer* tracer, const any_struct_t& current,
+                     const SettingsChangeList& changes, Messages& messages) {
+    if (changes.typeNumber != current.type())
+        ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidType,
+                          "Expected settings type " + std::to_string(changes.typeNumber) + " but current type is " +
+                              std::to_string(current.type()));
+    const auto root = MakeNode(locator, current);
+    if (!root)
+        ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidType, "Settings are not described");
+
+    const auto ValidateChangeList = [&](const SettingsChangeList& list, Messages& found) {
+        return tools::ValidateChangeList(locator, current, list, found);
+    };
+    constexpr char NotValid[] = "Cannot validate change list";
+    if (const result_t result = ULK_CHECK_TRACE(tracer, ValidateChangeList(changes, messages), NotValid);
+        !ULK_SUCCEEDED(result))
+        ulk::check::Throw(__FILE__, __LINE__, result, NotValid);
+
+    // A value that isn't allowed gets through to here, where the first one gives the whole update its reason.
+    for (const ChangeItem& item : changes.items)
+        ApplyItem(tracer, *root, item);
+    return settings::FindStructure(current.type())->changed(current, [&root](void* copy) {
+        settings::ReadStorage(*root, copy);
+    });
 }
 
 } // namespace
@@ -107,47 +134,21 @@ result_t ValidateChangeList(ulk::IServiceLocator* locator, const any_struct_t& s
 any_struct_t UpdateSettings(ulk::IServiceLocator* locator, const any_struct_t& current,
                             const SettingsChangeList& changes, Messages& messages) {
     const auto tracer = TracerOf(locator);
-    if (changes.typeNumber != current.type())
-        ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidType,
-                          "Expected settings type " + std::to_string(changes.typeNumber) + " but current type is " +
-                              std::to_string(current.type()));
-    const auto root = MakeNode(locator, current);
-    if (!root)
-        ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidType, "Settings are not described");
-
-    const auto ValidateChangeList = [&](const SettingsChangeList& list, Messages& found) {
-        return tools::ValidateChangeList(locator, current, list, found);
-    };
-    constexpr char NotValid[] = "Cannot validate change list";
-    if (const result_t result = ULK_CHECK_TRACE(tracer.Get(), ValidateChangeList(changes, messages), NotValid);
-        !ULK_SUCCEEDED(result))
-        ulk::check::Throw(__FILE__, __LINE__, result, NotValid);
-
-    // A value that isn't allowed gets through to here, where the first one gives the whole update its reason.
-    for (const ChangeItem& item : changes.items)
-        ApplyItem(tracer.Get(), *root, item);
-    return settings::FindStructure(current.type())->changed(current, [&root](void* copy) {
-        settings::ReadStorage(*root, copy);
-    });
+    try {
+        return Updated(locator, tracer.Get(), current, changes, messages);
+    } catch (...) {
+        ULK_TRACE(tracer.Get(), ulk::level::Failure) << DescribeUpdateFailure(std::current_exception()).text;
+        throw;
+    }
 }
 
 result_t UpdateSettings(ulk::IServiceLocator* locator, const any_struct_t& current, const SettingsChangeList& changes,
                         Messages& messages, any_struct_t& updated) {
-    const auto tracer = TracerOf(locator);
-    const auto fail = [&tracer](result_t code, const std::string& reason) {
-        ULK_TRACE(tracer.Get(), ulk::level::Failure)
-            << "Cannot update settings: " << (reason.empty() ? "Unexpected error" : reason.c_str());
-        return code;
-    };
     try {
         updated = UpdateSettings(locator, current, changes, messages);
         return ulk::sOk;
-    } catch (const ulk::ResultCodeException& e) {
-        return fail(e.Code(), ReasonOf(e));
-    } catch (const std::bad_alloc& e) {
-        return fail(ulk::eOutOfMemory, e.what());
-    } catch (const std::exception& e) {
-        return fail(ulk::eUnexpected, e.what());
+    } catch (...) {
+        return DescribeUpdateFailure(std::current_exception()).code;
     }
 }
 

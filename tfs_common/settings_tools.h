@@ -51,12 +51,12 @@ result_t ValidateChangeList(ulk::IServiceLocator* locator, const ulk::types::any
 /// Applies a list to a copy of a structure, the whole list or nothing; of several items with one key the last wins.
 /// An index one behind a list's end appends an element; a list's own key with an empty value empties the list.
 /// Failures: eInvalidType for another structure, eNotFound for a key that doesn't exist, eInvalidArgument for a value
-/// that isn't allowed; every fault of the list is then in `messages` (both forms). They are traced at level 300 as
-/// "Cannot update settings: <reason>", and `updated` is as before.
+/// that isn't allowed; every fault of the list is then in `messages`. They are traced at level 300 as "Cannot update
+/// settings: <reason>", and `updated` is as before.
 result_t UpdateSettings(ulk::IServiceLocator* locator, const ulk::types::any_struct_t& current,
                         const settings::SettingsChangeList& changes,
                         ulk::types::vector_t<settings::ValidationMessage>& messages, ulk::types::any_struct_t& updated);
-/// The same by value; throws ulk::CheckResultFailedException with the reason.
+/// The same by value, traced alike; throws ulk::CheckResultFailedException with the reason, or std::bad_alloc.
 ulk::types::any_struct_t UpdateSettings(ulk::IServiceLocator* locator, const ulk::types::any_struct_t& current,
                                         const settings::SettingsChangeList& changes,
                                         ulk::types::vector_t<settings::ValidationMessage>& messages);

@@ -47,8 +47,11 @@ std::optional<std::uint32_t> FindEntry(std::string_view key) noexcept {
 std::string ValidationText(const ulk::types::vector_t<settings::ValidationMessage>& messages) {
     std::string text;
     try {
-        for (const settings::ValidationMessage& message : messages)
-            text += (text.empty() ? "" : "\n") + Build(message);
+        for (const settings::ValidationMessage& message : messages) {
+            if (!text.empty())
+                text += '\n';
+            text += Build(message);
+        }
     } catch (const std::exception&) {
         return {};
     }

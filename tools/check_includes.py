@@ -6,8 +6,11 @@ Usage: check_includes.py             checks the project
        check_includes.py --self-test checks the check
 """
 
+import os
+import posixpath
 import re
 import sys
+import tempfile
 
 import sources
 
@@ -46,9 +49,15 @@ LIBRARIES = [
     (re.compile(r"^Q[A-Za-z]|^Qt[A-Z]|^qt|^q[a-z]+\.h$"), ("gui/", "tests/unit/gui/", "tests/qml/", "bench/"), "Qt"),
 ]
 
-INCLUDE = re.compile(r'^[ \t]*#[ \t]*(?:include|import)[ \t]*([<"])([^>"]+)[>"]', re.MULTILINE)
-SOURCE_SUFFIXES = (".cpp", ".h", ".c", ".hpp", ".inc")
-TEST_TARGET = re.compile(r"\b(tesl_unit_test|add_executable)\s*\(([^)]*)\)", re.DOTALL)
+INCLUDE = re.compile(r"^[ \t]*#[ \t]*(?:include|include_next|import)\b[ \t]*(.*)", re.MULTILINE)
+HEADER = re.compile(r"<([^>]+)>|\"([^\"]+)\"")
+HEADER_SUFFIXES = (".h", ".hpp", ".hh", ".inc", ".ipp")
+COMPILED_SUFFIXES = (".cpp", ".cc", ".cxx", ".c")
+BUILD_FILES = ("CMakeLists.txt", ".cmake")
+BUILD_WORD = re.compile(r"[^\s()\";]+")
+TOP_FOLDER = re.compile(r"^\$\{(?:CMAKE|PROJECT)_SOURCE_DIR\}/")
+THIS_FOLDER = re.compile(r"^\$\{CMAKE_CURRENT_(?:SOURCE|LIST)_DIR\}/")
+SOME_FOLDER = re.compile(r"^\$\{\w+\}/")
 
 
 def row_of(path):
@@ -60,22 +69,33 @@ def row_of(path):
 def include_problems(path, text):
     """Lines that break a wall, for one source file."""
     problems = []
-    row = row_of(path)
     for match in INCLUDE.finditer(text):
-        quoted, header = match.group(1) == '"', match.group(2)
         line = text.count("\n", 0, match.start()) + 1
-        where = f"{path}:{line}: <{header}>"
-        for pattern, places, name in LIBRARIES:
-            if pattern.search(header) and not path.startswith(places):
-                problems.append(f"{where}: {name} doesn't belong here")
-        if ".." in header.split("/"):
-            problems.append(f"{where}: headers are named from the top folder")
-        room = header.split("/")[0]
-        if row is None or quoted or "/" not in header or room not in ROOMS:
+        header = HEADER.match(match.group(1))
+        if header is None:
+            problems.append(f"{path}:{line}: an include must name its header: {match.group(1)}")
             continue
-        if not room_allowed(path, row, header):
-            problems.append(f"{where}: {row}/ may not include it")
+        problems += [f"{path}:{line}: {header.group(0)}: {problem}" for problem in header_problems(path, header)]
     return problems
+
+
+def header_problems(path, match):
+    quoted, header = match.group(2) is not None, match.group(1) or match.group(2)
+    for pattern, places, name in LIBRARIES:
+        if pattern.search(header) and not path.startswith(places):
+            yield f"{name} doesn't belong here"
+    parts = header.split("/")
+    if ".." in parts or header.startswith("/"):
+        yield "headers are named from the top folder"
+    if header.endswith(COMPILED_SUFFIXES):
+        yield "sources are compiled, not included"
+    row = row_of(path)
+    if row is None:
+        return
+    if quoted:
+        yield "headers stand in angle brackets"
+    if len(parts) > 1 and parts[0] in ROOMS and not room_allowed(path, row, header):
+        yield f"{row}/ may not include it"
 
 
 def room_allowed(path, row, header):
@@ -87,27 +107,37 @@ def room_allowed(path, row, header):
     return header.startswith(("platform/common/", "/".join(path.split("/")[:2]) + "/"))
 
 
-def test_target_problems(path, text):
-    """A test links the library that holds production code and never lists its sources."""
+def named_source(folder, word):
+    """The path, from the top folder, of what a word of a build file in `folder` names."""
+    if TOP_FOLDER.match(word):
+        return posixpath.normpath(TOP_FOLDER.sub("", word))
+    word = THIS_FOLDER.sub("", word)
+    if SOME_FOLDER.match(word):
+        return posixpath.normpath(SOME_FOLDER.sub("", word))
+    return posixpath.normpath(posixpath.join(folder, word))
+
+
+def build_file_problems(path, text):
+    """A test links the library that holds production code and never lists its sources, by whatever command."""
     problems = []
-    for match in TEST_TARGET.finditer(text):
-        for word in match.group(2).split():
-            plain = word.replace("${CMAKE_SOURCE_DIR}/", "").replace("${PROJECT_SOURCE_DIR}/", "")
-            while plain.startswith("../"):
-                plain = plain[3:]
-            if plain.endswith((".cpp", ".c")) and plain.split("/")[0] in ROOMS and "/" in plain \
-                    and (plain != word):
-                problems.append(f"{path}: test target lists the production source {word}")
+    for number, line in enumerate(text.splitlines(), 1):
+        for word in BUILD_WORD.findall(line.split("#")[0]):
+            if word.endswith(COMPILED_SUFFIXES) \
+                    and named_source(posixpath.dirname(path), word).split("/")[0] in ROOMS:
+                problems.append(f"{path}:{number}: a test lists the production source {word}")
     return problems
 
 
-def project_problems():
+def project_problems(paths, read):
+    """The problems of all files that `paths` names; `read` gives a file's text."""
     problems = []
-    for path in sources.files():
-        if path.endswith(SOURCE_SUFFIXES) and (row_of(path) or path.startswith(FREE)):
-            problems += include_problems(path, sources.read(path))
-        elif path.startswith(FREE) and path.endswith("CMakeLists.txt"):
-            problems += test_target_problems(path, sources.read(path))
+    for path in paths:
+        if path.endswith(HEADER_SUFFIXES + COMPILED_SUFFIXES):
+            if row_of(path) is None and not path.startswith(FREE):
+                problems.append(f"{path}: source in no room")
+            problems += include_problems(path, read(path))
+        elif path.endswith(BUILD_FILES) and path.startswith(FREE):
+            problems += build_file_problems(path, read(path))
     return problems
 
 
@@ -132,30 +162,56 @@ SELF_TEST = [
     ("service/scan/a.cpp", "#include <clamav.h>\n", 1),
     ("scanner/a.cpp", "#include <clamav.h>\n#include <service/scan/scan_run.h>\n", 1),
     ("control/a.cpp", "#include <qstring.h>\n", 1),
-    ("control/a.cpp", '#include "../gui/a.h"\n', 1),
+    ("control/a.cpp", '#include "../gui/a.h"\n', 2),
     ("control/a.cpp", "// #include <QObject> is only told of\n", 0),
+    ("gui/a.cpp", '#include "service/app/app.h"\n', 2),
+    ("gui/a.cpp", '#include "gui/common/a.h"\n', 1),
+    ("gui/a.cpp", '#include "a.h"\n', 1),
+    ("service/app/a.cpp", '#include "kj/async.h"\n', 2),
+    ("service/app/a.cpp", '#import "gui/a.h"\n', 2),
+    ("service/app/a.cpp", "#include TESL_HEADER\n", 1),
+    ("service/app/a.cpp", "#include/**/<gui/a.h>\n", 1),
+    ("service/app/a.cc", "#include <gui/a.h>\n", 1),
+    ("service/app/a.cpp", "#include </opt/gui/a.h>\n", 1),
+    ("helpers/a.h", "#include <gui/a.h>\n", 1),
+    ("helpers/a.h", '#include "sqlite3.h"\n', 2),
     ("tests/unit/service/a.cpp", "#include <service/app/app.h>\n#include <sqlite3.h>\n", 0),
+    ("tests/unit/service/a.cpp", '#include "fixture.h"\n', 0),
+    ("tests/unit/service/a.cpp", "#include <service/app/app.cpp>\n", 1),
     ("tests/unit/control/a.cpp", "#include <QObject>\n", 1),
+    ("tests/unit/x/CMakeLists.txt", "tesl_unit_test(a SOURCES a_test.cpp ../y/fake.cpp DEPENDS tesl_control)", 0),
+    ("tests/unit/x/CMakeLists.txt", "# never ../../../control/escape.cpp\n", 0),
+    ("tests/unit/x/CMakeLists.txt", "tesl_unit_test(a SOURCES a.cpp ${CMAKE_SOURCE_DIR}/control/escape.cpp)", 1),
+    ("tests/unit/x/CMakeLists.txt", "add_executable(a a.cpp ../../../service/app/app.cpp)", 1),
+    ("tests/unit/x/CMakeLists.txt", "target_sources(a PRIVATE\n    ../../../service/app/app.cpp)", 1),
+    ("tests/unit/x/CMakeLists.txt", "target_sources(a PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/../../../gui/a.cpp)", 1),
+    ("tests/unit/x/CMakeLists.txt", 'set(more "${TESL_TOP}/gui/a.cpp;a.cpp")', 1),
+    ("tests/unit/x/CMakeLists.txt", "file(GLOB all ../../../scanner/*.cpp)", 1),
+    ("bench/x/more.cmake", "add_library(a OBJECT ${PROJECT_SOURCE_DIR}/wire/a.cpp)", 1),
+    ("service/CMakeLists.txt", "target_sources(a PRIVATE app/app.cpp)", 0),
 ]
-SELF_TEST_TARGETS = [
-    ("tesl_unit_test(a SOURCES a_test.cpp DEPENDS tesl_control)", 0),
-    ("tesl_unit_test(a SOURCES a_test.cpp ${CMAKE_SOURCE_DIR}/control/escape.cpp)", 1),
-    ("add_executable(a a.cpp ../../../service/app/app.cpp)", 1),
-]
+
+
+def write_and_check(path, text):
+    """The problems of a project that is this one file, on the disk."""
+    with tempfile.TemporaryDirectory() as top:
+        os.makedirs(os.path.join(top, os.path.dirname(path)))
+        with open(os.path.join(top, path), "w", encoding="utf-8") as file:
+            file.write(text)
+        paths = [os.path.relpath(os.path.join(folder, name), top)
+                 for folder, _, names in os.walk(top) for name in names]
+        return project_problems(paths, lambda name: sources.read(name, top))
 
 
 def self_test_problems():
     problems = []
     for path, text, wanted in SELF_TEST:
-        found = include_problems(path, text)
+        found = write_and_check(path, text)
         if len(found) != wanted:
             problems.append(f"self-test: {path} with {text!r} gave {found}, not {wanted} problem(s)")
-    for text, wanted in SELF_TEST_TARGETS:
-        found = test_target_problems("tests/unit/x/CMakeLists.txt", text)
-        if len(found) != wanted:
-            problems.append(f"self-test: {text!r} gave {found}, not {wanted} problem(s)")
     return problems
 
 
 if __name__ == "__main__":
-    sources.finish(self_test_problems() if sys.argv[1:] == ["--self-test"] else project_problems())
+    sources.finish(self_test_problems() if sys.argv[1:] == ["--self-test"]
+                   else project_problems(sources.files(), sources.read))

@@ -15,11 +15,17 @@ LONG_ALLOWED = ("contract/tfs/value_tables.cpp", "contract/tfs/value_tables.h", 
 LONGEST = 500
 LONGEST_MAIN = 45
 SPDX = "SPDX-License-Identifier: GPL-2.0-or-later"
-COLOUR_HOME = "CommonProperties.js"
+LOOK_HOME = "CommonProperties.js"
 COLOUR = re.compile(
     r"""["']\#[0-9A-Fa-f]{3,8}["']"""
     r"""|\bQt\.(?:rgba|hsla|hsva)\s*\("""
     r"""|\b\w*[cC]olor\w*\s*:\s*["'](?!transparent["'])[a-z]+["']""")
+# A length or a time that is a plain number; a multiple of a named one is not.
+SIZE = re.compile(
+    r"""\b(?:pixelSize|pointSize|lineHeight|spacing|radius|duration|interval|border\.width"""
+    r"""|(?:\w+[WH]|w|h)(?:idth|eight)|\w*[mM]argins?|\w*[pP]adding)\s*:\s*"""
+    r"""-?(?!0\b(?!\.))\d+(?:\.\d+)?(?!\s*[*\d.])"""
+    r"""|\bQt\.size\(\s*[1-9]""")
 # Written in two pieces, so that this file keeps its own rules.
 WORDS = re.compile(r"\b(?:sp" + r"ec|specific" + r"ation)\b|\bPar" + r"ts? [0-9]+\.[0-9]+", re.IGNORECASE)
 FORMAT_ERROR = "Format sp" + "ecification is too long"  # a text of an exception, fixed long ago
@@ -67,11 +73,19 @@ def mains():
                 yield f"{path}: main has {count} lines"
 
 
+def pages():
+    return [path for path in sources.with_suffix(".qml", ".qml.in", ".js")
+            if path.startswith("gui/") and not path.endswith(LOOK_HOME)]
+
+
 def colours():
     """Colours stand in one script and nowhere else."""
-    paths = [path for path in sources.with_suffix(".qml", ".js")
-             if path.startswith("gui/") and not path.endswith(COLOUR_HOME)]
-    yield from lines_with(COLOUR, paths)
+    yield from lines_with(COLOUR, pages())
+
+
+def sizes():
+    """So do the sizes of letters and controls, and the times of movements."""
+    yield from lines_with(SIZE, pages())
 
 
 def words():
@@ -103,7 +117,8 @@ def executable():
             yield f"{path}: run bit and first line don't agree"
 
 
-RULES = {rule.__name__: rule for rule in (licence, length, mains, colours, words, sample, machine, executable)}
+RULES = {rule.__name__: rule
+         for rule in (licence, length, mains, colours, sizes, words, sample, machine, executable)}
 
 if __name__ == "__main__":
     if len(sys.argv) == 1:

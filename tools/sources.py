@@ -21,8 +21,8 @@ def with_suffix(*suffixes):
     return [path for path in files() if path.endswith(suffixes)]
 
 
-def read(path):
-    with open(os.path.join(TOP, path), encoding="utf-8", errors="replace") as file:
+def read(path, top=TOP):
+    with open(os.path.join(top, path), encoding="utf-8", errors="replace") as file:
         return file.read()
 
 

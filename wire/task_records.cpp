@@ -3,6 +3,23 @@
 #include <wire/text.h>
 
 namespace tfs::wire {
+namespace {
+
+capnp::uint Count(const std::vector<std::string>& texts) { return static_cast<capnp::uint>(texts.size()); }
+
+void WriteTexts(const std::vector<std::string>& texts, capnp::List<capnp::Data>::Builder out) {
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        out.set(static_cast<capnp::uint>(i), AsData(texts[i]));
+}
+
+void ReadTexts(capnp::List<capnp::Data>::Reader in, std::vector<std::string>& texts) {
+    texts.clear();
+    texts.reserve(in.size());
+    for (const auto& text : in)
+        texts.push_back(ReadBytes(text));
+}
+
+} // namespace
 
 void WriteAccount(std::uint32_t uid, const ulk::types::string16_t& userName, schema::Account::Builder out) {
     out.setUid(uid);
@@ -74,17 +91,41 @@ void Read(schema::AppSettings::Reader in, settings::AppSettings& settings) {
 }
 
 void Write(const ScanSettings& settings, schema::ScanSettings::Builder out) {
-    auto areas = out.initAreas(static_cast<capnp::uint>(settings.areas.size()));
-    for (std::size_t i = 0; i < settings.areas.size(); ++i)
-        areas.set(static_cast<capnp::uint>(i), AsData(settings.areas[i]));
+    WriteTexts(settings.areas, out.initAreas(Count(settings.areas)));
+    WriteTexts(settings.excludedPaths, out.initExcludedPaths(Count(settings.excludedPaths)));
+    WriteTexts(settings.excludeMasks, out.initExcludeMasks(Count(settings.excludeMasks)));
+    out.setScanArchives(settings.scanArchives);
+    out.setMaxFileSize(settings.maxFileSize);
+    out.setFileTimeLimitSeconds(settings.fileTimeLimitSeconds);
+    out.setCrossFileSystems(settings.crossFileSystems);
+    out.setActionOnThreat(settings.actionOnThreat);
+    out.setFullSpeed(settings.fullSpeed);
 }
 
 void Read(schema::ScanSettings::Reader in, ScanSettings& settings) {
-    settings.areas.clear();
-    const auto areas = in.getAreas();
-    settings.areas.reserve(areas.size());
-    for (const auto& area : areas)
-        settings.areas.push_back(ReadBytes(area));
+    ReadTexts(in.getAreas(), settings.areas);
+    ReadTexts(in.getExcludedPaths(), settings.excludedPaths);
+    ReadTexts(in.getExcludeMasks(), settings.excludeMasks);
+    settings.scanArchives = in.getScanArchives();
+    settings.maxFileSize = in.getMaxFileSize();
+    settings.fileTimeLimitSeconds = in.getFileTimeLimitSeconds();
+    settings.crossFileSystems = in.getCrossFileSystems();
+    settings.actionOnThreat = static_cast<types::ThreatAction::Type>(in.getActionOnThreat());
+    settings.fullSpeed = in.getFullSpeed();
+}
+
+void Write(const UpdateSettings& settings, schema::UpdateSettings::Builder out) {
+    out.setSourceType(settings.sourceType);
+    WriteTexts(settings.customSources, out.initCustomSources(Count(settings.customSources)));
+    out.setUseOfficialWhenUnavailable(settings.useOfficialWhenUnavailable);
+    out.setConnectionTimeout(settings.connectionTimeout);
+}
+
+void Read(schema::UpdateSettings::Reader in, UpdateSettings& settings) {
+    settings.sourceType = static_cast<types::UpdateSourceKind::Type>(in.getSourceType());
+    ReadTexts(in.getCustomSources(), settings.customSources);
+    settings.useOfficialWhenUnavailable = in.getUseOfficialWhenUnavailable();
+    settings.connectionTimeout = in.getConnectionTimeout();
 }
 
 void Write(const ulk::types::any_struct_t& holder, schema::TypedStruct::Builder out) {
@@ -92,6 +133,8 @@ void Write(const ulk::types::any_struct_t& holder, schema::TypedStruct::Builder 
         Write(*scan, out.initScanSettings());
     else if (const auto* app = holder.Get<settings::AppSettings>())
         Write(*app, out.initAppSettings());
+    else if (const auto* update = holder.Get<UpdateSettings>())
+        Write(*update, out.initUpdateSettings());
 }
 
 void Read(schema::TypedStruct::Reader in, ulk::types::any_struct_t& holder) {
@@ -104,6 +147,10 @@ void Read(schema::TypedStruct::Reader in, ulk::types::any_struct_t& holder) {
         settings::AppSettings app;
         Read(in.getAppSettings(), app);
         holder.Set(app);
+    } else if (in.isUpdateSettings()) {
+        UpdateSettings update;
+        Read(in.getUpdateSettings(), update);
+        holder.Set(std::move(update));
     }
 }
 
@@ -171,6 +218,19 @@ void Read(schema::TaskSchedule::Reader in, TaskSchedule& schedule) {
     schedule.firstValue = in.getFirstValue();
     schedule.secondValue = in.getSecondValue();
     schedule.flag = in.getFlag();
+}
+
+void Write(const TaskProgress& progress, schema::TaskProgress::Builder out) {
+    out.setPercent(progress.percent);
+    if (progress.secondsLeft)
+        out.getSecondsLeft().setKnown(*progress.secondsLeft);
+}
+
+void Read(schema::TaskProgress::Reader in, TaskProgress& progress) {
+    progress.percent = in.getPercent();
+    progress.secondsLeft.reset();
+    if (const auto left = in.getSecondsLeft(); left.isKnown())
+        progress.secondsLeft = left.getKnown();
 }
 
 void Write(const core::TaskInfo& task, schema::TaskInfo::Builder out) {

@@ -21,6 +21,9 @@ void Read(schema::AppSettings::Reader in, settings::AppSettings& settings);
 void Write(const ScanSettings& settings, schema::ScanSettings::Builder out);
 void Read(schema::ScanSettings::Reader in, ScanSettings& settings);
 
+void Write(const UpdateSettings& settings, schema::UpdateSettings::Builder out);
+void Read(schema::UpdateSettings::Reader in, UpdateSettings& settings);
+
 /// A structure of a type that the schema doesn't know is written as absent.
 void Write(const ulk::types::any_struct_t& holder, schema::TypedStruct::Builder out);
 void Read(schema::TypedStruct::Reader in, ulk::types::any_struct_t& holder);
@@ -33,6 +36,9 @@ void Read(schema::OxsStatistic::Reader in, OxsStatistic& statistic);
 
 void Write(const TaskSchedule& schedule, schema::TaskSchedule::Builder out);
 void Read(schema::TaskSchedule::Reader in, TaskSchedule& schedule);
+
+void Write(const TaskProgress& progress, schema::TaskProgress::Builder out);
+void Read(schema::TaskProgress::Reader in, TaskProgress& progress);
 
 void Write(const core::TaskInfo& task, schema::TaskInfo::Builder out);
 void Read(schema::TaskInfo::Reader in, core::TaskInfo& task);

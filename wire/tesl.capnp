@@ -136,6 +136,21 @@ struct EventCursor {
 
 struct ScanSettings {
   areas @0 :List(Data);
+  excludedPaths @1 :List(Data);
+  excludeMasks @2 :List(Data);
+  scanArchives @3 :Bool = true;
+  maxFileSize @4 :UInt64;
+  fileTimeLimitSeconds @5 :UInt32;
+  crossFileSystems @6 :Bool = true;
+  actionOnThreat @7 :Int32 = 3;
+  fullSpeed @8 :Bool;
+}
+
+struct UpdateSettings {
+  sourceType @0 :Int32;
+  customSources @1 :List(Data);
+  useOfficialWhenUnavailable @2 :Bool;
+  connectionTimeout @3 :UInt32;
 }
 
 struct TypedStruct {
@@ -143,6 +158,7 @@ struct TypedStruct {
     absent @0 :Void;
     scanSettings @1 :ScanSettings;
     appSettings @2 :AppSettings;
+    updateSettings @3 :UpdateSettings;
   }
 }
 
@@ -177,6 +193,14 @@ struct TaskSchedule {
   firstValue @2 :Int64;
   secondValue @3 :Int64;
   flag @4 :UInt8;
+}
+
+struct TaskProgress {
+  percent @0 :UInt32;
+  secondsLeft :union {
+    unknown @1 :Void;
+    known @2 :UInt32;
+  }
 }
 
 struct TaskInfo {
@@ -246,6 +270,14 @@ interface TaskManager {
   getSchedule @10 (taskName :Text16) -> (result :Code, schedule :TaskSchedule);
   getTaskInfo @11 (task :Text16) -> (result :Code, info :TaskInfo);
   createScanTask @12 (settings :ScanSettings) -> (result :Code, info :TaskInfo);
+  getProgress @13 (task :Text16) -> (result :Code, progress :TaskProgress);
+  getTaskSettings @14 (task :Text16) -> (result :Code, settings :SettingsChangeList);
+  setTaskSettings @15 (task :Text16, changes :SettingsChangeList, toDefault :Bool)
+      -> (result :Code, messages :List(ValidationMessage));
+  # Here and below the messages count with every code.
+
+  setSchedule @16 (task :Text16, changes :SettingsChangeList, toDefault :Bool)
+      -> (result :Code, messages :List(ValidationMessage));
 }
 
 interface EventStorer {

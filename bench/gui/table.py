@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The table of bench/gui/run.sh: medians of both programs, and the median of the ratios of the pairs.
+"""The table of bench/gui/run.sh: medians of each window, and the medians of the front end's ratios to the other two.
 
-Usage: table.py FOLDER NAME...; FOLDER holds the figures as NAME.bare and NAME.gui, a line a start."""
+Usage: table.py FOLDER NAME...; FOLDER holds the figures as NAME.empty, NAME.text and NAME.gui, a line a start."""
 
 import os
 import sys
@@ -20,21 +20,25 @@ COLUMNS = (
 WITH_GOAL = (0, 2, 4)
 
 
-def figures(folder, name, program):
-    with open(os.path.join(folder, f"{name}.{program}"), encoding="ascii") as file:
+def figures(folder, name, window):
+    with open(os.path.join(folder, f"{name}.{window}"), encoding="ascii") as file:
         return [[float(word) for word in line.split()] for line in file]
 
 
+def ratio(ours, theirs, at):
+    return median(our[at] / their[at] for our, their in zip(ours, theirs))
+
+
 def main(folder, names):
-    print(f"{'':44} {'bare':>8} {'tesl-gui':>9} {'ratio':>6}   goal")
+    print(f"{'':44} {'empty':>7} {'text':>7} {'tesl-gui':>9} {'to empty':>9} {'to text':>8}   goal")
     for name in names:
-        bare, gui = figures(folder, name, "bare"), figures(folder, name, "gui")
+        empty, text, gui = (figures(folder, name, window) for window in ("empty", "text", "gui"))
         for title, at, divisor in COLUMNS:
-            ratio = median(ours[at] / theirs[at] for ours, theirs in zip(gui, bare))
-            print(f"{name + ': ' + title:44} {median(line[at] for line in bare) / divisor:8.1f} "
-                  f"{median(line[at] for line in gui) / divisor:9.1f} {ratio:6.2f}   "
+            shown = [median(line[at] for line in lines) / divisor for lines in (empty, text, gui)]
+            print(f"{name + ': ' + title:44} {shown[0]:7.1f} {shown[1]:7.1f} {shown[2]:9.1f} "
+                  f"{ratio(gui, empty, at):9.2f} {ratio(gui, text, at):8.2f}   "
                   f"{'<= ' + str(GOAL) if at in WITH_GOAL else ''}".rstrip())
-        print(f"{name}: {len(bare)} pairs")
+        print(f"{name}: {len(gui)} rounds")
 
 
 if __name__ == "__main__":

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/rpc/rpc_server.h>
+#include <service/store/event_bus.h>
 
-#include <bench/remoting/bench_feed.h>
+#include <bench/remoting/bench_events.h>
 #include <bench/remoting/bench_service.h>
 #include <cstdio>
 #include <fcntl.h>
@@ -10,10 +11,13 @@
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace tfs::bench {
 namespace {
 
+namespace store = service::store;
 using service::rpc::Caller;
 
 /// Answers at once, so that the transport alone is measured.
@@ -38,7 +42,19 @@ public:
     result_t DeleteTask(const Caller&, const std::u16string&) noexcept override { return ulk::sOk; }
     result_t DeleteStatistic(const Caller&, const OxsStatistic&) noexcept override { return ulk::sOk; }
     result_t CreateScanTask(const Caller&, const ScanSettings&, core::TaskInfo&) noexcept override { return ulk::sOk; }
+    result_t GetProgress(const std::u16string&, TaskProgress&) noexcept override { return ulk::sOk; }
+    result_t GetTaskSettings(const std::u16string&, settings::SettingsChangeList&) noexcept override {
+        return ulk::sOk;
+    }
 
+    result_t SetTaskSettings(const Caller&, const std::u16string&, const settings::SettingsChangeList&, bool,
+                             std::vector<settings::ValidationMessage>&) noexcept override {
+        return ulk::sOk;
+    }
+    result_t SetSchedule(const Caller&, const std::u16string&, const settings::SettingsChangeList&, bool,
+                         std::vector<settings::ValidationMessage>&) noexcept override {
+        return ulk::sOk;
+    }
     result_t SetAppSettings(const Caller&, const settings::SettingsChangeList&, bool,
                             std::vector<settings::ValidationMessage>&) noexcept override {
         return ulk::sOk;
@@ -46,10 +62,59 @@ public:
     result_t GetEventCount(const Caller&, std::uint64_t&) noexcept override { return ulk::sOk; }
     result_t GetOldestEvent(const Caller&, Event&) noexcept override { return ulk::sOk; }
     result_t GetEvent(const Caller&, Event::IdType, Event&) noexcept override { return ulk::sOk; }
-    result_t QueryEvents(const Caller&, const EventQuery&, service::store::EventCursor, std::size_t,
-                         service::store::EventPage&) noexcept override {
+    result_t QueryEvents(const Caller&, const EventQuery&, store::EventCursor, std::size_t,
+                         store::EventPage&) noexcept override {
         return ulk::sOk;
     }
+};
+
+/// Publishes on the thread that it is used on.
+class Publisher {
+public:
+    explicit Publisher(store::IEventPublisher& bus) : m_bus(bus) {}
+
+    void Do(Command command) {
+        switch (command) {
+        case Command::Settle:
+            Settle();
+            break;
+        case Command::Prepare:
+            Prepare();
+            break;
+        case Command::PublishStored:
+        case Command::PublishTransient:
+            Publish(command == Command::PublishStored);
+            break;
+        }
+    }
+
+private:
+    void Settle() {
+        Event event;
+        event.type = types::EventName::ThreatDetected; // its publisher waits for the disk
+        m_bus.Publish(std::move(event));
+        SayReady();
+    }
+    void Prepare() {
+        m_prepared.reserve(EventCount);
+        while (m_prepared.size() < EventCount)
+            m_prepared.push_back(EventOfNumber(m_nextNumber++));
+        SayReady();
+    }
+    void Publish(bool stored) {
+        for (unsigned i = 0; i < EventCount; ++i) {
+            Event event = m_prepared.empty() ? EventOfNumber(m_nextNumber++) : std::move(m_prepared[i]);
+            if (stored)
+                m_bus.Publish(std::move(event));
+            else
+                m_bus.PublishTransient(std::move(event));
+        }
+        m_prepared.clear();
+    }
+
+    store::IEventPublisher& m_bus;
+    std::int64_t m_nextNumber = 1;
+    std::vector<Event> m_prepared;
 };
 
 } // namespace
@@ -60,19 +125,25 @@ void SayReady() {
 }
 
 int RunService(const char* socketPath, std::size_t ringSize) {
+    store::EventBus::Options events;
+    events.databasePath = std::string(socketPath) + ".db";
+    if (ringSize != 0)
+        events.ringSize = ringSize;
+    store::EventBus bus(events, nullptr);
+    bus.Start();
     InstantService api;
-    BenchFeed feed(ringSize);
     service::rpc::RpcServer::Options options;
     options.socketPath = socketPath;
-    service::rpc::RpcServer server(options, api, api, feed, nullptr);
+    service::rpc::RpcServer server(options, api, api, bus, nullptr);
     if (const result_t result = server.Start(); !ULK_SUCCEEDED(result)) {
         std::fprintf(stderr, "cannot serve: %s\n", ulk::ResultText(result).data());
         return 1;
     }
     SayReady();
+    Publisher publisher(bus);
     char command = 0;
     while (::read(STDIN_FILENO, &command, 1) == 1)
-        feed.Publish(EventCount);
+        publisher.Do(static_cast<Command>(command));
     return 0;
 }
 
@@ -92,9 +163,7 @@ ChildProcess::ChildProcess(const char* mode, const std::string& socketPath) {
     ::close(output[1]);
     m_input = input[1];
     m_output = output[0];
-    char ready = 0;
-    if (::read(m_output, &ready, 1) != 1)
-        throw std::runtime_error("the child process didn't start");
+    WaitUntilReady();
 }
 
 ChildProcess::~ChildProcess() {
@@ -104,9 +173,18 @@ ChildProcess::~ChildProcess() {
     ::close(m_output);
 }
 
-void ChildProcess::Publish() const {
-    if (::write(m_input, "p", 1) != 1)
+void ChildProcess::WaitUntilReady() const {
+    char ready = 0;
+    if (::read(m_output, &ready, 1) != 1)
+        throw std::runtime_error("the child process ended");
+}
+
+void ChildProcess::Tell(Command command) const {
+    const char byte = static_cast<char>(command);
+    if (::write(m_input, &byte, 1) != 1)
         throw std::runtime_error("write");
+    if (command == Command::Prepare || command == Command::Settle)
+        WaitUntilReady();
 }
 
 long ChildProcess::Memory(const std::string& field) const {

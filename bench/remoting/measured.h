@@ -22,8 +22,8 @@ public:
 std::unique_ptr<ICallPath> ThroughProxies(const std::string& socketPath);
 std::unique_ptr<ICallPath> Directly(const std::string& socketPath);
 
-/// The directly measured service: a publisher's thread, a list under a lock, and a loop that filters and streams what
-/// is in the list, in batches as large as the service's. The program's `--bare`.
+/// The directly measured service: streams batches as large as the service's that were made before. The program's
+/// `--bare`.
 int RunBareService(const char* socketPath);
 /// A subscriber that never takes an event. The program's `--stuck`.
 int RunStuckSubscriber(const char* socketPath);

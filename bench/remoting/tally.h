@@ -4,8 +4,7 @@
 
 #include <contract/tfs/event.h>
 
-#include <atomic>
-#include <bench/remoting/bench_feed.h>
+#include <bench/remoting/bench_events.h>
 #include <future>
 #include <stdexcept>
 #include <vector>
@@ -20,8 +19,12 @@ public:
             m_left += PassingFilter(i);
     }
     void Take(std::size_t subscriber, const Event& event) {
-        m_inOrder = m_inOrder && event.id > m_last[subscriber];
-        m_last[subscriber] = event.id;
+        m_inOrder = m_inOrder && event.time > m_last[subscriber];
+        m_last[subscriber] = event.time;
+        Count();
+    }
+    /// One that may come in any order.
+    void Count() {
         if (--m_left == 0)
             m_done.set_value();
     }
@@ -33,7 +36,7 @@ public:
     }
 
 private:
-    std::vector<Event::IdType> m_last;
+    std::vector<std::int64_t> m_last;
     std::size_t m_left = 0;
     bool m_inOrder = true;
     std::promise<void> m_done;

@@ -3,14 +3,14 @@
 #include <service/store/event_queries.h>
 #include <service/store/payload_codec.h>
 
-#include <algorithm>
+#include <bench/median.h>
 #include <bench/store/filled_store.h>
+#include <bench/verdict.h>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -20,21 +20,9 @@ namespace {
 using namespace tfs;
 using namespace tfs::bench;
 using namespace tfs::service::store;
-using Clock = std::chrono::steady_clock;
 using ulk::types::string16_t;
 
 constexpr std::uint32_t PageSize = 100;
-
-double MedianMilliseconds(const std::function<void()>& work) {
-    std::vector<double> times;
-    for (int round = 0; round < 21; ++round) {
-        const auto start = Clock::now();
-        work();
-        times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
-    }
-    std::nth_element(times.begin(), times.begin() + 10, times.end());
-    return times[10];
-}
 
 struct Case {
     const char* name;
@@ -128,7 +116,7 @@ int main() {
             throw std::runtime_error("mkdtemp");
         const bool good = Run(folder);
         std::filesystem::remove_all(folder);
-        return good ? 0 : 1;
+        return TellVerdict(good);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "store_bench: %s\n", e.what());
         return 1;

@@ -2,6 +2,7 @@
 // Task records and the interfaces that read and drive tasks.
 #pragma once
 
+#include <contract/tfs/settings.h>
 #include <contract/tfs/value_tables.h>
 #include <contract/tfs/variant.h>
 #include <foundation/object.h>
@@ -30,8 +31,42 @@ inline constexpr std::uint64_t FirstTemporaryTaskId = 100;
 struct ScanSettings {
     static constexpr std::uint32_t TypeNumber = 0x6009A201u;
     /// Absolute paths, files or folders, as bytes of the file system.
-    ulk::types::vector_t<std::string> areas;
+    ulk::types::vector_t<std::string> areas{};
+    ulk::types::vector_t<std::string> excludedPaths{}; ///< absolute; with everything below them
+    /// Shell patterns (`*`, `?`, `[...]`): one without a slash for the name of a file or a folder, one that begins with
+    /// a slash for a whole path. What is matched is left out with everything below it.
+    ulk::types::vector_t<std::string> excludeMasks{};
+    bool scanArchives = true;
+    std::uint64_t maxFileSize = 0;          ///< bytes; larger files are told as not processed; 0: the scanner's limit
+    std::uint32_t fileTimeLimitSeconds = 0; ///< of one file; 0: the service's limit
+    /// A custom scan goes on into whatever is mounted below its areas, other scans into local file systems.
+    bool crossFileSystems = true;
+    types::ThreatAction::Type actionOnThreat = types::ThreatAction::Skip; ///< Skip: report only
+    bool fullSpeed = false;                                               ///< don't make way for other programs
     friend bool operator==(const ScanSettings&, const ScanSettings&) = default;
+};
+
+/// Settings of an update task.
+struct UpdateSettings {
+    static constexpr std::uint32_t TypeNumber = 0x6009A202u;
+    types::UpdateSourceKind::Type sourceType = types::UpdateSourceKind::TLServers;
+    /// Where sourceType is Custom, tried in this order: addresses of private mirrors (http, https) and absolute paths
+    /// of folders with signature files.
+    ulk::types::vector_t<std::string> customSources{};
+    bool useOfficialWhenUnavailable = true; ///< the official servers where no custom source answers
+    std::uint32_t connectionTimeout = 30;   ///< seconds
+    friend bool operator==(const UpdateSettings&, const UpdateSettings&) = default;
+};
+
+/// A task's schedule as settings: what TaskSchedule holds in numbers, in the words that users read and write.
+struct ScheduleSettings {
+    static constexpr std::uint32_t TypeNumber = 0x6009A203u;
+    types::ScheduleMode::Type mode = types::ScheduleMode::Manual;
+    std::string startTime = "00:00"; ///< local time, HH:MM or HH:MM:SS; of an hourly task the minutes and seconds count
+    types::DayOfWeek::Type dayOfWeek = types::DayOfWeek::Sunday; ///< Weekly
+    std::uint32_t dayOfMonth = 1; ///< Monthly; 29 to 31 mean the last day of shorter months
+    bool runMissed = false;       ///< a start that was missed is made up once
+    friend bool operator==(const ScheduleSettings&, const ScheduleSettings&) = default;
 };
 
 /// Counters of one or more runs.
@@ -70,12 +105,19 @@ struct TaskOwner {
 };
 
 struct TaskSchedule {
-    std::uint32_t mode = 0; ///< 0: started by hand
-    ulk::types::string16_t text;
-    std::int64_t firstValue = 0;
-    std::int64_t secondValue = 0;
-    std::uint8_t flag = 0;
+    std::uint32_t mode = 0;        ///< types::ScheduleMode; 0: started by hand
+    ulk::types::string16_t text{}; ///< for people; made by the service
+    std::int64_t firstValue = 0;   ///< second of the local day; Hourly: of the hour
+    std::int64_t secondValue = 0;  ///< Weekly: types::DayOfWeek; Monthly: day of the month, from 1
+    std::uint8_t flag = 0;         ///< 1: a start that was missed is made up once
     friend bool operator==(const TaskSchedule&, const TaskSchedule&) = default;
+};
+
+/// How far a task's current or last run has come.
+struct TaskProgress {
+    std::uint32_t percent = 0;                ///< never falls within a run
+    std::optional<std::uint32_t> secondsLeft; ///< empty until an estimate has settled, and where nothing runs
+    friend bool operator==(const TaskProgress&, const TaskProgress&) = default;
 };
 
 namespace core {
@@ -120,6 +162,20 @@ public:
     virtual result_t GetTaskInfo(const ulk::types::string16_t& idOrName, core::TaskInfo& task) = 0;
     /// Makes a temporary custom scan owned by the caller; it is started by StartTask and goes when it has run.
     virtual result_t CreateScanTask(const ScanSettings& settings, core::TaskInfo& task) = 0;
+    virtual result_t GetProgress(const ulk::types::string16_t& idOrName, TaskProgress& progress) = 0;
+    /// Every setting of the task, as key and text. eNotSupported for a task without settings.
+    virtual result_t GetTaskSettings(const ulk::types::string16_t& idOrName,
+                                     settings::SettingsChangeList& settings) = 0;
+    /// Applies the whole list or nothing, to the settings in force or, with `toDefault`, to the task's default ones.
+    /// They count from the task's next run. An administrator's right, and the owner's of a temporary task. sOk;
+    /// sInvalidSettings with a line in `messages` for each fault; eInvalidState while the task isn't stopped;
+    /// eNotSupported for a task without settings.
+    virtual result_t SetTaskSettings(const ulk::types::string16_t& idOrName,
+                                     const settings::SettingsChangeList& changes, bool toDefault,
+                                     ulk::types::vector_t<settings::ValidationMessage>& messages) = 0;
+    /// The same for the schedule; the list is one of ScheduleSettings. eNotSupported for a task that can't have one.
+    virtual result_t SetSchedule(const ulk::types::string16_t& idOrName, const settings::SettingsChangeList& changes,
+                                 bool toDefault, ulk::types::vector_t<settings::ValidationMessage>& messages) = 0;
 
 protected:
     ~ITfsTaskManager() = default;

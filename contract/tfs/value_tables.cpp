@@ -449,6 +449,14 @@ constexpr ValueRow EventInitiatorRows[] = {
     {3, "Scheduler"},
 };
 
+constexpr ValueRow ScheduleModeRows[] = {
+    {0, "Manual"}, {1, "AtStart"}, {2, "Hourly"}, {3, "Daily"}, {4, "Weekly"}, {5, "Monthly"},
+};
+
+constexpr ValueRow DayOfWeekRows[] = {
+    {0, "Sunday"}, {1, "Monday"}, {2, "Tuesday"}, {3, "Wednesday"}, {4, "Thursday"}, {5, "Friday"}, {6, "Saturday"},
+};
+
 /// The rows of a table by name. A name or a number that stands twice, and numbers out of order, don't compile.
 template <const auto& Rows>
 consteval auto ByName() {
@@ -516,6 +524,8 @@ constexpr ValueTable TsnUsageTable = Table<TsnOffModeRows>("TsnUsage");
 constexpr ValueTable DangerLevelTable = Table<EventSeverityRows>("DangerLevel");
 constexpr ValueTable InitiatorTable = Table<EventInitiatorRows>("Initiator");
 constexpr ValueTable FilesystemTypeTable = Table<ShareProtocolRows>("FilesystemType");
+constexpr ValueTable ScheduleModeTable = Table<ScheduleModeRows>("ScheduleMode");
+constexpr ValueTable DayOfWeekTable = Table<DayOfWeekRows>("DayOfWeek");
 constexpr ValueTable AcceptanceStateTable = Table<AcceptanceStateRows>("AcceptanceState");
 constexpr ValueTable KeySourceTable = Table<KeySourceRows>("KeySource");
 constexpr ValueTable EventInitiatorTable = Table<EventInitiatorRows>("EventInitiator");
@@ -528,6 +538,7 @@ constexpr const ValueTable* AllTables[] = {
     &ApplicationModuleStateTable,
     &ApplicationStopReasonTable,
     &DangerLevelTable,
+    &DayOfWeekTable,
     &DetectCertaintyTable,
     &DetectSourceTable,
     &DetectTypeTable,
@@ -557,6 +568,7 @@ constexpr const ValueTable* AllTables[] = {
     &PathIssueTable,
     &ScanLevelTable,
     &ScanScopeTable,
+    &ScheduleModeTable,
     &ScheduleRepeatTable,
     &SettingsScopeTable,
     &ShareProtocolTable,
@@ -637,6 +649,8 @@ const ValueTable& TsnUsage::Table() noexcept { return TsnUsageTable; }
 const ValueTable& DangerLevel::Table() noexcept { return DangerLevelTable; }
 const ValueTable& Initiator::Table() noexcept { return InitiatorTable; }
 const ValueTable& FilesystemType::Table() noexcept { return FilesystemTypeTable; }
+const ValueTable& ScheduleMode::Table() noexcept { return ScheduleModeTable; }
+const ValueTable& DayOfWeek::Table() noexcept { return DayOfWeekTable; }
 const ValueTable& AcceptanceState::Table() noexcept { return AcceptanceStateTable; }
 const ValueTable& KeySource::Table() noexcept { return KeySourceTable; }
 const ValueTable& EventInitiator::Table() noexcept { return EventInitiatorTable; }

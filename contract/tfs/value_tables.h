@@ -715,6 +715,32 @@ struct FilesystemType {
     static const ValueTable& Table() noexcept;
 };
 
+/// When a task starts by itself.
+struct ScheduleMode {
+    enum Type : std::int32_t {
+        Manual = 0,
+        AtStart = 1,
+        Hourly = 2,
+        Daily = 3,
+        Weekly = 4,
+        Monthly = 5,
+    };
+    static const ValueTable& Table() noexcept;
+};
+
+struct DayOfWeek {
+    enum Type : std::int32_t {
+        Sunday = 0,
+        Monday = 1,
+        Tuesday = 2,
+        Wednesday = 3,
+        Thursday = 4,
+        Friday = 5,
+        Saturday = 6,
+    };
+    static const ValueTable& Table() noexcept;
+};
+
 /// Every table above, found by its name; null where there is none.
 const ValueTable* FindTable(std::string_view tableName) noexcept;
 

@@ -30,9 +30,9 @@ std::int32_t FromString(std::string_view text, const ValueTable& table) {
 }
 
 void FromString(std::string_view text, bool& value) {
-    if (text == "Yes" || text == "yes" || text == "true")
+    if (text == "yes" || text == "true")
         value = true;
-    else if (text == "No" || text == "no" || text == "false")
+    else if (text == "no" || text == "false")
         value = false;
     else
         FailParse("bool", text);

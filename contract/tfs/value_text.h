@@ -42,12 +42,17 @@ inline void FromString(std::string_view text, EventName::Type& value) { FromStri
 inline std::string ToString(FilesystemType::Type value) { return ToString<FilesystemType>(value); }
 inline void FromString(std::string_view text, FilesystemType::Type& value) { FromString<FilesystemType>(text, value); }
 
-/// "Yes" or "No". Takes nothing that merely converts to bool.
+/// "Yes" or "No", for display. Takes nothing that merely converts to bool.
 template <std::same_as<bool> Bool>
 std::string ToString(Bool value) {
     return value ? "Yes" : "No";
 }
-/// "Yes", "yes" and "true"; "No", "no" and "false". Failure: "There is no such 'bool' value: <text>".
+/// "yes" or "no", as settings are written where they are read again.
+template <std::same_as<bool> Bool>
+std::string ToSettingText(Bool value) {
+    return value ? "yes" : "no";
+}
+/// "yes" and "true"; "no" and "false". Failure: "There is no such 'bool' value: <text>".
 void FromString(std::string_view text, bool& value);
 
 } // namespace tfs::types

@@ -15,9 +15,9 @@ using types::TsnUsage;
 constexpr char NetworkKey[] = "UseTSN";
 
 tfs::settings::AppSettings ReadSettings() {
-    const auto handler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
+    const auto appSettingsHandler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
     ulk::types::any_struct_t holder;
-    ULK_CHECK_THROW(handler->GetAppSettings(holder), "Cannot read application settings");
+    ULK_CHECK_THROW(appSettingsHandler->GetAppSettings(holder), "Cannot read application settings");
     const auto* const settings = holder.Get<tfs::settings::AppSettings>();
     if (settings == nullptr)
         ulk::check::Throw(__FILE__, __LINE__, ulk::eInvalidType, "Cannot read application settings");
@@ -29,12 +29,13 @@ tfs::settings::AppSettings ReadSettings() {
 void ChangeTSNState(TsnUsage::Type mode) {
     const std::string name = types::ToString(mode);
     ULK_TRACE(application::GetTracer(), ulk::level::Detail) << __PRETTY_FUNCTION__ << ": " << name;
-    const auto handler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
+    const auto appSettingsHandler = GUI_GET_REMOTE_INTERFACE(IAppSettingsHandler);
     tfs::settings::SettingsChangeList changes;
     changes.typeNumber = tfs::settings::AppSettings::TypeNumber;
     changes.items.push_back({NetworkKey, name});
     ulk::types::vector_t<tfs::settings::ValidationMessage> messages;
-    ULK_CHECK_THROW(handler->SetAppSettings(changes, messages, mode != TsnUsage::Off), "Cannot change TSN state");
+    ULK_CHECK_THROW(appSettingsHandler->SetAppSettings(changes, messages, mode != TsnUsage::Off),
+                    "Cannot change TSN state");
 }
 
 TsnUsage::Type GetTSNState() {

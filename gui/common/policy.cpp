@@ -25,11 +25,11 @@ bool IsTSNUnderPolicy() noexcept {
 }
 
 result_t IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) {
-    ulk::Ptr<IPolicyProvider> provider;
+    ulk::Ptr<IPolicyProvider> policyProvider;
     const ulk::Ptr<ulk::IServiceLocator> remote = application::AcquireRemoteServiceLocator();
-    if (!ULK_SUCCEEDED(ulk::GetInterface(remote.Get(), provider.Ref())) || !provider)
+    if (!ULK_SUCCEEDED(ulk::GetInterface(remote.Get(), policyProvider.Ref())) || !policyProvider)
         return ulk::eUnspecified;
-    return provider->IsUserManageTasksAllowed(localTasks, groupTasks);
+    return policyProvider->IsUserManageTasksAllowed(localTasks, groupTasks);
 }
 
 } // namespace tfs::gui::policy

@@ -27,6 +27,11 @@ function getStringValue(value) {
     return value === undefined ? "" : value;
 }
 
+// Whether windows are told where they stand and can say where they want to. A Wayland compositor keeps that to itself.
+function knowsItsPlace() {
+    return Qt.platform.pluginName.indexOf("wayland") !== 0;
+}
+
 // Address of an image of the program, or an empty string for an empty name.
 function imageSource(name) {
     return name ? "qrc:/images/" + name + ".svg" : "";
@@ -55,4 +60,10 @@ function updateRecursive(obj) {
 function colouredText(value) {
     return value.replace(/&/g, "&amp;").replace(/</g, "&lt;")
         .replace(/&lt;font color='(#[0-9a-fA-F]{6})'>/g, "<font color='$1'>").replace(/&lt;\/font>/g, "</font>");
+}
+
+// What a styled text says, for where it is shown or read without its style.
+function withoutMarkup(value) {
+    return value.replace(/<[^>]*>/g, "").replace(/&lt;/g, "<").replace(/&gt;/g, ">").replace(/&quot;/g, "\"")
+        .replace(/&amp;/g, "&");
 }

@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The palette, the sizes and the speeds of the whole front end. No other QML file holds a literal of these.
 .pragma library
+.import tl.motion 1.0 as Desktop
+
+// How long a movement takes, in milliseconds. For who wants less motion it is over with the next frame: it still ends,
+// and what waits for its end still happens.
+function speed(milliseconds) {
+    return Desktop.Motion.reduced ? 1 : milliseconds;
+}
 
 // The grid: every margin, gap and height is a multiple of its half.
 var unit = 8;
@@ -12,10 +19,10 @@ var hairline = 1;
 // Window
 var mainWindowWidth = 735;
 var mainWindowHeight = 540;
-var windowResizeSpeed = 400;
+var windowResizeSpeed = speed(400);
 var repaintIntervalActive = 1000;
 var repaintIntervalInactive = 100;
-var pageTransitionSpeed = 500;
+var pageTransitionSpeed = speed(500);
 var trayDoubleClickInterval = 300;
 
 // Popups
@@ -25,7 +32,7 @@ var TLPopupWidthExtraDe = 80;
 var TLPopupHeightExtraJa = 30;
 var TLPopupScreenXOffset = 32;
 var TLPopupScreenYOffset = 32;
-var TLPopupAnimationSpeed = 250;
+var TLPopupAnimationSpeed = speed(250);
 var TLPopupIconColumnWidth = 74;
 var TLPopupIconColumnHeight = 64;
 var TLPopupIconWidth = 42;
@@ -72,7 +79,7 @@ var colorFocus = "#009A82";
 var TLButtonWidth = 160;
 var TLButtonHeight = 32;
 var TLButtonIconSize = 20;
-var TLButtonAnimationSpeed = 150;
+var TLButtonAnimationSpeed = speed(150);
 var TLButtonBackgroundNormal = "#FFFFFF";
 var TLButtonBackgroundHover = "#F2FAF8";
 var TLButtonBackgroundPressed = "#DDF1ED";
@@ -87,16 +94,34 @@ var TLButtonTextPressed = "#00574A";
 var TLButtonTextDisabled = "#7B8186";
 var TLButtonTextMargin = 1;
 var TLButtonSpacing = 4;
+var TLButtonTextSideMargin = 8;
 
 // Small controls
 var focusRingWidth = 2;
 var focusRingOffset = 2;
+var disabledPictureOpacity = 0.4;
 var minimumHitArea = 24;
 var TLProgressBarWidth = 300;
 var TLProgressBarHeight = 16;
 var TLProgressBarBackground = "#F2F4F4";
-var TLProgressBarAnimationSpeed = 250;
+var TLProgressBarAnimationSpeed = speed(250);
 var TLBusyIndicatorSize = 24;
+var TLBusyIndicatorBorderWidth = 2;
+var TLBusyIndicatorTurn = 1500;
+var TLBusyIndicatorArc = 0.25;
+var TLBusyIndicatorTrack = "#E1E4E6";
+var TLCheckBoxSpacing = 10;
+var TLCheckBoxIndicatorSize = 16;
+var TLRadioButtonIndicatorSize = 14;
+var TLRadioButtonTextReserve = 40;
+var TLComboBoxWidth = 120;
+var TLComboBoxHeight = 20;
+var TLComboBoxIndicatorWidth = 9;
+var TLComboBoxIndicatorHeight = 5;
+var TLComboBoxItemHeight = 28;
+var TLComboBoxItemReserve = 4 * unit;
+var TLComboBoxItemHighlight = "#E6F5F2";
+var TLComboBoxListMaximum = 240;
 var TLScrollBarWidth = 16;
 var TLScrollBarHandleWidth = 6;
 var TLScrollBarHandleMinimum = 0.1;
@@ -113,9 +138,10 @@ var TLToolTipMaximumWidth = 400;
 var TLPicButtonHeaderWidth = 40;
 
 // Lists
-var listFadeInSpeed = 450;
-var listFadeOutSpeed = 200;
-var listMoveSpeed = 250;
+var listSightMargin = unit;
+var listFadeInSpeed = speed(450);
+var listFadeOutSpeed = speed(200);
+var listMoveSpeed = speed(250);
 
 // Headers
 var TLWindowHeaderHeight = 32;
@@ -128,18 +154,21 @@ var iconSize = 24;
 // Main page
 var statusAreaHeight = 360;
 var statusTextTop = 27 * unit;
+var statusLineHeight = 1.4;
 var statusImageOffset = -4 * unit;
 var statusImageSize = 14 * unit;
 var statusImageHiddenScale = 1.2;
-var statusFadeSpeed = 1000;
+var statusFadeSpeed = speed(1000);
 var TLInfoTabWidth = 344;
 var TLInfoTabHeight = 118;
+var TLInfoTabLineHeight = 1.4;
 var TLInfoTabIconBackSize = 56;
 var TLInfoTabIconSize = 32;
 var TLInfoTabBackgroundHover = "#F8FCFB";
 var TLInfoTabBackgroundPressed = "#EDF7F5";
 var TLInfoTabBackgroundDisabled = "#FAFBFB";
 var TLInfoTabIconBack = "#E6F5F2";
+var TLInfoTabIconBackPressed = "#D0E8E4";
 var TLInfoTabIconBackDisabled = "#F2F4F4";
 var mainButtonWidth = 166;
 var mainFooterHeight = 32;
@@ -160,6 +189,8 @@ var emptyListDelay = 300;
 
 // Dialogs
 var YesNoButtonWidth = 100;
+var TLConfirmationDialogWidth = 500;
+var TLConfirmationDialogHeight = 234;
 
 // Names of what shows a picture only, for those who hear the window rather than see it.
 var nameBack = "Back";

@@ -123,6 +123,7 @@ T.Page {
         Keys.forwardTo: [footerArea]
         Accessible.role: clickable ? Accessible.Button : Accessible.StaticText
         Accessible.name: footerLabel.text
+        Accessible.ignored: footerLabel.text.length === 0
         Accessible.focusable: clickable
         Accessible.onPressAction: footerArea.activate(null)
 

@@ -87,13 +87,9 @@ Item {
                     font.weight: Font.Medium
                     font.pixelSize: CommonProperties.pixelSizeLarge
 
-                    // Sized once, so that the expander keeps its place; another name is another label.
-                    function fit() {
-                        width = Math.min(implicitWidth,
-                                         parent.width - expander.width - CommonProperties.TaskNameReserve);
-                    }
-                    onTextChanged: fit()
-                    Component.onCompleted: fit()
+                    // The expander follows the name, and the buttons beside come and go with the task's state.
+                    width: Math.min(implicitWidth,
+                                    parent.width - expander.width - CommonProperties.TaskNameReserve)
                 }
 
                 TLExpander {
@@ -176,7 +172,7 @@ Item {
                 y: progress.y + percent.baselineOffset - baselineOffset
                 lineHeight: CommonProperties.lineHeightSingle
                 width: summaryArea.hasResult ? Math.min(implicitWidth, summaryArea.available) : summaryArea.available
-                textValue: summary + (resultInfo.length > 0 && summary.length > 0 ? ". " : "")
+                textValue: summary + (summaryArea.hasResult ? ". " : "")
                 wrapMode: summaryArea.hasResult ? Text.NoWrap : Text.Wrap
                 maximumLineCount: summaryArea.hasResult ? 1 : 2
                 elide: Text.ElideRight
@@ -274,7 +270,7 @@ Item {
                 textValue: root.taskModel.runRollbackText
                 elide: Text.ElideRight
                 link: root.taskModel.isRollbackAvailable
-                color: link ? CommonProperties.colorLink : CommonProperties.colorLightGray
+                color: link ? linkColor : CommonProperties.colorLightGray
                 font.pixelSize: CommonProperties.pixelSizeSmall
                 whenClicked: function () { root.taskModel.rollbackUpdate(); }
             }

@@ -18,8 +18,6 @@ SystemTrayIcon {
 
     function handleActivation() {
         if (wasClicked) {
-            wasClicked = false;
-            clickTimer.stop();
             openFromTray();
             return;
         }
@@ -49,7 +47,9 @@ SystemTrayIcon {
     }
 
     // Shown last: a tray icon that is made visible before it has its picture stays empty on some hosts.
-    Component.onCompleted: visible = Qt.binding(function () {
-        return available;
-    })
+    Component.onCompleted: {
+        if (available)
+            trayAvailability.showQuietly(tray);
+        visible = Qt.binding(() => available);
+    }
 }

@@ -29,20 +29,27 @@ T.ApplicationWindow {
         showMinimized();
     }
 
+    function moveTo(left, top) {
+        if (CommonFunctions.knowsItsPlace()) {
+            x = left;
+            y = top;
+        }
+    }
+
     function enterFullScreen() {
-        lastX = x;
-        lastY = y;
+        if (CommonFunctions.knowsItsPlace()) {
+            lastX = x;
+            lastY = y;
+        }
         isFullScreen = true;
-        x = 0;
-        y = 0;
+        moveTo(0, 0);
         visibility = Window.Maximized;
     }
 
     function leaveFullScreen() {
         isFullScreen = false;
         visibility = Window.Windowed;
-        x = lastX;
-        y = lastY;
+        moveTo(lastX, lastY);
     }
 
     visible: !isTrayOnly
@@ -160,15 +167,8 @@ T.ApplicationWindow {
         }
     }
 
-    // Frames the window against any desktop, above header and pages alike.
-    Rectangle {
-        parent: window.header.parent
-        anchors.fill: parent
-        z: 1
-        color: CommonProperties.colorTransparent
-        border.width: CommonProperties.hairline
-        border.color: CommonProperties.colorMainBorder
-    }
+    // Above header and pages alike.
+    TLWindowFrame { parent: window.header.parent }
 
     Shortcut {
         sequences: [StandardKey.Cancel, StandardKey.Back]
@@ -186,21 +186,16 @@ T.ApplicationWindow {
         }
     }
 
-    // What a frameless window shows goes stale on some desktops, above all while another window is active.
-    Timer {
+    TLRepaintTimer {
         id: timer
+        objectName: "timer"
         running: window.visible
-        repeat: true
-        triggeredOnStart: true
-        interval: window.active ? CommonProperties.repaintIntervalActive : CommonProperties.repaintIntervalInactive
-        onTriggered: {
-            CommonFunctions.updateRecursive(window.header);
-            CommonFunctions.updateRecursive(stack);
-        }
+        active: window.active
+        items: [window.header, stack]
     }
 
     // The platform looks for a tray once only: the icon isn't made before there is one. Nor does the window wait for
-    // it: what the icon needs is loaded behind the first frame.
+    // it: what the icon needs is loaded, and the tray looked for, behind the first frame.
     Loader {
         id: trayLoader
         objectName: "trayLoader"
@@ -210,6 +205,14 @@ T.ApplicationWindow {
         function allow() {
             mayLoad = true;
         }
+
+        function watchWhenAllowed() {
+            if (mayLoad)
+                trayAvailability.watch();
+        }
+
+        onMayLoadChanged: watchWhenAllowed()
+        Component.onCompleted: watchWhenAllowed()
 
         active: mayLoad && trayAvailability.available
         source: "TrayIcon.qml"

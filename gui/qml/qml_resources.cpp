@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/qml/qml_resources.h>
+#include <gui/qml/reduced_motion.h>
 
 #include <QtCore/qglobal.h>
 
@@ -12,6 +13,9 @@ static void InitAll() {
 
 namespace tfs::gui {
 
-void InitQmlResources() { InitAll(); }
+void InitQmlResources() {
+    InitAll();
+    RegisterMotion();
+}
 
 } // namespace tfs::gui

@@ -17,42 +17,48 @@ constexpr char TraceLevelKey[] = "TraceLevel";
 
 ulk::ITracer* Tracer() noexcept { return application::GetTracer(); }
 
-result_t TraceAndReturn(const std::exception& e, result_t result) {
-    ULK_TRACE(Tracer(), ulk::level::Failure) << ExceptionText(e);
-    return ULK_SUCCEEDED(result) ? ulk::eUnspecified : result;
+/// Traces an exception as a failed check of what threw it.
+result_t TraceAndReturn(const char* expression, const std::exception& e, result_t result) {
+    const result_t code = ULK_SUCCEEDED(result) ? ulk::eUnspecified : result;
+    const auto* const placed = dynamic_cast<const ulk::Exception*>(&e);
+    ulk::check::Report(Tracer(), placed != nullptr ? placed->File() : __FILE__,
+                       placed != nullptr ? placed->Line() : __LINE__, expression, code,
+                       [&e](ulk::trace::Record& record) { record << ExceptionText(e); });
+    return code;
 }
 
-/// Runs `body` and turns what it throws into a code.
+/// Runs `body` and turns what it throws into a code. `expression` is what a trace line calls it.
 template <class Body>
-result_t Guarded(Body body) {
+result_t Guarded(const char* expression, Body body) {
     try {
         return body();
     } catch (const remote_actions::InvalidSettingsException& e) {
-        return TraceAndReturn(e, ulk::eInvalidArgument);
+        return TraceAndReturn(expression, e, ulk::eInvalidArgument);
     } catch (const remote_actions::SettingsBlockedByPolicyException& e) {
-        return TraceAndReturn(e, eBlockedByPolicy);
+        return TraceAndReturn(expression, e, eBlockedByPolicy);
     } catch (const remote_actions::TsnNotAcceptedException& e) {
-        return TraceAndReturn(e, eTsnNotAccepted);
+        return TraceAndReturn(expression, e, eTsnNotAccepted);
     } catch (const remote_actions::ActionInvalidResultException& e) {
-        return TraceAndReturn(e, e.Result());
+        return TraceAndReturn(expression, e, e.Result());
     } catch (const ulk::ResultCodeException& e) {
-        return TraceAndReturn(e, e.Code());
+        return TraceAndReturn(expression, e, e.Code());
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& e) {
-        return TraceAndReturn(e, ulk::eUnspecified);
+        return TraceAndReturn(expression, e, ulk::eUnspecified);
     }
 }
 
 result_t ReadAppInfo(ulk::IServiceLocator* remoteSl, AppInfo& appInfo) {
-    return Guarded([&]() -> result_t {
-        ulk::Ptr<IAppInfoProvider> provider;
-        if (const result_t result =
-                ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, provider.Ref()), "Cannot get AppInfoProvider");
+    return Guarded("appInfoProvider->GetAppInfo(read)", [&]() -> result_t {
+        ulk::Ptr<IAppInfoProvider> appInfoProvider;
+        if (const result_t result = ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, appInfoProvider.Ref()),
+                                                    "Cannot get AppInfoProvider");
             !ULK_SUCCEEDED(result))
             return result;
         AppInfo read;
-        const result_t result = ULK_CHECK_TRACE(Tracer(), provider->GetAppInfo(read), "Cannot get application info");
+        const result_t result =
+            ULK_CHECK_TRACE(Tracer(), appInfoProvider->GetAppInfo(read), "Cannot get application info");
         if (ULK_SUCCEEDED(result))
             appInfo = std::move(read);
         return result;
@@ -60,15 +66,15 @@ result_t ReadAppInfo(ulk::IServiceLocator* remoteSl, AppInfo& appInfo) {
 }
 
 result_t ReadAppSettings(ulk::IServiceLocator* remoteSl, settings::AppSettings& appSettings) {
-    return Guarded([&]() -> result_t {
-        ulk::Ptr<IAppSettingsHandler> handler;
-        if (const result_t result = ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, handler.Ref()),
+    return Guarded("appSettingsHandler->GetAppSettings(holder)", [&]() -> result_t {
+        ulk::Ptr<IAppSettingsHandler> appSettingsHandler;
+        if (const result_t result = ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, appSettingsHandler.Ref()),
                                                     "Cannot get interface IAppSettingsHandler");
             !ULK_SUCCEEDED(result))
             return result;
         ulk::types::any_struct_t holder;
         const result_t result =
-            ULK_CHECK_TRACE(Tracer(), handler->GetAppSettings(holder), "Cannot get application settings");
+            ULK_CHECK_TRACE(Tracer(), appSettingsHandler->GetAppSettings(holder), "Cannot get application settings");
         if (!ULK_SUCCEEDED(result))
             return result;
         const auto* const read = holder.Get<settings::AppSettings>();
@@ -80,7 +86,7 @@ result_t ReadAppSettings(ulk::IServiceLocator* remoteSl, settings::AppSettings& 
 }
 
 result_t RunSetAppSettings(ulk::IServiceLocator* remoteSl, settings::SettingsChangeList&& changes) {
-    return Guarded([&]() -> result_t {
+    return Guarded("action->Exec(remoteSl)", [&]() -> result_t {
         const auto action =
             remote_actions::MakeSetAppSettings(application::GetLocalServiceLocator(), {}, false, std::move(changes));
         return action->Exec(remoteSl).code;
@@ -114,7 +120,7 @@ result_t ProductSettingsActions::SetAppSettings(ulk::IServiceLocator* remoteSl,
 
 result_t ProductSettingsActions::ChangeTraceLevel(ulk::IServiceLocator* remoteSl, types::TraceLevel::Type level) {
     ULK_TRACE(Tracer(), ulk::level::Notable) << "ChangeTraceLevel";
-    return Guarded([&] {
+    return Guarded("types::ToString(level)", [&] {
         settings::SettingsChangeList changes;
         changes.typeNumber = settings::AppSettings::TypeNumber;
         changes.items.push_back({TraceLevelKey, types::ToString(level)});

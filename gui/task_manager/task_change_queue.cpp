@@ -44,6 +44,11 @@ std::size_t TaskChangeQueue::Size() const {
     return m_tasksToChange.size();
 }
 
+bool TaskChangeQueue::Has(std::uint64_t taskId) const {
+    const ulk::LockGuard lock(m_mutex);
+    return m_tasksToChange.count(taskId) != 0;
+}
+
 void TaskChangeQueue::SetMomentOfChange(std::time_t moment) {
     const ulk::LockGuard lock(m_timeMutex);
     m_momentOfChange = moment;

@@ -23,6 +23,8 @@ public:
     /// The oldest entry of each task, ascending by identifier. Cheap where nothing has been pushed.
     std::vector<OneTaskInfo> TakeOldest();
     std::size_t Size() const;
+    /// Is a change of this task still to come?
+    bool Has(std::uint64_t taskId) const;
 
 private:
     struct Change {

@@ -43,8 +43,7 @@ bool TakeStatistics(ulk::IServiceLocator* remoteSl, OneTaskInfo& row) {
         ULK_TRACE(Tracer(), ulk::level::Failure) << "Cannot get statistics from the product";
         return false;
     }
-    // A task that has never run has counters, all of them zero, and they tell nothing.
-    return row.statistics.startTime != 0;
+    return true;
 }
 
 } // namespace
@@ -93,11 +92,13 @@ QString TaskConverter::Summary(const TaskInfo& task) {
     const bool isUpdate = UpdateTaskTypes().count(task.core.taskType) != 0;
     if (!HasEnded(task.core.state) && task.core.startTime != 0)
         return LocalizedFormat(entry::GuiStartedTaskSummary, TimeAgoTextFromSeconds(task.core.startTime));
-    if (task.core.stopTime == 0)
+    // An event tells of the end before the record knows the time of it.
+    const std::int64_t lastRun = task.core.stopTime != 0 ? task.core.stopTime : task.core.startTime;
+    if (lastRun == 0)
         return LocalizedText(isUpdate ? entry::GuiMainNeverRunUpdateTaskSummary
                                       : entry::GuiMainNeverRunScanTaskSummary);
     return LocalizedFormat(isUpdate ? entry::GuiMainLastRunUpdateTask : entry::GuiMainLastRunScanTask,
-                           TimeAgoTextFromSeconds(task.core.stopTime));
+                           TimeAgoTextFromSeconds(lastRun));
 }
 
 } // namespace tfs::gui

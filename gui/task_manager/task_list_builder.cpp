@@ -19,7 +19,7 @@ TaskListBuilder::TaskListBuilder(ulk::ITracer* tracer, ITfsTaskManager* taskMana
     : m_tracer(tracer), m_taskManager(taskManager), m_policyProvider(policyProvider) {
     bool local = false;
     bool group = false;
-    if (ULK_SUCCEEDED(m_policyProvider->IsUserManageTasksAllowed(local, group))) {
+    if (m_policyProvider != nullptr && ULK_SUCCEEDED(m_policyProvider->IsUserManageTasksAllowed(local, group))) {
         m_allowUserManageLocalTasks = local;
         m_allowUserManageGroupTasks = group;
     }

@@ -15,6 +15,7 @@ namespace tfs::gui {
 class TaskListBuilder {
 public:
     /// The policy flags are read from the service, false where they can't be. Everything must outlive the builder.
+    /// Without a policy provider nothing may be built.
     TaskListBuilder(ulk::ITracer* tracer, ITfsTaskManager* taskManager, IPolicyProvider* policyProvider);
 
     /// Appends a row for each task that matches, then one for each record of statistics whose task is gone and that

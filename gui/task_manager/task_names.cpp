@@ -60,6 +60,8 @@ QString LocalizedTaskName(const tfs::core::TaskInfo& task) {
         return LocalizedText(entry::GuiSettingsFWName);
     if (task.taskType == task_type::Rollback)
         return LocalizedText(entry::GuiTaskNameRollbackTask);
+    if (task.taskId == static_cast<std::uint64_t>(FixedTaskId::CustomScan))
+        return LocalizedText(entry::GuiTaskNameCustomScanTask);
     return ShownTaskName(task);
 }
 
@@ -68,8 +70,13 @@ QString ShortenedPath(const std::string& path) {
     if (text.size() <= LongestPath)
         return text;
     // The beginning tells where, the end tells what; the middle goes.
-    const int head = (LongestPath - 1) / 2;
-    const int tail = LongestPath - 1 - head;
+    int head = (LongestPath - 1) / 2;
+    int tail = LongestPath - 1 - head;
+    // A character of two units goes as a whole.
+    if (text.at(head).isLowSurrogate())
+        --head;
+    if (text.at(text.size() - tail).isLowSurrogate())
+        --tail;
     return text.left(head) + QChar(0x2026) + text.right(tail);
 }
 

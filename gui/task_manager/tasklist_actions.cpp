@@ -105,26 +105,34 @@ result_t OnDemandTaskListActions::GetTaskList(ulk::IServiceLocator* remoteSl, co
     if (!ULK_SUCCEEDED(result))
         return result;
     ulk::Ptr<IPolicyProvider> policyProvider;
-    result = ULK_CHECK_TRACE(Tracer(), ulk::GetInterface(remoteSl, policyProvider.Ref()),
-                             "Cannot get interface IPolicyProvider");
+    const result_t policyLookup = ulk::GetInterface(remoteSl, policyProvider.Ref());
+    TaskListBuilder builder(Tracer(), taskManager.Get(), policyProvider.Get());
+    result = ULK_CHECK_TRACE(Tracer(), policyLookup, "Cannot get interface IPolicyProvider");
     if (!ULK_SUCCEEDED(result))
         return result;
-    TaskListBuilder(Tracer(), taskManager.Get(), policyProvider.Get()).Build(fullTaskList, statistics, match, tasks);
+    builder.Build(fullTaskList, statistics, match, tasks);
     return ulk::sOk;
+}
+
+result_t OnDemandTaskListActions::TryGetTaskList(ulk::IServiceLocator* remoteSl, const MatchFunction& match,
+                                                 ulk::types::vector_t<TaskInfo>& tasks) noexcept {
+    try {
+        return GetTaskList(remoteSl, match, tasks);
+    }
+    GUI_CATCH_ALL
+    return ulk::eUnspecified;
 }
 
 result_t OnDemandTaskListActions::GetListOrPrevious(const char* caller, ulk::IServiceLocator* remoteSl,
                                                     const MatchFunction& match,
                                                     ulk::types::vector_t<TaskInfo>& previous,
                                                     ulk::types::vector_t<TaskInfo>& tasks) {
-    try {
-        if (ULK_SUCCEEDED(GetTaskList(remoteSl, match, tasks))) {
-            previous = tasks;
-            return ulk::sOk;
-        }
+    const result_t result = ULK_CHECK_TRACE(Tracer(), TryGetTaskList(remoteSl, match, tasks),
+                                            std::string(caller) + " cannot get task list, use previous value");
+    if (ULK_SUCCEEDED(result)) {
+        previous = tasks;
+        return ulk::sOk;
     }
-    GUI_CATCH_ALL
-    ULK_TRACE(Tracer(), ulk::level::Failure) << caller << " cannot get task list, use previous value";
     tasks = previous;
     return ulk::sFalse;
 }
@@ -161,7 +169,7 @@ result_t OnDemandTaskListActions::GetTaskInfo(ulk::IServiceLocator* remoteSl, co
     try {
         ulk::types::vector_t<TaskInfo> found;
         const result_t result = ULK_CHECK_TRACE(Tracer(), GetTaskList(remoteSl, IsTaskByTaskIdOrName(idOrName), found),
-                                                "() cannot get task settings");
+                                                "GetTaskInfo() cannot get task settings");
         if (!ULK_SUCCEEDED(result))
             return result;
         if (found.size() > 1) {
@@ -169,9 +177,12 @@ result_t OnDemandTaskListActions::GetTaskInfo(ulk::IServiceLocator* remoteSl, co
                                                      << " tasks, try to return the first one";
         }
         if (found.empty())
-            throw std::out_of_range("vector_t::at()");
+            throw std::out_of_range("ulk::types::vector_t::at()");
         task = std::move(found.front());
         return ulk::sOk;
+    } catch (const std::out_of_range&) {
+        TraceCurrentException(__PRETTY_FUNCTION__);
+        return ulk::eNotFound;
     }
     GUI_CATCH_ALL
     return ulk::eUnspecified;

@@ -34,7 +34,7 @@ public:
     result_t GetScanTaskList(ulk::IServiceLocator* remoteSl, ulk::types::vector_t<TaskInfo>& tasks);
     result_t GetUpdateTaskList(ulk::IServiceLocator* remoteSl, ulk::types::vector_t<TaskInfo>& tasks);
     result_t GetMonitoringTaskList(ulk::IServiceLocator* remoteSl, ulk::types::vector_t<std::uint64_t>& ids);
-    /// A task by identifier or name; a failure where there is none.
+    /// A task by identifier or name; eNotFound where the service has answered and there is none.
     result_t GetTaskInfo(ulk::IServiceLocator* remoteSl, const std::string& idOrName, TaskInfo& task);
 
 private:
@@ -44,6 +44,8 @@ private:
     result_t Drive(ulk::IServiceLocator* remoteSl, const std::string& idOrName, Command command, const char* attempt,
                    const char* failure);
     result_t DeleteStatistics(ITfsTaskManager& taskManager, const TaskInfo& task);
+    result_t TryGetTaskList(ulk::IServiceLocator* remoteSl, const MatchFunction& match,
+                            ulk::types::vector_t<TaskInfo>& tasks) noexcept;
     result_t GetListOrPrevious(const char* caller, ulk::IServiceLocator* remoteSl, const MatchFunction& match,
                                ulk::types::vector_t<TaskInfo>& previous, ulk::types::vector_t<TaskInfo>& tasks);
 

@@ -57,7 +57,7 @@ bool TaskListModel::IsTaskByType(const Event& event) const {
         ULK_TRACE(Tracer(), ulk::level::Failure) << "there is no field TaskType";
         return false;
     }
-    return (m_scanTasksMode ? ScanTaskTypes() : UpdateTaskTypes()).count(type) != 0;
+    return TypesOfMode().count(type) != 0;
 }
 
 result_t TaskListModel::OnTaskCreated(const Event& event) {

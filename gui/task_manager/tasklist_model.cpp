@@ -11,22 +11,18 @@ namespace tfs::gui {
 namespace {
 
 namespace entry = tfs::localization::entry;
-using tfs::types::TaskState;
 
 constexpr int UpdateIntervalMs = 1000;
 
 ulk::ITracer* Tracer() noexcept { return application::GetTracer(); }
 
-bool IsUnderWay(std::uint8_t state) {
-    return state == TaskState::Starting || state == TaskState::Started || state == TaskState::Pausing ||
-           state == TaskState::Suspended || state == TaskState::Resuming;
-}
-
-/// A change of state says nothing of the progress: the bar stays where it was until an event moves it.
-void KeepProgress(const OneTaskInfo& before, OneTaskInfo& after) {
-    const bool isNewRun = after.currentState == TaskState::Starting;
-    if (!after.isProgressKnown && !isNewRun && IsUnderWay(before.currentState) && IsUnderWay(after.currentState))
-        after.progressValue = before.progressValue;
+/// Null, with the reason traced, where there is no connection.
+ulk::Ptr<ulk::IServiceLocator> TryAcquireRemote() noexcept {
+    try {
+        return application::AcquireRemoteServiceLocator();
+    }
+    GUI_CATCH_ALL
+    return {};
 }
 
 } // namespace
@@ -130,44 +126,51 @@ QVariant TaskListModel::data(const QModelIndex& index, int role) const {
 }
 
 void TaskListModel::setScanTasksMode(bool scanTasksMode) {
-    if (m_scanTasksMode != scanTasksMode) {
-        m_scanTasksMode = scanTasksMode;
-        Q_EMIT scanTasksModeChanged(scanTasksMode);
-    }
+    m_scanTasksMode = scanTasksMode;
+    Q_EMIT scanTasksModeChanged(scanTasksMode);
     SetTaskListInfo();
 }
 
 void TaskListModel::SetTaskListInfo() {
+    std::optional<bool> isRollbackAvailable;
     beginResetModel();
     try {
-        const auto remote = application::AcquireRemoteServiceLocator();
-        LoadRows(remote.Get());
-        UpdateRollbackInfo(remote.Get());
+        LoadRows(isRollbackAvailable);
     }
     GUI_CATCH_ALL
     endResetModel();
+    // Told after the reset: whoever hears it may look at the rows.
+    if (isRollbackAvailable)
+        SetRollbackAvailable(*isRollbackAvailable);
 }
 
-void TaskListModel::LoadRows(ulk::IServiceLocator* remoteSl) {
+void TaskListModel::LoadRows(std::optional<bool>& isRollbackAvailable) {
+    // Without a connection the facade answers with the lists of its last success.
+    const ulk::Ptr<ulk::IServiceLocator> remote = TryAcquireRemote();
     ulk::types::vector_t<TaskInfo> tasks;
     if (m_scanTasksMode)
-        m_actions.GetScanTaskList(remoteSl, tasks);
+        m_actions.GetScanTaskList(remote.Get(), tasks);
     else
-        m_actions.GetUpdateTaskList(remoteSl, tasks);
+        m_actions.GetUpdateTaskList(remote.Get(), tasks);
+    isRollbackAvailable = ReadRollbackInfo(remote.Get());
     std::vector<OneTaskInfo> rows;
     rows.reserve(tasks.size());
     for (const TaskInfo& task : tasks)
-        rows.push_back(TaskConverter::ToOneTaskInfo(remoteSl, task, m_scanTasksMode));
+        rows.push_back(TaskConverter::ToOneTaskInfo(remote.Get(), task, m_scanTasksMode));
     const ulk::LockGuard lock(m_rowMutex);
     m_rows = std::move(rows);
 }
 
-void TaskListModel::UpdateRollbackInfo(ulk::IServiceLocator* remoteSl) {
-    ulk::Ptr<IAppInfoProvider> appInfoProvider;
-    ULK_CHECK_THROW(ulk::GetInterface(remoteSl, appInfoProvider.Ref()), "Cannot get IAppInfoProvider");
-    AppInfo appInfo;
-    ULK_CHECK_THROW(appInfoProvider->GetAppInfo(appInfo), "Cannot get application info");
-    SetRollbackAvailable(appInfo.isRollbackAvailable);
+std::optional<bool> TaskListModel::ReadRollbackInfo(ulk::IServiceLocator* remoteSl) noexcept {
+    try {
+        ulk::Ptr<IAppInfoProvider> appInfoProvider;
+        ULK_CHECK_THROW(ulk::GetInterface(remoteSl, appInfoProvider.Ref()), "Cannot get IAppInfoProvider");
+        AppInfo appInfo;
+        ULK_CHECK_THROW(appInfoProvider->GetAppInfo(appInfo), "Cannot get application info");
+        return appInfo.isRollbackAvailable;
+    }
+    GUI_CATCH_ALL
+    return std::nullopt;
 }
 
 void TaskListModel::DeleteTemporaryTasksInfo() {
@@ -182,130 +185,6 @@ void TaskListModel::DeleteTemporaryTasksInfo() {
             << "Delete task " << task.core.taskName << " (" << task.core.taskId << ") due to no remote task is left";
         (void)ULK_CHECK_TRACE(Tracer(), m_actions.DeleteTask(remote.Get(), task),
                               "Cannot delete task statistics of task " + ulk::text::ToUtf8Lossy(task.core.taskName));
-    }
-}
-
-void TaskListModel::updateTaskListInfo() {
-    ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
-    try {
-        AddToTaskList();
-        ChangeExistingTaskInfo();
-        DeleteFromTaskList();
-        RefreshSummaries();
-    }
-    GUI_CATCH_ALL
-}
-
-void TaskListModel::AddToTaskList() {
-    const auto ids = m_taskListToAdd.TakeAll();
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "taskListToAdd.size = " << ids.size();
-    for (const std::uint64_t id : ids) {
-        try {
-            AddTask(id);
-        }
-        GUI_CATCH_ALL
-    }
-}
-
-void TaskListModel::AddTask(std::uint64_t id) {
-    // Made between the subscription and the first load, a task is told of twice.
-    if (FindRowOnGuiThread(id) != -1)
-        return;
-    const auto remote = application::AcquireRemoteServiceLocator();
-    TaskInfo task;
-    ULK_CHECK_THROW(m_actions.GetTaskInfo(remote.Get(), TaskIdText(id), task),
-                    "Cannot get info for task " + TaskIdText(id));
-    OneTaskInfo row = TaskConverter::ToOneTaskInfo(remote.Get(), task, m_scanTasksMode);
-    const int end = rowCount();
-    beginInsertRows(QModelIndex(), end, end);
-    {
-        const ulk::LockGuard lock(m_rowMutex);
-        m_rows.push_back(std::move(row));
-    }
-    endInsertRows();
-}
-
-void TaskListModel::ChangeExistingTaskInfo() {
-    std::vector<OneTaskInfo> changes = m_tasksToChange.TakeOldest();
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "tasksToChange.size = " << m_tasksToChange.Size();
-    for (OneTaskInfo& change : changes) {
-        const int row = FindRowOnGuiThread(change.taskId);
-        if (row == -1) {
-            ULK_TRACE(Tracer(), ulk::level::Failure) << "ChangeExistingTaskInfo"
-                                                     << " cannot find task " << change.taskId;
-            continue;
-        }
-        ReplaceRow(row, std::move(change));
-    }
-}
-
-void TaskListModel::ReplaceRow(int row, OneTaskInfo info) {
-    KeepProgress(m_rows[static_cast<std::size_t>(row)], info);
-    {
-        const ulk::LockGuard lock(m_rowMutex);
-        m_rows[static_cast<std::size_t>(row)] = std::move(info);
-    }
-    Q_EMIT dataChanged(index(row), index(row));
-}
-
-void TaskListModel::RemoveRow(int row) {
-    beginRemoveRows(QModelIndex(), row, row);
-    {
-        const ulk::LockGuard lock(m_rowMutex);
-        m_rows.erase(m_rows.begin() + row);
-    }
-    endRemoveRows();
-}
-
-void TaskListModel::DeleteFromTaskList() {
-    const auto ids = m_taskListToDelete.TakeAll();
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "taskListToDelete.size = " << ids.size();
-    for (const std::uint64_t id : ids) {
-        try {
-            DeleteOrReload(id);
-        }
-        GUI_CATCH_ALL
-    }
-}
-
-void TaskListModel::DeleteOrReload(std::uint64_t id) {
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "Trying to process task " << id;
-    const int row = FindRowOnGuiThread(id);
-    if (row == -1) {
-        ULK_TRACE(Tracer(), ulk::level::Failure) << "DeleteFromTaskList"
-                                                 << " cannot find task " << id;
-        return;
-    }
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "Found " << id << ", row = " << row;
-    const bool staysOnShow = [&]() ULK_NO_ANALYSIS {
-        return IsTemporaryScan(m_rows[static_cast<std::size_t>(row)].source.core);
-    }();
-    if (!staysOnShow) {
-        ULK_TRACE(Tracer(), ulk::level::Detail) << "Deleting task " << id << " from model";
-        RemoveRow(row);
-        return;
-    }
-    ULK_TRACE(Tracer(), ulk::level::Detail) << "Task is temporary, reload task " << id << " information";
-    const auto remote = application::AcquireRemoteServiceLocator();
-    TaskInfo task;
-    ULK_CHECK_THROW(m_actions.GetTaskInfo(remote.Get(), TaskIdText(id), task),
-                    "Cannot get info for task " + TaskIdText(id));
-    ReplaceRow(row, TaskConverter::ToOneTaskInfo(remote.Get(), task, m_scanTasksMode));
-}
-
-void TaskListModel::RefreshSummaries() {
-    for (int row = 0; row < rowCount(); ++row) {
-        const bool isChanged = [&]() ULK_NO_ANALYSIS {
-            OneTaskInfo& info = m_rows[static_cast<std::size_t>(row)];
-            QString summary = TaskConverter::Summary(info.source);
-            if (summary == info.summary)
-                return false;
-            const ulk::LockGuard lock(m_rowMutex);
-            info.summary = std::move(summary);
-            return true;
-        }();
-        if (isChanged)
-            Q_EMIT dataChanged(index(row), index(row), {SummaryRole});
     }
 }
 
@@ -352,8 +231,7 @@ void TaskListModel::deleteTask(qulonglong id) {
     ULK_TRACE(Tracer(), ulk::level::Detail) << "Task " << id << " found, deleting.";
     try {
         const auto remote = application::AcquireRemoteServiceLocator();
-        const TaskInfo source = [&]() ULK_NO_ANALYSIS { return m_rows[static_cast<std::size_t>(row)].source; }();
-        ULK_CHECK_THROW(m_actions.DeleteTask(remote.Get(), source), "");
+        ULK_CHECK_THROW(m_actions.DeleteTask(remote.Get(), RowOnGuiThread(row).source), "");
         RemoveRow(row);
     } catch (const std::exception& e) {
         ULK_TRACE(Tracer(), ulk::level::Failure) << "cannot remove task: " << ExceptionText(e);
@@ -373,14 +251,6 @@ void TaskListModel::SetRollbackAvailable(bool available) {
         return;
     m_isRollbackAvailable = available;
     Q_EMIT isRollbackAvailableChanged(available);
-}
-
-int TaskListModel::FindRow(std::uint64_t id) const {
-    for (std::size_t row = 0; row < m_rows.size(); ++row) {
-        if (m_rows[row].taskId == id)
-            return static_cast<int>(row);
-    }
-    return -1;
 }
 
 } // namespace tfs::gui

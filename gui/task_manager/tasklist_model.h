@@ -13,6 +13,7 @@
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QTimer>
 #include <atomic>
+#include <optional>
 #include <vector>
 
 namespace tfs::gui {
@@ -120,12 +121,13 @@ private:
     result_t OnTaskProgressChanged(const Event& event);
     result_t OnAppSettingsChanged(const Event& event);
     bool IsTaskByType(const Event& event) const;
+    const TaskTypeSet& TypesOfMode() const { return m_scanTasksMode ? ScanTaskTypes() : UpdateTaskTypes(); }
     bool FetchRow(std::uint64_t id, OneTaskInfo& row, const tfs::types::TaskState::Type* state);
 
     // On the GUI thread.
     void SetTaskListInfo();
-    void LoadRows(ulk::IServiceLocator* remoteSl);
-    void UpdateRollbackInfo(ulk::IServiceLocator* remoteSl);
+    void LoadRows(std::optional<bool>& isRollbackAvailable);
+    static std::optional<bool> ReadRollbackInfo(ulk::IServiceLocator* remoteSl) noexcept;
     void DeleteTemporaryTasksInfo();
     void AddToTaskList();
     void AddTask(std::uint64_t id);
@@ -134,13 +136,14 @@ private:
     void DeleteOrReload(std::uint64_t id);
     void RefreshSummaries();
     void RunCommand(Command command, const std::string& idOrName, const char* failure) noexcept;
-    void ReplaceRow(int row, OneTaskInfo info) ULK_NO_ANALYSIS;
+    void ReplaceRow(int row, OneTaskInfo info);
     void RemoveRow(int row);
     void SetReportsAllowed(bool allowed);
     void SetRollbackAvailable(bool available);
     /// -1 where there is none.
     int FindRow(std::uint64_t id) const ULK_REQUIRES(m_rowMutex);
     int FindRowOnGuiThread(std::uint64_t id) const ULK_NO_ANALYSIS { return FindRow(id); }
+    const OneTaskInfo& RowOnGuiThread(int row) const ULK_NO_ANALYSIS { return m_rows[static_cast<std::size_t>(row)]; }
 
     QString m_pageHeader;
     QString m_runTaskButtonName;

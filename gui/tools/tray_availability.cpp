@@ -3,6 +3,7 @@
 #include <gui/tools/xembed_tray.h>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QLoggingCategory>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCallWatcher>
@@ -10,6 +11,7 @@
 #include <QtDBus/QDBusServiceWatcher>
 #include <QtDBus/QDBusVariant>
 #include <QtGui/QGuiApplication>
+#include <utility>
 
 namespace tfs::tools {
 namespace {
@@ -28,7 +30,13 @@ bool HasSessionBus() {
 
 } // namespace
 
-TrayAvailability::TrayAvailability(QObject* parent) : QObject(parent) {
+TrayAvailability::TrayAvailability(QObject* parent) : QObject(parent) {}
+
+TrayAvailability::~TrayAvailability() = default;
+
+void TrayAvailability::watch() {
+    if (std::exchange(m_watching, true))
+        return;
     if (HasSessionBus())
         WatchStatusNotifierHost();
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {
@@ -37,8 +45,6 @@ TrayAvailability::TrayAvailability(QObject* parent) : QObject(parent) {
         LookForXEmbedTray();
     }
 }
-
-TrayAvailability::~TrayAvailability() = default;
 
 void TrayAvailability::WatchStatusNotifierHost() {
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -68,6 +74,16 @@ void TrayAvailability::AskForStatusNotifierHost() {
 void TrayAvailability::LookForXEmbedTray() {
     if (HasXEmbedTray())
         SetAvailable();
+}
+
+void TrayAvailability::showQuietly(QObject* trayIcon) {
+    if (trayIcon == nullptr)
+        return;
+    QLoggingCategory& category = *QLoggingCategory::defaultCategory();
+    const bool warns = category.isWarningEnabled();
+    category.setEnabled(QtWarningMsg, false);
+    trayIcon->setProperty("visible", true);
+    category.setEnabled(QtWarningMsg, warns);
 }
 
 void TrayAvailability::onHostRegistered() { SetAvailable(); }

@@ -23,6 +23,14 @@ public:
     bool isAvailable() const { return m_available; }
     Q_SIGNAL void availableChanged(bool available);
 
+    /// Begins to look out. Connecting to the session bus and to the display once more takes its time, so that the shell
+    /// calls this behind its first frame. A second call does nothing.
+    Q_INVOKABLE void watch();
+
+    /// Makes a SystemTrayIcon visible. In a tray of X11 Qt shows an icon just before it hands on its picture and warns
+    /// of its own doing; the warning is left out. A null object is ignored.
+    Q_INVOKABLE static void showQuietly(QObject* trayIcon);
+
 private:
     void WatchStatusNotifierHost();
     void AskForStatusNotifierHost();
@@ -31,6 +39,7 @@ private:
     /// StatusNotifierHostRegistered of the watcher on the session bus.
     Q_SLOT void onHostRegistered();
 
+    bool m_watching = false;
     bool m_available = false;
     QTimer m_timer;
 };

@@ -54,6 +54,12 @@ public:
     result_t GetSchedule(const types::string16_t& taskName, tfs::TaskSchedule& schedule) override;
     result_t GetTaskInfo(const types::string16_t& idOrName, tfs::core::TaskInfo& task) override;
     result_t CreateScanTask(const tfs::ScanSettings& settings, tfs::core::TaskInfo& task) override;
+    result_t GetProgress(const types::string16_t& idOrName, tfs::TaskProgress& progress) override;
+    result_t GetTaskSettings(const types::string16_t& idOrName, tfs::settings::SettingsChangeList& settings) override;
+    result_t SetTaskSettings(const types::string16_t& idOrName, const tfs::settings::SettingsChangeList& changes,
+                             bool toDefault, types::vector_t<tfs::settings::ValidationMessage>& messages) override;
+    result_t SetSchedule(const types::string16_t& idOrName, const tfs::settings::SettingsChangeList& changes,
+                         bool toDefault, types::vector_t<tfs::settings::ValidationMessage>& messages) override;
 };
 
 class EventStorerProxy final : public Proxy<tfs::IEventStorer, tfs::wire::schema::EventStorer> {

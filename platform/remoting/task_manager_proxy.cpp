@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <platform/remoting/proxies.h>
+#include <wire/settings_records.h>
 #include <wire/task_records.h>
 #include <wire/text.h>
 
@@ -20,6 +21,21 @@ auto NamingTask(const string16_t& idOrName, MakeRequest makeRequest) {
         return request;
     };
 }
+
+/// The same with a change of the task's settings or schedule.
+template <class MakeRequest>
+auto ChangingTask(const string16_t& idOrName, const tfs::settings::SettingsChangeList& changes, bool toDefault,
+                  MakeRequest makeRequest) {
+    return [name = std::u16string(idOrName), changes = changes, toDefault, makeRequest](auto& client) {
+        auto request = makeRequest(client);
+        request.setTask(AsData(name));
+        tfs::wire::Write(changes, request.initChanges());
+        request.setToDefault(toDefault);
+        return request;
+    };
+}
+
+constexpr auto ReadMessages = [](auto& answer, auto& messages) { tfs::wire::ReadList(answer.getMessages(), messages); };
 
 } // namespace
 
@@ -105,6 +121,32 @@ result_t TaskManagerProxy::CreateScanTask(const tfs::ScanSettings& settings, tfs
             return request;
         },
         [](auto& answer, auto& record) { tfs::wire::Read(answer.getInfo(), record); });
+}
+
+result_t TaskManagerProxy::GetProgress(const string16_t& idOrName, tfs::TaskProgress& progress) {
+    return Call(progress, NamingTask(idOrName, [](auto& client) { return client.getProgressRequest(); }),
+                [](auto& answer, auto& record) { tfs::wire::Read(answer.getProgress(), record); });
+}
+
+result_t TaskManagerProxy::GetTaskSettings(const string16_t& idOrName, tfs::settings::SettingsChangeList& settings) {
+    return Call(settings, NamingTask(idOrName, [](auto& client) { return client.getTaskSettingsRequest(); }),
+                [](auto& answer, auto& record) { tfs::wire::Read(answer.getSettings(), record); });
+}
+
+result_t TaskManagerProxy::SetTaskSettings(const string16_t& idOrName, const tfs::settings::SettingsChangeList& changes,
+                                           bool toDefault,
+                                           types::vector_t<tfs::settings::ValidationMessage>& messages) {
+    return Call(
+        messages,
+        ChangingTask(idOrName, changes, toDefault, [](auto& client) { return client.setTaskSettingsRequest(); }),
+        ReadMessages, Payload::OfEveryCode);
+}
+
+result_t TaskManagerProxy::SetSchedule(const string16_t& idOrName, const tfs::settings::SettingsChangeList& changes,
+                                       bool toDefault, types::vector_t<tfs::settings::ValidationMessage>& messages) {
+    return Call(messages,
+                ChangingTask(idOrName, changes, toDefault, [](auto& client) { return client.setScheduleRequest(); }),
+                ReadMessages, Payload::OfEveryCode);
 }
 
 } // namespace ulk::remoting

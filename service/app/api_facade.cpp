@@ -11,6 +11,8 @@ result_t ApiFacade::GetAppInfo(AppInfo& appInfo) noexcept {
         appInfo.avBasesLoaded = state.loaded;
         appInfo.avBasesDate = FileTimeTicks(state.basesDate);
         appInfo.lastMyCompScanTime = m_tasks.LastFullScan();
+        appInfo.lastUpdateTime = FileTimeTicks(m_tasks.LastUpdate());
+        appInfo.isRollbackAvailable = m_bases.IsRollbackAvailable();
         appInfo.avRecordsCount = state.signatures;
         appInfo.applicationVersion = ulk::text::ToUtf16Lossy(TESL_VERSION);
         appInfo.engineVersion = ulk::text::ToUtf16Lossy(state.engineVersion);
@@ -42,7 +44,7 @@ result_t ApiFacade::IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks)
 }
 
 result_t ApiFacade::CanBeStarted(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
-    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, allowed); });
+    return Guarded([&] { return m_tasks.MayStart(caller, taskName, allowed); });
 }
 
 result_t ApiFacade::CanBeStopped(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
@@ -109,6 +111,15 @@ result_t ApiFacade::DeleteStatistic(const rpc::Caller& caller, const OxsStatisti
 result_t ApiFacade::CreateScanTask(const rpc::Caller& caller, const ScanSettings& scanSettings,
                                    core::TaskInfo& task) noexcept {
     return Guarded([&] { return m_tasks.CreateScanTask(caller, scanSettings, task); });
+}
+
+result_t ApiFacade::GetProgress(const std::u16string& idOrName, TaskProgress& progress) noexcept {
+    return Guarded([&] { return m_tasks.GetProgress(idOrName, progress); });
+}
+
+result_t ApiFacade::GetTaskSettings(const std::u16string& idOrName,
+                                    tfs::settings::SettingsChangeList& settings) noexcept {
+    return Guarded([&] { return m_tasks.GetSettings(idOrName, settings); });
 }
 
 } // namespace tfs::service::app

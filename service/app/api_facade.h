@@ -12,8 +12,9 @@ namespace tfs::service::app {
 /// Owned by the application object. Any thread; holds no state of its own.
 class ApiFacade final : public rpc::IServiceApi {
 public:
-    ApiFacade(const settings::SettingsStore& settings, const ScannerHost& scanner, tasks::TaskRegistry& tasks)
-        : m_settings(settings), m_scanner(scanner), m_tasks(tasks) {}
+    ApiFacade(const settings::SettingsStore& settings, const ScannerHost& scanner, const update::UpdateArea& bases,
+              tasks::TaskRegistry& tasks)
+        : m_settings(settings), m_scanner(scanner), m_bases(bases), m_tasks(tasks) {}
 
     result_t GetAppInfo(AppInfo& appInfo) noexcept override;
     result_t GetAppSettings(tfs::settings::AppSettings& appSettings) noexcept override;
@@ -35,10 +36,14 @@ public:
     result_t DeleteStatistic(const rpc::Caller& caller, const OxsStatistic& statistic) noexcept override;
     result_t CreateScanTask(const rpc::Caller& caller, const ScanSettings& scanSettings,
                             core::TaskInfo& task) noexcept override;
+    result_t GetProgress(const std::u16string& idOrName, TaskProgress& progress) noexcept override;
+    result_t GetTaskSettings(const std::u16string& idOrName,
+                             tfs::settings::SettingsChangeList& settings) noexcept override;
 
 private:
     const settings::SettingsStore& m_settings;
     const ScannerHost& m_scanner;
+    const update::UpdateArea& m_bases;
     tasks::TaskRegistry& m_tasks;
 };
 

@@ -18,6 +18,18 @@ result_t BlockingFacade::SetAppSettings(const rpc::Caller& caller, const tfs::se
     return m_settings.Apply(changes, acceptTsn, caller.uid, messages);
 }
 
+result_t BlockingFacade::SetTaskSettings(const rpc::Caller& caller, const std::u16string& idOrName,
+                                         const tfs::settings::SettingsChangeList& changes, bool toDefault,
+                                         std::vector<tfs::settings::ValidationMessage>& messages) noexcept {
+    return Guarded([&] { return m_tasks.SetSettings(caller, idOrName, changes, toDefault, messages); });
+}
+
+result_t BlockingFacade::SetSchedule(const rpc::Caller& caller, const std::u16string& idOrName,
+                                     const tfs::settings::SettingsChangeList& changes, bool toDefault,
+                                     std::vector<tfs::settings::ValidationMessage>& messages) noexcept {
+    return Guarded([&] { return m_tasks.SetSchedule(caller, idOrName, changes, toDefault, messages); });
+}
+
 result_t BlockingFacade::GetEventCount(const rpc::Caller& caller, std::uint64_t& count) noexcept {
     return ForReader(caller, [&] {
         count = m_events.Count();

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/app/bases_seeder.h>
 #include <service/app/scanner_host.h>
 
 #include <chrono>
@@ -32,16 +31,19 @@ Event MakeNotLoaded(const std::string& why) {
 
 } // namespace
 
-ScannerHost::ScannerHost(scan::ScannerConfig config, std::string seedBasesFolder, store::IEventPublisher& publisher,
+ScannerHost::ScannerHost(scan::ScannerConfig config, update::UpdateArea& bases, store::IEventPublisher& publisher,
                          ulk::Ptr<ulk::ITracer> tracer)
-    : m_seedBasesFolder(std::move(seedBasesFolder)), m_basesFolder(config.basesFolder), m_publisher(publisher),
-      m_tracer(tracer), m_scanner(std::move(config), std::move(tracer)) {}
+    : m_config(std::move(config)), m_bases(bases), m_publisher(publisher), m_tracer(std::move(tracer)) {}
 
 ScannerHost::~ScannerHost() { Stop(); }
 
 void ScannerHost::Start() {
-    m_scanner.SetStateChanged([this] { Refresh(); });
     m_loader = std::thread([this] { Load(); });
+}
+
+std::shared_ptr<scan::ScannerService> ScannerHost::Scanner() const {
+    const ulk::LockGuard lock(m_mutex);
+    return m_scanner;
 }
 
 void ScannerHost::Stop() noexcept {
@@ -50,27 +52,41 @@ void ScannerHost::Stop() noexcept {
         m_stopping = true;
     }
     m_changed.notify_all();
-    m_scanner.Stop();
+    if (const auto scanner = Scanner())
+        scanner->Stop();
     if (!m_loader.joinable())
         return;
     m_loader.join();
     // The loader may have begun to start it just then.
-    m_scanner.Stop();
-    m_scanner.SetStateChanged(nullptr);
+    const auto scanner = Scanner();
+    if (!scanner)
+        return;
+    scanner->Stop();
+    scanner->SetStateChanged(nullptr);
+}
+
+/// Null where the host stops.
+std::shared_ptr<scan::ScannerService> ScannerHost::OpenScanner() {
+    scan::ScannerConfig config = m_config;
+    std::string problem;
+    (void)m_bases.Open(config.basesFolder, problem);
+    if (!problem.empty()) {
+        ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "Signatures on disk: " << problem;
+    }
+    auto scanner = std::make_shared<scan::ScannerService>(std::move(config), m_tracer);
+    const ulk::LockGuard lock(m_mutex);
+    if (m_stopping)
+        return nullptr;
+    m_scanner = scanner;
+    return scanner;
 }
 
 void ScannerHost::Load() {
-    std::size_t copied = 0;
-    if (const result_t seeded = SeedBases(m_seedBasesFolder, m_basesFolder, copied); !ULK_SUCCEEDED(seeded)) {
-        ULK_TRACE(m_tracer.Get(), ulk::level::Failure)
-            << "Signatures can't be seeded in " << m_basesFolder << ": " << ulk::ResultText(seeded);
-    }
-    {
-        const ulk::LockGuard lock(m_mutex);
-        if (m_stopping)
-            return;
-    }
-    const result_t result = m_scanner.Start();
+    const auto scanner = OpenScanner();
+    if (!scanner)
+        return;
+    scanner->SetStateChanged([this] { Refresh(); });
+    const result_t result = scanner->Start();
     Refresh();
     std::optional<std::string> failure;
     {
@@ -88,8 +104,25 @@ void ScannerHost::Load() {
     m_publisher.Publish(MakeNotLoaded(*failure));
 }
 
+result_t ScannerHost::Replace(const std::string& folder, const std::function<bool()>& cancelled, std::string& why) {
+    {
+        ulk::LockGuard lock(m_mutex);
+        while (!m_startFinished && !m_stopping) {
+            lock.unlock();
+            const bool given = cancelled();
+            lock.lock();
+            if (given)
+                return ulk::eCancelled;
+            m_changed.wait_for(lock, CancelPoll);
+        }
+        if (m_stopping)
+            return ulk::eCancelled;
+    }
+    return Scanner()->Replace(folder, cancelled, why);
+}
+
 void ScannerHost::Refresh() {
-    scan::ScannerState state = m_scanner.State();
+    scan::ScannerState state = Scanner()->State();
     std::optional<Event> applied;
     {
         const ulk::LockGuard lock(m_mutex);
@@ -131,8 +164,18 @@ result_t ScannerHost::WaitUntilReady(const std::function<bool()>& cancelled, std
     }
 }
 
-std::unique_ptr<scan::IScanRun> ScannerHost::MakeRun(scan::ScanOptions options, scan::IScanObserver& observer) {
-    return scan::MakeScanRun(m_scanner, std::move(options), observer);
+std::unique_ptr<scan::IScanRun> ScannerHost::MakeRun(tasks::ScanKind kind, scan::ScanOptions options,
+                                                     scan::IScanObserver& observer) {
+    const auto scanner = Scanner();
+    switch (kind) {
+    case tasks::ScanKind::Memory:
+        return scan::MakeMemoryScanRun(*scanner, std::move(options), observer);
+    case tasks::ScanKind::BootRecords:
+        return scan::MakeBootScanRun(*scanner, std::move(options), observer);
+    case tasks::ScanKind::Files:
+        break;
+    }
+    return scan::MakeScanRun(*scanner, std::move(options), observer);
 }
 
 } // namespace tfs::service::app

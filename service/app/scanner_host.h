@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The service's one scanner: seeds its signatures, starts it beside the rest of the start up, tells what became of it.
+// The service's one scanner: opens its signatures, starts it beside the rest of the start up, tells what became of it.
 #pragma once
 
 #include <foundation/sync.h>
 #include <service/scan/scanner_service.h>
 #include <service/store/event_feed.h>
 #include <service/tasks/scan_engine.h>
+#include <service/update/bases_user.h>
+#include <service/update/update_area.h>
 
 #include <condition_variable>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -15,9 +18,10 @@ namespace tfs::service::app {
 
 /// Owned by the application object; outlives the task registry. All operations may be called from any thread, Start
 /// and Stop by the owner.
-class ScannerHost final : public tasks::IScanEngine {
+class ScannerHost final : public tasks::IScanEngine, public update::IBasesUser {
 public:
-    ScannerHost(scan::ScannerConfig config, std::string seedBasesFolder, store::IEventPublisher& publisher,
+    /// Which signatures are used is the business of `bases`, which outlives the host and is opened by it.
+    ScannerHost(scan::ScannerConfig config, update::UpdateArea& bases, store::IEventPublisher& publisher,
                 ulk::Ptr<ulk::ITracer> tracer);
     ~ScannerHost() override;
 
@@ -28,21 +32,26 @@ public:
     scan::ScannerState State() const;
 
     result_t WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) override;
-    std::unique_ptr<scan::IScanRun> MakeRun(scan::ScanOptions options, scan::IScanObserver& observer) override;
+    std::unique_ptr<scan::IScanRun> MakeRun(tasks::ScanKind kind, scan::ScanOptions options,
+                                            scan::IScanObserver& observer) override;
+    /// Waits for the signatures of the start first, whether they could be loaded or not.
+    result_t Replace(const std::string& folder, const std::function<bool()>& cancelled, std::string& why) override;
 
 private:
     void Load();
     void Refresh();
+    std::shared_ptr<scan::ScannerService> OpenScanner();
+    std::shared_ptr<scan::ScannerService> Scanner() const;
 
-    const std::string m_seedBasesFolder;
-    const std::string m_basesFolder;
+    const scan::ScannerConfig m_config;
+    update::UpdateArea& m_bases;
     store::IEventPublisher& m_publisher;
     const ulk::Ptr<ulk::ITracer> m_tracer;
-    scan::ScannerService m_scanner;
     std::thread m_loader;
 
     mutable ulk::Mutex m_mutex;
     std::condition_variable_any m_changed;
+    std::shared_ptr<scan::ScannerService> m_scanner ULK_GUARDED_BY(m_mutex); ///< null until signatures are opened
     scan::ScannerState m_state ULK_GUARDED_BY(m_mutex);
     bool m_startFinished ULK_GUARDED_BY(m_mutex) = false;
     bool m_stopping ULK_GUARDED_BY(m_mutex) = false;

@@ -52,8 +52,9 @@ void ServiceApp::LoadSettings() {
     settings::LoadedSettings loaded = settings::LoadSettings(m_paths.configuration);
     m_settingsProblem = loaded.problem;
     m_settings = std::make_unique<settings::SettingsStore>(
-        settings::SettingsStore::Options{m_paths.configuration, m_paths.statement}, std::move(loaded));
-    m_settings->SetPolicy(settings::ReadPolicyFolder(m_paths.policyFolder, PolicyOwner()));
+        settings::SettingsStore::Options{m_paths.configuration, m_paths.statement, m_tracer.Locator()},
+        std::move(loaded));
+    m_settings->SetPolicy(settings::ReadPolicyFolder(m_tracer.Locator().Get(), m_paths.policyFolder, PolicyOwner()));
     m_atStart = m_settings->Current();
 }
 
@@ -79,10 +80,14 @@ void ServiceApp::MakeAreas() {
     m_systemLog = std::make_unique<SystemLogForwarder>(
         m_feeds->Second(), m_options.systemLog ? m_options.systemLog : std::make_shared<SystemLog>());
     m_systemLog->SetEnabled(AtStart().useSyslog);
-    m_scanner = std::make_unique<ScannerHost>(DescribeScanner(), m_paths.seedBasesFolder, *m_events, m_tracer.Get());
-    m_tasks = std::make_unique<tasks::TaskRegistry>(DescribeTasks(), *m_scanner, *m_events, m_tracer.Get());
-    m_api = std::make_unique<ApiFacade>(*m_settings, *m_scanner, *m_tasks);
-    m_blockingApi = std::make_unique<BlockingFacade>(*m_settings, *m_events);
+    m_bases = std::make_unique<update::UpdateArea>(m_paths.basesFolder, m_paths.seedBasesFolder);
+    m_scanner = std::make_unique<ScannerHost>(DescribeScanner(), *m_bases, *m_events, m_tracer.Get());
+    m_tasks = std::make_unique<tasks::TaskRegistry>(DescribeTasks(), MakeFactories(), *m_events, m_tracer.Get());
+    m_clock = std::make_unique<tasks::SystemWallClock>();
+    m_scheduler = std::make_unique<tasks::Scheduler>(*m_clock, *m_tasks);
+    m_tasks->SetScheduleChanged([this] { m_scheduler->Wake(); });
+    m_api = std::make_unique<ApiFacade>(*m_settings, *m_scanner, *m_bases, *m_tasks);
+    m_blockingApi = std::make_unique<BlockingFacade>(*m_settings, *m_events, *m_tasks);
 }
 
 void ServiceApp::FollowSettings() {
@@ -94,7 +99,7 @@ void ServiceApp::FollowSettings() {
     }
     m_settings->Listen([this](const settings::SettingsChange& change) { m_effects->OnChange(change); });
     m_policy = std::make_unique<settings::PolicyWatcher>(
-        m_paths.policyFolder, PolicyOwner(), m_tracer.Get(),
+        m_paths.policyFolder, PolicyOwner(), m_tracer.Locator(),
         [this](const settings::Policy& policy) { m_effects->OnPolicy(policy); });
     m_policy->Start();
 }
@@ -127,7 +132,9 @@ result_t ServiceApp::Start(std::string& problem) {
         const result_t result = m_rpc->Start();
         problem = ULK_SUCCEEDED(result) ? noTrace
                                         : "can't serve " + m_paths.socket + ": " + std::string(ulk::ResultText(result));
-        if (!ULK_SUCCEEDED(result))
+        if (ULK_SUCCEEDED(result))
+            m_scheduler->Start();
+        else
             Stop();
         return result;
     } catch (const std::exception& e) {
@@ -153,7 +160,7 @@ rpc::RpcServerOptions ServiceApp::DescribeServer() {
 scan::ScannerConfig ServiceApp::DescribeScanner() const {
     scan::ScannerConfig config;
     config.program = m_paths.scannerProgram;
-    config.basesFolder = m_paths.basesFolder;
+    config.cacheFile = FolderOf(m_paths.taskStateFile) + "clean-files";
     config.maxWorkers = m_settings->AtStart().scannerWorkers;
     config.fileTimeLimitMs = m_settings->AtStart().fileTimeLimitSeconds * 1000;
     return config;
@@ -163,17 +170,36 @@ tasks::TaskRegistry::Options ServiceApp::DescribeTasks() const {
     tasks::TaskRegistry::Options options;
     options.stateFile = m_paths.taskStateFile;
     options.fullScanAreas = m_settings->AtStart().scanScope;
-    options.exclusions = m_settings->AtStart().scanExclusions;
-    // The signatures hold what they look for, and what the service keeps apart is not to be found again.
-    for (const std::string& own : {m_paths.basesFolder, m_paths.seedBasesFolder, m_paths.privateFolder})
-        options.exclusions.push_back(WithoutSlash(own));
     options.rules = RulesOf(*m_atStart);
     return options;
+}
+
+std::vector<std::string> ServiceApp::ScanExclusions() const {
+    std::vector<std::string> exclusions = m_settings->AtStart().scanExclusions;
+    // The signatures hold what they look for, and what the service keeps apart is not to be found again.
+    for (const std::string& own : {m_paths.basesFolder, m_paths.seedBasesFolder, m_paths.privateFolder})
+        exclusions.push_back(WithoutSlash(own));
+    return exclusions;
+}
+
+tasks::RunFactories ServiceApp::MakeFactories() {
+    m_scans = std::make_unique<tasks::ScanRunFactory>(*m_scanner, ScanExclusions());
+    m_updates = std::make_unique<update::UpdateRunFactory>(*m_bases, *m_scanner);
+    m_rollbacks = std::make_unique<update::RollbackRunFactory>(*m_bases, *m_scanner);
+    tasks::RunFactories factories{{task_type::ODS, m_scans.get()},
+                                  {task_type::BootScan, m_scans.get()},
+                                  {task_type::MemoryScan, m_scans.get()},
+                                  {task_type::Rollback, m_rollbacks.get()}};
+    if (::access(m_bases->Config().programs.freshclam.c_str(), X_OK) == 0)
+        factories.emplace(task_type::Update, m_updates.get());
+    return factories;
 }
 
 void ServiceApp::Stop() noexcept {
     if (m_policy)
         m_policy->Stop();
+    if (m_scheduler)
+        m_scheduler->Stop();
     if (m_tasks)
         m_tasks->Shutdown();
     if (m_events && m_rpc) {
@@ -196,8 +222,14 @@ void ServiceApp::Stop() noexcept {
     m_api.reset();
     if (m_scanner)
         m_scanner->Stop();
+    m_scheduler.reset();
+    m_clock.reset();
     m_tasks.reset();
+    m_rollbacks.reset();
+    m_updates.reset();
+    m_scans.reset();
     m_scanner.reset();
+    m_bases.reset();
     m_systemLog.reset();
     m_feeds.reset();
     if (m_events)

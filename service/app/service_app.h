@@ -15,12 +15,17 @@
 #include <service/settings/policy_watcher.h>
 #include <service/settings/settings_store.h>
 #include <service/store/event_bus.h>
+#include <service/tasks/scan_run_factory.h>
+#include <service/tasks/scheduler.h>
 #include <service/tasks/task_registry.h>
+#include <service/update/rollback_run.h>
+#include <service/update/update_run.h>
 
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tfs::service::app {
 
@@ -67,6 +72,8 @@ private:
     const tfs::settings::AppSettings& AtStart() const noexcept { return m_atStart->application; }
     scan::ScannerConfig DescribeScanner() const;
     tasks::TaskRegistry::Options DescribeTasks() const;
+    std::vector<std::string> ScanExclusions() const;
+    tasks::RunFactories MakeFactories();
 
     const ServicePaths m_paths;
     const ServiceOptions m_options;
@@ -79,8 +86,14 @@ private:
     std::unique_ptr<store::EventBus> m_events;
     std::unique_ptr<FeedTee> m_feeds;
     std::unique_ptr<SystemLogForwarder> m_systemLog;
+    std::unique_ptr<update::UpdateArea> m_bases;
     std::unique_ptr<ScannerHost> m_scanner;
+    std::unique_ptr<tasks::ScanRunFactory> m_scans;
+    std::unique_ptr<update::UpdateRunFactory> m_updates;
+    std::unique_ptr<update::RollbackRunFactory> m_rollbacks;
     std::unique_ptr<tasks::TaskRegistry> m_tasks;
+    std::unique_ptr<tasks::SystemWallClock> m_clock;
+    std::unique_ptr<tasks::Scheduler> m_scheduler;
     std::unique_ptr<ApiFacade> m_api;
     std::unique_ptr<BlockingFacade> m_blockingApi;
     std::unique_ptr<SettingsEffects> m_effects;

@@ -14,6 +14,29 @@ constexpr std::uint64_t MiB = 1024 * 1024;
 
 } // namespace
 
+/// Set once while there is one thread, read by all.
+class ServiceTracer::TracerLocator final : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ulk::IServiceLocator> {
+public:
+    void Set(ulk::Ptr<ulk::ITracer> tracer) noexcept { m_tracer = std::move(tracer); }
+
+    result_t GetInterface(ulk::iid_t iid, std::uint32_t, void** out) noexcept override {
+        *out = nullptr;
+        return m_tracer ? m_tracer->QueryInterface(iid, out) : ulk::eNotFound;
+    }
+
+private:
+    ulk::Ptr<ulk::ITracer> m_tracer;
+};
+
+ServiceTracer::ServiceTracer() : m_locator(ulk::Ptr<TracerLocator>::Adopt(new TracerLocator)) {}
+
+// What it hands out lives in the module, which goes now.
+ServiceTracer::~ServiceTracer() { m_locator->Set({}); }
+
+ulk::Ptr<ulk::IServiceLocator> ServiceTracer::Locator() const noexcept {
+    return ulk::Ptr<ulk::IServiceLocator>(m_locator.Get());
+}
+
 int TracerLevel(types::TraceLevel::Type level) noexcept {
     switch (level) {
     case types::TraceLevel::NotDetailed:
@@ -47,6 +70,7 @@ result_t ServiceTracer::Open(const std::string& libraryFolder, std::string& prob
     }
     m_configurator = ulk::Ptr<app_core::ITracerConfigurator>::Adopt(static_cast<app_core::ITracerConfigurator*>(made));
     m_tracer = std::move(tracer);
+    m_locator->Set(m_tracer);
     return result;
 }
 

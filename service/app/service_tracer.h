@@ -14,6 +14,11 @@ namespace tfs::service::app {
 /// Owns the module and the tracer in it; both go with it, so it outlives whoever traces.
 class ServiceTracer {
 public:
+    ServiceTracer();
+    ~ServiceTracer();
+    ServiceTracer(const ServiceTracer&) = delete;
+    ServiceTracer& operator=(const ServiceTracer&) = delete;
+
     /// On failure there is no tracer, `problem` says why, and the service goes on: it protects without a trace as
     /// well. The tracer is silent until it is configured.
     result_t Open(const std::string& libraryFolder, std::string& problem);
@@ -22,8 +27,13 @@ public:
     result_t Configure(const std::string& root, const tfs::settings::AppSettings& settings) noexcept;
     /// May be null.
     ulk::Ptr<ulk::ITracer> Get() const noexcept { return m_tracer; }
+    /// Has the tracer for those who look services up; nothing before Open, nor after the end of this object.
+    ulk::Ptr<ulk::IServiceLocator> Locator() const noexcept;
 
 private:
+    class TracerLocator;
+
+    const ulk::Ptr<TracerLocator> m_locator;
     ulk::Module m_module;
     ulk::Ptr<ulk::ITracer> m_tracer;
     ulk::Ptr<app_core::ITracerConfigurator> m_configurator;

@@ -29,9 +29,9 @@ std::string Describe(const settings::SettingsChange& change) {
     const settings::EffectiveSettings& before = *change.before;
     const settings::EffectiveSettings& after = *change.after;
     if (before.allowUserManageLocalTasks != after.allowUserManageLocalTasks)
-        Append(text, "AllowUserManageLocalTasks", types::ToString(after.allowUserManageLocalTasks));
+        Append(text, "AllowUserManageLocalTasks", types::ToSettingText(after.allowUserManageLocalTasks));
     if (before.allowUserManageGroupTasks != after.allowUserManageGroupTasks)
-        Append(text, "AllowUserManageGroupTasks", types::ToString(after.allowUserManageGroupTasks));
+        Append(text, "AllowUserManageGroupTasks", types::ToSettingText(after.allowUserManageGroupTasks));
     if (before.isUnderPolicy != after.isUnderPolicy || before.policyName != after.policyName)
         Append(text, "Policy", after.policyName);
     return text;

@@ -22,6 +22,14 @@ public:
                                     bool acceptTsn,
                                     std::vector<tfs::settings::ValidationMessage>& messages) noexcept = 0;
 
+    /// As ITfsTaskManager's; return when the change is stored.
+    virtual result_t SetTaskSettings(const Caller& caller, const std::u16string& idOrName,
+                                     const tfs::settings::SettingsChangeList& changes, bool toDefault,
+                                     std::vector<tfs::settings::ValidationMessage>& messages) noexcept = 0;
+    virtual result_t SetSchedule(const Caller& caller, const std::u16string& idOrName,
+                                 const tfs::settings::SettingsChangeList& changes, bool toDefault,
+                                 std::vector<tfs::settings::ValidationMessage>& messages) noexcept = 0;
+
     virtual result_t GetEventCount(const Caller& caller, std::uint64_t& count) noexcept = 0;
     virtual result_t GetOldestEvent(const Caller& caller, Event& event) noexcept = 0;
     virtual result_t GetEvent(const Caller& caller, Event::IdType id, Event& event) noexcept = 0;

@@ -3,12 +3,18 @@
 #include <service/rpc/event_subscription.h>
 #include <wire/results.h>
 
+#include <algorithm>
 #include <cassert>
 #include <memory>
 #include <new>
 #include <utility>
 
 namespace tfs::service::rpc {
+namespace {
+
+constexpr std::size_t PagesKept = 8;
+
+} // namespace
 
 EventHub::EventHub(store::IEventFeed& feed, wire::LoopQueue& queue, Worker& storeWorker, kj::Timer& timer,
                    ulk::ITracer* tracer)
@@ -62,30 +68,57 @@ void EventHub::WakeAll() {
         subscription->Wake();
 }
 
-kj::Promise<StoredPage> EventHub::ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit) {
+kj::Promise<SharedPage> EventHub::ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit) {
     AssertThread();
-    auto pair = kj::newPromiseAndFulfiller<StoredPage>();
-    const std::uint64_t id = m_nextRead++;
-    m_reads.emplace(id, kj::mv(pair.fulfiller));
+    if (SharedPage page = FindPage(afterId))
+        return page;
+    if (m_read != nullptr) {
+        // Its page may serve this one as well.
+        auto turn = kj::newPromiseAndFulfiller<void>();
+        m_waiting.push_back(kj::mv(turn.fulfiller));
+        return turn.promise.then([this, afterId, upToId, limit] { return ReadStored(afterId, upToId, limit); });
+    }
     // The worker may outlive the hub, so it touches only what outlives both; a function posted to a queue that has
     // closed is never run.
-    const bool posted = m_storeWorker.Post([this, &feed = m_feed, &queue = m_queue, id, afterId, upToId, limit] {
+    const bool posted = m_storeWorker.Post([this, &feed = m_feed, &queue = m_queue, afterId, upToId, limit] {
         auto page = std::make_shared<StoredPage>();
+        page->afterId = afterId;
         try {
             page->result = feed.ReadStored(afterId, upToId, limit, page->events);
         } catch (...) {
             page->result = wire::ResultFromCurrentException();
         }
-        queue.PostFunction([this, id, page] {
-            auto node = m_reads.extract(id);
-            node.mapped()->fulfill(std::move(*page));
-        });
+        queue.PostFunction([this, page] { FinishRead(page); });
     });
-    if (!posted) {
-        m_reads.erase(id);
-        return StoredPage{ulk::eNotReady, {}};
-    }
+    if (!posted)
+        return SharedPage(std::make_shared<const StoredPage>(StoredPage{ulk::eNotReady, afterId, {}}));
+    auto pair = kj::newPromiseAndFulfiller<SharedPage>();
+    m_read = kj::mv(pair.fulfiller);
     return kj::mv(pair.promise);
+}
+
+void EventHub::FinishRead(const SharedPage& page) {
+    AssertThread();
+    if (m_catchUps > 0 && ULK_SUCCEEDED(page->result) && !page->events.empty()) {
+        m_pages.push_back(page);
+        if (m_pages.size() > PagesKept)
+            m_pages.pop_front();
+    }
+    KJ_IF_MAYBE (read, m_read) {
+        auto fulfiller = kj::mv(*read);
+        m_read = nullptr;
+        fulfiller->fulfill(SharedPage(page));
+    }
+    auto waiting = std::exchange(m_waiting, {});
+    for (auto& fulfiller : waiting)
+        fulfiller->fulfill();
+}
+
+SharedPage EventHub::FindPage(Event::IdType afterId) const {
+    const auto found = std::find_if(m_pages.begin(), m_pages.end(), [afterId](const SharedPage& page) {
+        return page->afterId <= afterId && afterId < page->events.back().id;
+    });
+    return found == m_pages.end() ? nullptr : *found;
 }
 
 } // namespace tfs::service::rpc

@@ -9,9 +9,10 @@
 
 #include <atomic>
 #include <capnp/capability.h>
-#include <cstdint>
+#include <cstddef>
+#include <deque>
 #include <kj/async-io.h>
-#include <map>
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -19,12 +20,16 @@ namespace tfs::service::rpc {
 
 class EventSubscription;
 
+/// Events of the store that follow each other, ascending. What is on its way to subscribers is shared between them.
 struct StoredPage {
     result_t result = ulk::sOk;
+    Event::IdType afterId = 0; ///< the first event is the one behind it
     std::vector<Event> events;
 };
+using SharedPage = std::shared_ptr<const StoredPage>;
 
-/// On the loop's thread, but for the feed's wake-up; a debug build asserts it. Holds no events.
+/// On the loop's thread, but for the feed's wake-up; a debug build asserts it. Holds a few pages of stored events while
+/// subscribers catch up, else none.
 class EventHub final : private kj::TaskSet::ErrorHandler {
 public:
     EventHub(store::IEventFeed& feed, wire::LoopQueue& queue, Worker& storeWorker, kj::Timer& timer,
@@ -43,13 +48,32 @@ public:
     const store::IEventFeed& Feed() const noexcept { return m_feed; }
     kj::Timer& Timer() noexcept { return m_timer; }
     ulk::ITracer* Tracer() const noexcept { return m_tracer; }
-    /// Reads a page of stored events on the helper thread, since that touches the disk.
-    kj::Promise<StoredPage> ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit);
+    /// A page that has the event behind `afterId`, and may begin before it and end behind `upToId`; without events
+    /// where there is none up to `upToId`. Read on the helper thread, since that touches the disk, one page at a time,
+    /// unless another subscriber has lately asked for it.
+    kj::Promise<SharedPage> ReadStored(Event::IdType afterId, Event::IdType upToId, std::size_t limit);
+
+    /// Held by a subscription while it reads stored events. On the loop's thread.
+    class CatchUpScope {
+    public:
+        explicit CatchUpScope(EventHub& hub) noexcept : m_hub(hub) { ++m_hub.m_catchUps; }
+        ~CatchUpScope() {
+            if (--m_hub.m_catchUps == 0)
+                m_hub.m_pages.clear();
+        }
+        CatchUpScope(const CatchUpScope&) = delete;
+        CatchUpScope& operator=(const CatchUpScope&) = delete;
+
+    private:
+        EventHub& m_hub;
+    };
 
 private:
     void taskFailed(kj::Exception&& exception) override;
     void OnPublished() noexcept;
     void WakeAll();
+    void FinishRead(const SharedPage& page);
+    SharedPage FindPage(Event::IdType afterId) const;
 
     store::IEventFeed& m_feed;
     wire::LoopQueue& m_queue;
@@ -58,8 +82,10 @@ private:
     ulk::ITracer* const m_tracer;
     std::atomic<bool> m_wakePending{false};
     std::set<EventSubscription*> m_subscriptions;
-    std::uint64_t m_nextRead = 1;
-    std::map<std::uint64_t, kj::Own<kj::PromiseFulfiller<StoredPage>>> m_reads;
+    kj::Maybe<kj::Own<kj::PromiseFulfiller<SharedPage>>> m_read; ///< under way
+    std::vector<kj::Own<kj::PromiseFulfiller<void>>> m_waiting;  ///< for its end
+    std::size_t m_catchUps = 0;
+    std::deque<SharedPage> m_pages; ///< the newest ones
     kj::TaskSet m_partings;
 };
 

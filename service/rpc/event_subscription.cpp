@@ -6,6 +6,7 @@
 #include <wire/event_records.h>
 #include <wire/text.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace tfs::service::rpc {
@@ -44,6 +45,7 @@ void EventSubscription::End() {
     if (m_hasEnded)
         return;
     m_hasEnded = true;
+    m_catchUp.reset();
     m_context->hub.Remove(*this);
     m_context->subscriptions.erase(this);
     m_run = nullptr;
@@ -134,48 +136,52 @@ bool EventSubscription::WriteBatch(capnp::List<wire::schema::Event>::Builder lis
 
 kj::Promise<void> EventSubscription::CatchUp() {
     const store::FeedPosition end = m_context->hub.Feed().End();
-    return CatchUpTo(end.lastStoredId).then([this, end] { m_sequence = end.nextSequence; });
+    m_catchUp.emplace(m_context->hub);
+    return CatchUpTo(end.lastStoredId).then([this, end] {
+        m_catchUp.reset();
+        m_sequence = end.nextSequence;
+    });
 }
 
 kj::Promise<void> EventSubscription::CatchUpTo(Event::IdType lastId) {
     if (m_lastId >= lastId)
         return kj::READY_NOW;
     return m_context->hub.ReadStored(m_lastId, lastId, PageLimit)
-        .then([this, lastId](StoredPage page) -> kj::Promise<void> {
-            if (!ULK_SUCCEEDED(page.result) && ++m_failedReads < FailedReadsLimit)
+        .then([this, lastId](SharedPage page) -> kj::Promise<void> {
+            if (!ULK_SUCCEEDED(page->result) && ++m_failedReads < FailedReadsLimit)
                 return m_context->hub.Timer().afterDelay(1 * kj::SECONDS).then([this, lastId] {
                     return CatchUpTo(lastId);
                 });
-            if (!ULK_SUCCEEDED(page.result) || page.events.empty()) {
-                if (!ULK_SUCCEEDED(page.result)) {
+            if (!ULK_SUCCEEDED(page->result) || page->events.empty()) {
+                if (!ULK_SUCCEEDED(page->result)) {
                     ULK_TRACE(m_context->hub.Tracer(), ulk::level::Failure)
                         << "rpc: events are lost to a subscriber, the store can't be read: "
-                        << ulk::ResultText(page.result);
+                        << ulk::ResultText(page->result);
                 }
                 m_failedReads = 0;
                 m_lastId = lastId;
                 return kj::READY_NOW;
             }
             m_failedReads = 0;
-            return SendPage(std::make_shared<const std::vector<Event>>(std::move(page.events)), 0).then([this, lastId] {
-                return CatchUpTo(lastId);
-            });
+            const auto first = std::ranges::upper_bound(page->events, m_lastId, {}, &Event::id);
+            const auto from = static_cast<std::size_t>(first - page->events.begin());
+            return SendPage(std::move(page), from).then([this, lastId] { return CatchUpTo(lastId); });
         });
 }
 
-kj::Promise<void> EventSubscription::SendPage(std::shared_ptr<const std::vector<Event>> page, std::size_t from) {
+kj::Promise<void> EventSubscription::SendPage(SharedPage page, std::size_t from) {
     if (m_context->connection->IsCongested())
         return m_context->connection->OnWritten().then([this, page, from] { return SendPage(page, from); });
     std::size_t bytes = 0;
-    while (from < page->size() && bytes < BatchBytes) {
-        const Event& event = (*page)[from++];
+    while (from < page->events.size() && bytes < BatchBytes) {
+        const Event& event = page->events[from++];
         if (Take(event)) {
             m_batch.push_back(&event);
             bytes += wire::EstimateSize(event);
         }
     }
     auto sent = SendBatch(bytes);
-    if (from == page->size())
+    if (from == page->events.size())
         return sent;
     return sent.then([this, page, from] { return SendPage(page, from); });
 }

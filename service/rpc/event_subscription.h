@@ -3,6 +3,7 @@
 #pragma once
 
 #include <service/rpc/connection_context.h>
+#include <service/rpc/event_hub.h>
 #include <service/rpc/method.h>
 #include <service/store/event_feed.h>
 #include <wire/tesl.capnp.h>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <kj/async.h>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tfs::service::rpc {
@@ -41,7 +43,7 @@ private:
     kj::Promise<void> WaitForEvents();
     kj::Promise<void> CatchUp();
     kj::Promise<void> CatchUpTo(Event::IdType lastId);
-    kj::Promise<void> SendPage(std::shared_ptr<const std::vector<Event>> page, std::size_t from);
+    kj::Promise<void> SendPage(SharedPage page, std::size_t from);
     /// Notes that the event has been dealt with, and tells whether it is to be sent.
     bool Take(const Event& event);
     kj::Promise<void> SendBatch(std::size_t bytes);
@@ -54,6 +56,7 @@ private:
     std::uint64_t m_sequence = 0; ///< next to be read from the ring
     Event::IdType m_lastId = 0;   ///< newest stored event that was dealt with
     unsigned m_failedReads = 0;   ///< of the store, in a row
+    std::optional<EventHub::CatchUpScope> m_catchUp;
     std::vector<store::FeedItem> m_items;
     std::vector<const Event*> m_batch; ///< point into m_items or into the page being sent
     bool m_published = false;

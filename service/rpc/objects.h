@@ -69,7 +69,7 @@ private:
 class TaskManagerObject final : public ServiceObject {
 public:
     explicit TaskManagerObject(const std::shared_ptr<ConnectionContext>& context)
-        : ServiceObject(Methods(), context->caller), m_api(context->api) {}
+        : ServiceObject(Methods(), context->caller, context->blocking), m_api(context->api) {}
     static std::span<const Method> Methods() noexcept;
 
 private:
@@ -90,6 +90,9 @@ private:
     result_t GetTaskInfo(Schema::GetTaskInfoParams::Reader params, Schema::GetTaskInfoResults::Builder results);
     result_t CreateScanTask(Schema::CreateScanTaskParams::Reader params,
                             Schema::CreateScanTaskResults::Builder results);
+    result_t GetProgress(Schema::GetProgressParams::Reader params, Schema::GetProgressResults::Builder results);
+    result_t GetTaskSettings(Schema::GetTaskSettingsParams::Reader params,
+                             Schema::GetTaskSettingsResults::Builder results);
 
     IServiceApi& m_api;
 };

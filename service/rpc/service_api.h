@@ -48,6 +48,9 @@ public:
     virtual result_t DeleteStatistic(const Caller& caller, const OxsStatistic& statistic) noexcept = 0;
     virtual result_t CreateScanTask(const Caller& caller, const ScanSettings& settings,
                                     core::TaskInfo& task) noexcept = 0;
+    virtual result_t GetProgress(const std::u16string& idOrName, TaskProgress& progress) noexcept = 0;
+    virtual result_t GetTaskSettings(const std::u16string& idOrName,
+                                     tfs::settings::SettingsChangeList& settings) noexcept = 0;
 };
 
 } // namespace tfs::service::rpc

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Tasks: reads and the making of a custom scan for everybody, commands for those whom the task allows them.
 #include <service/rpc/objects.h>
+#include <wire/settings_records.h>
 #include <wire/task_records.h>
 #include <wire/text.h>
 
@@ -16,6 +17,37 @@ constexpr std::size_t AreasLimit = 4096;
 bool IsPlainPath(const std::string& path) {
     return !path.empty() && path.front() == '/' && path.size() < PATH_MAX && path.find('\0') == std::string::npos;
 }
+
+/// A change of a task's settings or schedule. `Change` is the operation of IBlockingApi.
+template <class ParamsOfMethod, class ResultsOfMethod, auto Change>
+struct ChangeTaskCall {
+    using Params = ParamsOfMethod;
+    using Results = ResultsOfMethod;
+
+    void Read(typename Params::Reader params) {
+        m_task = wire::ReadText(params.getTask());
+        wire::Read(params.getChanges(), m_changes);
+        m_toDefault = params.getToDefault();
+    }
+    result_t Run(IBlockingApi& api, const Caller& caller) {
+        return (api.*Change)(caller, m_task, m_changes, m_toDefault, m_messages);
+    }
+    void Write(result_t, typename Results::Builder results) const {
+        wire::WriteList(m_messages, results.initMessages(static_cast<capnp::uint>(m_messages.size())));
+    }
+
+private:
+    std::u16string m_task;
+    tfs::settings::SettingsChangeList m_changes;
+    bool m_toDefault = false;
+    std::vector<tfs::settings::ValidationMessage> m_messages;
+};
+
+using TaskManager = wire::schema::TaskManager;
+using SetTaskSettingsCall = ChangeTaskCall<TaskManager::SetTaskSettingsParams, TaskManager::SetTaskSettingsResults,
+                                           &IBlockingApi::SetTaskSettings>;
+using SetScheduleCall =
+    ChangeTaskCall<TaskManager::SetScheduleParams, TaskManager::SetScheduleResults, &IBlockingApi::SetSchedule>;
 
 } // namespace
 
@@ -35,6 +67,10 @@ std::span<const Method> TaskManagerObject::Methods() noexcept {
         Method::Of<Schema, &Object::GetSchedule>(10, "getSchedule", Privilege::Anyone),
         Method::Of<Schema, &Object::GetTaskInfo>(11, "getTaskInfo", Privilege::Anyone),
         Method::Of<Schema, &Object::CreateScanTask>(12, "createScanTask", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetProgress>(13, "getProgress", Privilege::Anyone),
+        Method::Of<Schema, &Object::GetTaskSettings>(14, "getTaskSettings", Privilege::Anyone),
+        Method::Blocking<Schema, SetTaskSettingsCall>(15, "setTaskSettings", Privilege::Owner),
+        Method::Blocking<Schema, SetScheduleCall>(16, "setSchedule", Privilege::Owner),
     };
     return Table;
 }
@@ -131,6 +167,24 @@ result_t TaskManagerObject::CreateScanTask(Schema::CreateScanTaskParams::Reader 
     const result_t result = m_api.CreateScanTask(GetCaller(), settings, task);
     if (ULK_SUCCEEDED(result))
         wire::Write(task, results.initInfo());
+    return result;
+}
+
+result_t TaskManagerObject::GetProgress(Schema::GetProgressParams::Reader params,
+                                        Schema::GetProgressResults::Builder results) {
+    TaskProgress progress;
+    const result_t result = m_api.GetProgress(wire::ReadText(params.getTask()), progress);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(progress, results.initProgress());
+    return result;
+}
+
+result_t TaskManagerObject::GetTaskSettings(Schema::GetTaskSettingsParams::Reader params,
+                                            Schema::GetTaskSettingsResults::Builder results) {
+    tfs::settings::SettingsChangeList settings;
+    const result_t result = m_api.GetTaskSettings(wire::ReadText(params.getTask()), settings);
+    if (ULK_SUCCEEDED(result))
+        wire::Write(settings, results.initSettings());
     return result;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Start, stop, the thread's loop, clients and the handing out of work.
+// Start, stop, state and the thread's loop.
 #include <service/scan/dispatcher.h>
 
 #include <algorithm>
@@ -17,7 +17,6 @@ constexpr std::uint32_t DefaultTimeLimitMs = 120000;
 /// How often deadlines are looked at while there is work.
 constexpr int TickMs = 100;
 constexpr int EndPatienceMs = 1000;
-constexpr std::size_t CacheCapacity = 500000;
 
 std::uint32_t TargetWorkers(const ScannerConfig& config) {
     const std::uint32_t processors = std::max(1u, std::thread::hardware_concurrency());
@@ -31,7 +30,10 @@ ScannerService::Impl::Impl(ScannerConfig config, ulk::Ptr<ulk::ITracer> tracer)
     : m_config(std::move(config)), m_targetWorkers(TargetWorkers(m_config)),
       m_fileTimeLimit(m_config.fileTimeLimitMs == 0 ? DefaultTimeLimitMs : m_config.fileTimeLimitMs),
       m_tracer(std::move(tracer)),
-      m_cache(CacheCapacity, m_config.settleSeconds == 0 ? CleanCache::SettleSeconds : m_config.settleSeconds) {}
+      m_cache(CleanCache::Capacity, m_config.settleSeconds == 0 ? CleanCache::SettleSeconds : m_config.settleSeconds,
+              MountWatch::RootDevice()),
+      m_keeper(m_config.cacheFile, MountWatch::RootDevice(), m_cache), m_load(m_targetWorkers),
+      m_parent(std::make_unique<ScannerParent>(0, m_config)) {}
 
 ScannerService::Impl::~Impl() { Stop(); }
 
@@ -39,10 +41,13 @@ result_t ScannerService::Impl::Start() {
     ulk::LockGuard threadLock(m_threadLock);
     {
         ulk::LockGuard lock(m_lock);
-        if (m_phase == Phase::Running && m_state.loaded)
+        if (m_parent->At() == Phase::Running && m_state.loaded)
             return ulk::sOk;
     }
     if (!m_thread.joinable()) {
+        if (const std::string problem = m_keeper.Start(); !problem.empty()) {
+            ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "scanner: no file is remembered as clean: " << problem;
+        }
         ulk::LockGuard lock(m_lock);
         m_poll.Reset(::epoll_create1(EPOLL_CLOEXEC));
         m_wake.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -51,19 +56,16 @@ result_t ScannerService::Impl::Start() {
         epoll_event event{EPOLLIN, {.u64 = WakeSource}};
         ::epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, m_wake.Get(), &event);
         m_stopping = false;
-        m_losses = 0;
-        StartParent();
+        StartParent(*m_parent);
         m_thread = std::thread([this] { Loop(); });
     } else {
         ulk::LockGuard lock(m_lock);
-        if (m_phase == Phase::Failed) {
-            m_losses = 0;
-            StartParent();
-        }
+        if (m_parent->At() == Phase::Failed)
+            StartParent(*m_parent);
         Wake();
     }
     ulk::LockGuard lock(m_lock);
-    while (!m_state.loaded && m_phase != Phase::Failed && !m_stopping)
+    while (!m_state.loaded && m_parent->At() != Phase::Failed && !m_stopping)
         m_changed.wait(lock);
     return m_state.loaded ? ulk::sOk : ulk::eNotReady;
 }
@@ -75,6 +77,7 @@ void ScannerService::Impl::Stop() noexcept {
         return;
     AskToStop(); // a start that came between has taken the first one back
     m_thread.join();
+    m_keeper.Stop();
     ulk::LockGuard lock(m_lock); // a run that ends now may be about to wake the loop
     m_poll.Reset();
     m_wake.Reset();
@@ -90,8 +93,7 @@ void ScannerService::Impl::AskToStop() noexcept {
 ScannerState ScannerService::Impl::State() const {
     ulk::LockGuard lock(m_lock);
     ScannerState state = m_state;
-    state.workers = static_cast<std::uint32_t>(
-        std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; }));
+    state.workers = CountReady(*m_parent, WorkerKind::Normal) + CountReady(*m_parent, WorkerKind::Low);
     return state;
 }
 
@@ -102,12 +104,17 @@ void ScannerService::Impl::SetStateChanged(std::function<void()> changed) {
 
 std::uint64_t ScannerService::Impl::BasesVersion() const {
     ulk::LockGuard lock(m_lock);
-    return m_basesVersion;
+    return m_parent->Set().version;
 }
 
 pid_t ScannerService::Impl::ParentProcess() const {
     ulk::LockGuard lock(m_lock);
-    return m_process.Pid();
+    return m_parent->Process();
+}
+
+pid_t ScannerService::Impl::NextParentProcess() const {
+    ulk::LockGuard lock(m_lock);
+    return m_next ? m_next->Process() : -1;
 }
 
 std::vector<pid_t> ScannerService::Impl::WorkerProcesses() const {
@@ -125,9 +132,11 @@ void ScannerService::Impl::Wake() noexcept {
 }
 
 int ScannerService::Impl::Timeout() const {
-    if (m_phase == Phase::Starting || m_phase == Phase::Waiting || m_spawning != 0 || !m_clients.empty())
+    const Phase phase = m_parent->At();
+    if (phase == Phase::Starting || phase == Phase::Waiting || m_parent->IsSpawning() || m_next || !m_leaving.empty() ||
+        !m_clients.empty())
         return TickMs;
-    if (m_phase != Phase::Running)
+    if (phase != Phase::Running)
         return -1;
     const bool quiet = std::all_of(m_workers.begin(), m_workers.end(), [](const auto& each) {
         return each.second.ready && each.second.inFlight.empty() && !each.second.killed;
@@ -140,8 +149,12 @@ void ScannerService::Impl::Loop() {
     ulk::LockGuard lock(m_lock);
     const int poll = m_poll.Get(); // closed only after this thread has ended
     while (!m_stopping) {
-        CheckDeadlines();
-        KeepWorkers();
+        CheckParents();
+        CheckWorkers();
+        LookAtLoad();
+        KeepWorkers(*m_parent);
+        if (m_next)
+            KeepWorkers(*m_next);
         RetireIdle();
         Dispatch();
         Calls calls = TakeCalls();
@@ -156,7 +169,7 @@ void ScannerService::Impl::Loop() {
                 std::uint64_t ignored = 0;
                 [[maybe_unused]] const ssize_t size = ::read(m_wake.Get(), &ignored, sizeof ignored);
             } else if ((source & 1) != 0) {
-                OnParent();
+                OnParent(source >> 1);
             } else {
                 OnWorker(source >> 1);
             }
@@ -164,10 +177,14 @@ void ScannerService::Impl::Loop() {
     }
     for (auto& [id, worker] : m_workers)
         for (Request& request : worker.inFlight)
-            Answer(request, {VerdictCode::Cancelled, {}, {}, {}});
+            Answer(request, {VerdictCode::Cancelled, {}, {}, {}, 0, true});
     m_workers.clear();
-    EndParent(EndPatienceMs);
-    m_phase = Phase::Stopped;
+    if (m_next)
+        DropNext("stopped");
+    m_parent->End(EndPatienceMs);
+    for (const auto& parent : m_leaving)
+        parent->End(EndPatienceMs);
+    m_leaving.clear();
     Unavailable("stopped");
     Calls calls = TakeCalls();
     lock.unlock();
@@ -208,103 +225,11 @@ void ScannerService::Impl::Unavailable(const std::string& error) {
     m_state.loaded = false;
     m_state.error = error;
     m_stateDirty = true;
-    const VerdictCode code = m_phase == Phase::Stopped ? VerdictCode::Cancelled : VerdictCode::EngineFailed;
+    const VerdictCode code = m_parent->At() == Phase::Stopped ? VerdictCode::Cancelled : VerdictCode::EngineFailed;
     for (auto& client : m_clients) {
         for (Request& request : client->queue)
-            Answer(request, {code, {}, {}, error});
+            Answer(request, {code, {}, {}, error, 0, true});
         client->queue.clear();
-    }
-}
-
-std::shared_ptr<ClientState> ScannerService::Impl::Attach(std::shared_ptr<IScanClient> client) {
-    ulk::LockGuard lock(m_lock);
-    if (m_phase == Phase::Stopped || m_phase == Phase::Failed || m_stopping)
-        return nullptr;
-    if (m_mounts.Changed())
-        m_cache.KeepOnly(MountWatch::RootDevice());
-    auto state = std::make_shared<ClientState>();
-    state->client = std::move(client);
-    m_clients.push_back(state);
-    Wake();
-    return state;
-}
-
-void ScannerService::Impl::Detach(const std::shared_ptr<ClientState>& client) {
-    std::deque<Request> dropped; // descriptors are closed without the lock
-    ulk::LockGuard lock(m_lock);
-    std::erase(m_clients, client);
-    dropped.swap(client->queue);
-    const auto now = Clock::now();
-    for (auto& [id, worker] : m_workers) {
-        for (Request& request : worker.inFlight) {
-            if (request.client != client)
-                continue;
-            request.client.reset();
-            request.cancelledAt = now;
-            worker.Cancel(request);
-            if (worker.held && &request == worker.Head())
-                worker.Kill();
-        }
-    }
-    Wake();
-}
-
-void ScannerService::Impl::SetPaused(const std::shared_ptr<ClientState>& client, bool paused) {
-    ulk::LockGuard lock(m_lock);
-    if (client->paused == paused)
-        return;
-    client->paused = paused;
-    const auto now = Clock::now();
-    client->pausedAt = now;
-    if (!paused)
-        for (auto& [id, worker] : m_workers)
-            if (worker.held && worker.Head() != nullptr && worker.Head()->client == client)
-                worker.GoOn(now);
-    Wake();
-}
-
-bool ScannerService::Impl::Submit(const std::shared_ptr<ClientState>& client, FileJob&& job) {
-    ulk::LockGuard lock(m_lock);
-    if (m_phase == Phase::Stopped || m_phase == Phase::Failed || m_stopping)
-        return false;
-    Request request;
-    request.id = m_nextRequest++;
-    request.job = std::move(job);
-    request.client = client;
-    client->queue.push_back(std::move(request));
-    Dispatch();
-    return true;
-}
-
-WorkerSlot* ScannerService::Impl::FreeWorker() {
-    WorkerSlot* best = nullptr;
-    for (auto& [id, worker] : m_workers)
-        if (worker.TakesWork() && (best == nullptr || worker.inFlight.size() < best->inFlight.size()))
-            best = &worker;
-    return best;
-}
-
-void ScannerService::Impl::Dispatch() {
-    if (m_phase != Phase::Running || m_clients.empty())
-        return;
-    const auto now = Clock::now();
-    std::size_t idle = 0; // clients in a row that had nothing to give
-    while (idle < m_clients.size()) {
-        WorkerSlot* worker = FreeWorker();
-        if (worker == nullptr)
-            return;
-        ClientState& client = *m_clients[m_nextClient++ % m_clients.size()];
-        if (client.paused || client.queue.empty()) {
-            ++idle;
-            continue;
-        }
-        idle = 0;
-        if (!worker->Give(client.queue.front(), now))
-            return; // its end is noticed by the loop
-        client.queue.pop_front();
-        const std::uint32_t limit = m_config.filesPerWorker == 0 ? 10000 : m_config.filesPerWorker;
-        if (++worker->files >= limit)
-            worker->retiring = true;
     }
 }
 

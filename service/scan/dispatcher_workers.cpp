@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The dispatcher's dealings with the scanner's processes: start, loss, replacement, deadlines.
+// The dispatcher's dealings with workers: their messages, loss, replacement, deadlines.
 #include <service/scan/dispatcher.h>
 
 #include <algorithm>
@@ -13,142 +13,24 @@ using namespace std::chrono_literals;
 using scanner::Message;
 using scanner::MessageKind;
 
-constexpr std::uint64_t ParentSource = 1;
 constexpr unsigned MostAttempts = 2;
-constexpr unsigned MostParentLosses = 20;
-constexpr unsigned MostLosses = 8;
-constexpr unsigned MostSpawnFailures = 8;
 constexpr std::size_t MostHeldOfTarget = 2;
 constexpr int MessagesAtOnce = 64;
-constexpr auto LoadDeadline = 300s;
-constexpr auto SpawnDeadline = 5s;
 constexpr auto ReadyDeadline = 5s;
 constexpr auto KillDeadline = 2s;
-constexpr auto LeastBackOff = 50ms;
-constexpr auto MostBackOff = 1000ms;
 /// How long a cancelled or paused file may go on before its worker is killed or stopped.
 constexpr auto Patience = 250ms;
 
-std::string Printable(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) >= 0x7F)
-            c = '?';
-    return result;
-}
-
 } // namespace
 
-void ScannerService::Impl::StartParent() {
-    m_phase = Phase::Starting;
-    m_phaseSince = Clock::now();
-    m_spawning = 0;
-    m_spawnFailures = 0;
-    m_spawnNotBefore = {};
-    const std::string error = m_process.Start(m_config);
-    if (!error.empty()) {
-        ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << error;
-        m_phase = Phase::Failed;
-        return Unavailable(error);
-    }
-    epoll_event event{EPOLLIN, {.u64 = ParentSource}};
-    ::epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, m_process.Control(), &event);
-}
-
-void ScannerService::Impl::EndParent(int patienceMs) {
-    m_process.End(patienceMs); // its socket leaves the poll set by being closed
-}
-
-void ScannerService::Impl::OnParent() {
-    if (m_phase != Phase::Starting && m_phase != Phase::Running)
-        return;
-    scanner::Received received;
-    switch (scanner::Receive(m_process.Control(), received, MSG_DONTWAIT)) {
-    case scanner::ReceiveResult::Nothing:
-        return;
-    case scanner::ReceiveResult::Message:
-        break;
-    default:
-        return LoseParent("its socket closed");
-    }
-    const Message& message = received.message;
-    switch (message.kind) {
-    case MessageKind::Loaded:
-        return OnLoaded(message);
-    case MessageKind::LoadFailed:
-        ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner: " << Printable(message.first);
-        EndParent(1000);
-        m_phase = Phase::Failed;
-        return Unavailable(Printable(message.first));
-    case MessageKind::WorkerStarted:
-        return OnWorkerStarted(received);
-    case MessageKind::WorkerFailed:
-        m_spawning -= m_spawning != 0 ? 1 : 0;
-        return NoteSpawnFailure(Printable(message.first).c_str());
-    case MessageKind::WorkerEnded:
-        if (message.code != 0 && message.code != SIGKILL) { // which is how we end them
-            ULK_TRACE(m_tracer.Get(), ulk::level::Notable)
-                << "scanner: worker " << message.id << " ended, status " << message.code;
-        }
-        return;
-    default:
-        return LoseParent("it sent what it never sends");
-    }
-}
-
-void ScannerService::Impl::OnLoaded(const Message& message) {
-    if (message.code != scanner::ProtocolVersion) {
-        EndParent(0);
-        m_phase = Phase::Failed;
-        return Unavailable("the scanner is of another version");
-    }
-    m_phase = Phase::Running;
-    m_phaseSince = Clock::now();
-    m_losses = 0;
-    m_basesVersion = message.id;
-    m_state.signatures = message.value;
-    m_state.basesDate = message.time;
-    m_state.engineVersion = Printable(message.first);
-    m_state.sandbox = Printable(message.second);
-    ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "scanner: " << m_state.signatures << " signatures, engine "
-                                                   << m_state.engineVersion << ", " << m_state.sandbox;
-}
-
-void ScannerService::Impl::LoseParent(const char* why) {
-    ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner lost: " << why;
-    const auto now = Clock::now();
-    const bool lived = m_phase == Phase::Running && now - m_phaseSince > 10s;
-    EndParent(0);
-    // The workers die with their parent. What they had in hand goes back, the oldest in front.
-    std::map<std::uint64_t, WorkerSlot> lost;
-    lost.swap(m_workers);
-    for (auto& [id, worker] : lost) {
-        for (auto request = worker.inFlight.rbegin(); request != worker.inFlight.rend(); ++request) {
-            if (++request->parentLosses > MostParentLosses)
-                Answer(*request, {VerdictCode::EngineFailed, {}, {}, "the scanner was lost again and again"});
-            else
-                GiveBack(std::move(*request));
-        }
-    }
-    m_stateDirty = true;
-    if (++m_losses > MostLosses) {
-        m_phase = Phase::Failed;
-        return Unavailable("the scanner ends before its signatures are loaded");
-    }
-    m_backOff = lived ? std::chrono::milliseconds(LeastBackOff)
-                      : std::clamp<std::chrono::milliseconds>(2 * m_backOff, LeastBackOff, MostBackOff);
-    m_phase = Phase::Waiting;
-    m_restartAt = now + m_backOff;
-}
-
-void ScannerService::Impl::OnWorkerStarted(scanner::Received& received) {
-    m_spawning -= m_spawning != 0 ? 1 : 0;
+void ScannerService::Impl::OnWorkerStarted(ScannerParent& parent, scanner::Received& received) {
+    WorkerOrigin origin{parent.Number(), parent.Set().version, WorkerKind::Normal};
     const std::uint64_t id = received.message.id;
-    if (!received.descriptors[0] || !received.descriptors[1] || m_workers.contains(id))
-        return NoteSpawnFailure("descriptors are missing");
+    if (!parent.TakeAsked(id, origin.kind) || !received.descriptors[0] || !received.descriptors[1])
+        return NoteSpawnFailure(parent, "descriptors are missing, or nobody asked for it");
     const auto [slot, made] =
-        m_workers.try_emplace(id, id, static_cast<pid_t>(received.message.code), std::move(received.descriptors[0]),
-                              std::move(received.descriptors[1]));
+        m_workers.try_emplace(id, id, origin, static_cast<pid_t>(received.message.code),
+                              std::move(received.descriptors[0]), std::move(received.descriptors[1]));
     epoll_event event{EPOLLIN, {.u64 = id << 1}};
     ::epoll_ctl(m_poll.Get(), EPOLL_CTL_ADD, slot->second.Channel(), &event);
 }
@@ -183,8 +65,9 @@ bool ScannerService::Impl::OnWorkerMessage(WorkerSlot& worker, const Message& me
         if (worker.ready)
             return false;
         worker.ready = true;
-        m_spawnFailures = 0;
-        if (!m_state.loaded) {
+        if (ScannerParent* parent = FindParent(worker.Origin().parent))
+            parent->NoteWorkerReady();
+        if (!m_state.loaded && worker.Origin().parent == m_parent->Number()) {
             m_state.loaded = true;
             m_state.error.clear();
             m_stateDirty = true;
@@ -217,7 +100,8 @@ bool ScannerService::Impl::OnVerdict(WorkerSlot& worker, const Message& message)
         request.held = false;
         GiveBack(std::move(request));
     } else {
-        Answer(request, {code, Printable(message.first), std::string(message.second), Printable(message.third)});
+        Answer(request, {code, Printable(message.first), std::string(message.second), Printable(message.third),
+                         worker.Origin().basesVersion});
     }
     return true;
 }
@@ -235,8 +119,9 @@ void ScannerService::Impl::LoseWorker(std::uint64_t id) {
     if (node.empty())
         return;
     WorkerSlot& worker = node.mapped();
-    if (!worker.ready)
-        NoteSpawnFailure("a worker ended before it was ready");
+    ScannerParent* parent = FindParent(worker.Origin().parent);
+    if (!worker.ready && !worker.retiring && parent != nullptr)
+        NoteSpawnFailure(*parent, "a worker ended before it was ready");
     std::deque<Request>& inFlight = worker.inFlight;
     for (std::size_t i = inFlight.size(); i-- > 1;)
         GiveBack(std::move(inFlight[i]));
@@ -251,14 +136,8 @@ void ScannerService::Impl::LoseWorker(std::uint64_t id) {
         Answer(head, {VerdictCode::EngineFailed, {}, {}, "the scanning process ended twice over this file"});
 }
 
-void ScannerService::Impl::CheckDeadlines() {
+void ScannerService::Impl::CheckWorkers() {
     const auto now = Clock::now();
-    if (m_phase == Phase::Waiting && now >= m_restartAt)
-        StartParent();
-    else if (m_phase == Phase::Starting && now - m_phaseSince > LoadDeadline)
-        LoseParent("the signatures took too long to load");
-    else if (m_phase == Phase::Running && m_spawning != 0 && now - m_spawnAskedAt > SpawnDeadline)
-        LoseParent("it doesn't answer");
     std::vector<std::uint64_t> undead; // killed, but held in the kernel by what they read from
     for (auto& [id, worker] : m_workers) {
         CheckWorker(worker, now);
@@ -283,19 +162,26 @@ void ScannerService::Impl::CheckWorker(WorkerSlot& worker, Clock::time_point now
     } else if (head->client->paused) {
         if (now - std::max(head->client->pausedAt, worker.headSince) > Patience)
             HoldWorker(worker, now);
-    } else if (const auto grace = std::clamp<std::chrono::milliseconds>(m_fileTimeLimit / 2, 500ms, 10000ms);
-               now - worker.headSince > m_fileTimeLimit + grace) {
+    } else if (now - worker.headSince > TimeFor(worker, head->job)) {
         ULK_TRACE(m_tracer.Get(), ulk::level::Notable) << "scanner: worker " << worker.Id() << " is over its time";
         worker.overTime = true;
         worker.Kill();
     }
 }
 
+/// The file's time and some grace, in which the engine gives up by itself.
+std::chrono::milliseconds ScannerService::Impl::TimeFor(const WorkerSlot& worker, const FileJob& job) const {
+    const std::chrono::milliseconds asked{job.limits.timeLimitMs};
+    const auto most = m_fileTimeLimit * (worker.Origin().kind == WorkerKind::Low ? scanner::LowTimeFactor : 1);
+    const auto limit = asked.count() == 0 ? most : std::min<std::chrono::milliseconds>(asked, most);
+    return limit + std::clamp<std::chrono::milliseconds>(limit / 2, 500ms, 10000ms);
+}
+
 /// Stopped processes keep their memory, so there are only so many; beyond that a paused file begins anew later.
 void ScannerService::Impl::HoldWorker(WorkerSlot& worker, Clock::time_point now) {
     const auto held =
         std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.held; });
-    if (static_cast<std::size_t>(held) >= MostHeldOfTarget * m_targetWorkers) {
+    if (worker.retiring || static_cast<std::size_t>(held) >= MostHeldOfTarget * m_targetWorkers) {
         worker.takenBack = true;
         return worker.Kill();
     }
@@ -317,46 +203,73 @@ void ScannerService::Impl::TakeBackBehind(WorkerSlot& worker) {
     }
 }
 
-void ScannerService::Impl::KeepWorkers() {
-    if (m_phase != Phase::Running || Clock::now() < m_spawnNotBefore)
-        return;
-    const auto working =
-        static_cast<std::uint32_t>(std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) {
-            return !each.second.retiring && !each.second.held && !each.second.killed;
-        }));
-    for (std::uint32_t have = working + m_spawning; have < m_targetWorkers; ++have) {
-        if (scanner::Send(m_process.Control(), {.kind = MessageKind::Spawn, .id = m_nextWorker}, {}, MSG_DONTWAIT) != 0)
-            return; // full or closed; the loop comes by again
-        ++m_nextWorker;
-        ++m_spawning;
-        m_spawnAskedAt = Clock::now();
-    }
+std::uint32_t ScannerService::Impl::Target(const ScannerParent& parent, WorkerKind kind) const {
+    if (&parent != m_parent.get() && &parent != m_next.get())
+        return 0;
+    if (kind == WorkerKind::Normal)
+        return m_targetWorkers;
+    return &parent == m_parent.get() && HasLowClients() ? m_load.Allowed() : 0;
 }
 
-void ScannerService::Impl::NoteSpawnFailure(const char* why) {
-    ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner: no worker: " << why;
-    m_spawnNotBefore =
-        Clock::now() + std::min<std::chrono::milliseconds>(10ms * (1 << std::min(m_spawnFailures, 8u)), MostBackOff);
-    const bool none =
-        std::none_of(m_workers.begin(), m_workers.end(), [](const auto& each) { return each.second.ready; });
-    if (++m_spawnFailures < MostSpawnFailures || !none)
-        return;
-    m_workers.clear();
-    EndParent(0);
-    m_phase = Phase::Failed;
-    Unavailable(std::string("the scanner's workers can't be started: ") + why);
+bool ScannerService::Impl::HasLowClients() const {
+    return std::any_of(m_clients.begin(), m_clients.end(),
+                       [](const auto& client) { return client->kind == WorkerKind::Low; });
 }
 
-/// Lets go workers that had their share of files, or that are too many after a pause.
-void ScannerService::Impl::RetireIdle() {
-    auto working = static_cast<std::size_t>(std::count_if(m_workers.begin(), m_workers.end(), [](const auto& each) {
-        return !each.second.retiring && !each.second.held;
+void ScannerService::Impl::LookAtLoad() {
+    const auto now = Clock::now();
+    if (!m_load.IsDue(now) || !HasLowClients())
+        return;
+    std::vector<pid_t> own;
+    for (const auto& [id, worker] : m_workers)
+        if (worker.Origin().kind == WorkerKind::Low)
+            own.push_back(worker.Pid());
+    m_load.Look(now, own);
+}
+
+/// Those that can take work now or soon.
+std::uint32_t ScannerService::Impl::CountWorkers(const ScannerParent& parent, WorkerKind kind) const {
+    return static_cast<std::uint32_t>(std::count_if(m_workers.begin(), m_workers.end(), [&](const auto& each) {
+        const WorkerSlot& worker = each.second;
+        return worker.Origin().parent == parent.Number() && worker.Origin().kind == kind && worker.Serves();
     }));
-    for (auto& [id, worker] : m_workers)
-        if (working > m_targetWorkers && worker.ready && !worker.retiring && !worker.held && worker.inFlight.empty()) {
-            worker.retiring = true;
-            --working;
+}
+
+std::uint32_t ScannerService::Impl::CountReady(const ScannerParent& parent, WorkerKind kind) const {
+    return static_cast<std::uint32_t>(std::count_if(m_workers.begin(), m_workers.end(), [&](const auto& each) {
+        return each.second.Origin().parent == parent.Number() && each.second.Origin().kind == kind && each.second.ready;
+    }));
+}
+
+void ScannerService::Impl::KeepWorkers(ScannerParent& parent) {
+    const auto now = Clock::now();
+    for (const WorkerKind kind : {WorkerKind::Normal, WorkerKind::Low})
+        for (std::uint32_t have = CountWorkers(parent, kind) + parent.Spawning(kind); have < Target(parent, kind);
+             ++have) {
+            if (!parent.Spawn(m_nextWorker, kind, now))
+                return;
+            ++m_nextWorker;
         }
+}
+
+void ScannerService::Impl::NoteSpawnFailure(ScannerParent& parent, const std::string& why) {
+    ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "scanner: no worker: " << why;
+    const bool none = CountReady(parent, WorkerKind::Normal) + CountReady(parent, WorkerKind::Low) == 0;
+    if (parent.NoteSpawnFailure(Clock::now()) && none)
+        FailParent(parent, "the scanner's workers can't be started: " + why);
+}
+
+/// Lets go workers that had their share of files, or that are too many.
+void ScannerService::Impl::RetireIdle() {
+    for (const WorkerKind kind : {WorkerKind::Normal, WorkerKind::Low}) {
+        std::uint32_t working = CountWorkers(*m_parent, kind);
+        for (auto& [id, worker] : m_workers)
+            if (working > Target(*m_parent, kind) && worker.Origin().parent == m_parent->Number() &&
+                worker.Origin().kind == kind && worker.ready && worker.Serves() && worker.inFlight.empty()) {
+                worker.retiring = true;
+                --working;
+            }
+    }
     std::erase_if(m_workers, [](const auto& each) {
         return each.second.retiring && each.second.inFlight.empty() && !each.second.held;
     });

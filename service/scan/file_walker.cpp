@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/scan/file_walker.h>
+#include <service/scan/path_order.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <system_error>
 
@@ -15,6 +15,8 @@ using scanner::Descriptor;
 constexpr std::size_t EntryBuffer = 64 * 1024;
 /// Descriptors that the walk holds at most; folders further up are opened again on the way back.
 constexpr std::size_t OpenLevels = 48;
+/// Names that the walk holds at most, over all levels.
+constexpr std::size_t MostNameMemory = std::size_t{4} << 20;
 /// What one system call takes as a path, with room to spare.
 constexpr std::size_t PathPiece = 3000;
 constexpr int FolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -24,17 +26,6 @@ std::string ErrorText(int error) { return std::generic_category().message(error)
 int OpenFolder(int parent, const char* name) {
     const int folder = ::openat(parent, name, FolderFlags | O_NOATIME);
     return folder < 0 && errno == EPERM ? ::openat(parent, name, FolderFlags) : folder;
-}
-
-/// Without doubled and closing slashes.
-std::string Normalised(const std::string& path) {
-    std::string result;
-    for (const char c : path)
-        if (c != '/' || result.empty() || result.back() != '/')
-            result += c;
-    if (result.size() > 1 && result.back() == '/')
-        result.pop_back();
-    return result;
 }
 
 /// Opens the folder that holds the last part of an absolute path of any length, and names that part. Folders on the
@@ -62,60 +53,84 @@ Descriptor OpenParent(const std::string& path, std::string& name) {
 
 } // namespace
 
-FileWalker::FileWalker(std::vector<std::string> excludedPaths, bool crossFileSystems, IWalkVisitor& visitor)
-    : m_crossFileSystems(crossFileSystems), m_visitor(visitor), m_entries(EntryBuffer) {
-    for (const std::string& path : excludedPaths)
-        m_excluded.insert(Normalised(path));
-}
-
-bool FileWalker::IsExcluded(const std::string& path) const { return !m_excluded.empty() && m_excluded.contains(path); }
+FileWalker::FileWalker(Exclusions exclusions, bool crossFileSystems, IWalkVisitor& visitor)
+    : m_exclusions(std::move(exclusions)), m_crossFileSystems(crossFileSystems), m_visitor(visitor),
+      m_entries(EntryBuffer) {}
 
 void FileWalker::Unreadable(int error) { m_visitor.OnUnreadable(m_path, error, ErrorText(error)); }
 
-void FileWalker::Walk(const std::string& area) {
-    if (area.empty() || area.front() != '/' || area.find('\0') != std::string::npos)
-        return m_visitor.OnUnreadable(area, 0, "not an absolute path");
-    m_path = Normalised(area);
-    std::string above;
-    for (const char c : m_path) { // an area may lie inside an excluded tree
-        if (c == '/' && IsExcluded(above.empty() ? std::string(1, '/') : above))
-            return;
-        above += c;
+void FileWalker::Walk(const std::vector<std::string>& areas, const std::string& goOnBehind) {
+    m_behind = goOnBehind;
+    for (const std::string& area : areas) {
+        if (!area.empty() && area.front() == '/' && area.find('\0') == std::string::npos)
+            m_areas.push_back(NormalisedPath(area));
+        else if (m_behind.empty())
+            m_visitor.OnUnreadable(area, 0, "not an absolute path");
     }
-    if (IsExcluded(m_path))
+    std::sort(m_areas.begin(), m_areas.end(),
+              [](const std::string& a, const std::string& b) { return ComparePaths(a, b) < 0; });
+    m_areas.erase(std::unique(m_areas.begin(), m_areas.end()), m_areas.end());
+    while (m_visitor.GoOn() && (!m_levels.empty() || m_nextArea < m_areas.size()))
+        m_levels.empty() ? BeginArea() : Step();
+    m_levels.clear();
+}
+
+/// May leave a level more to be walked.
+void FileWalker::BeginArea() {
+    m_path = m_areas[m_nextArea++];
+    const bool holdsMark = IsInside(m_behind, m_path);
+    if (!m_behind.empty() && !holdsMark && ComparePaths(m_path, m_behind) < 0)
+        return;
+    if (m_exclusions.ExcludesAnyOf(m_path)) // an area may lie inside an excluded tree
         return;
     std::string name;
     const Descriptor parent = OpenParent(m_path, name);
     struct stat status {};
     if (!parent || ::fstatat(parent.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0)
         return Unreadable(errno);
-    if (S_ISREG(status.st_mode)) {
-        const FileSystemKind kind = m_fileSystems.KindOf(status.st_dev, parent.Get());
-        if (kind == FileSystemKind::Virtual)
-            return m_visitor.OnUnreadable(m_path, 0, "not a file on a disk");
-        return m_visitor.OnFile({parent.Get(), name.c_str(), m_path, status, kind});
-    }
-    if (!S_ISDIR(status.st_mode)) {
-        m_visitor.OnSkipped(m_path);
+    if (S_ISDIR(status.st_mode)) {
+        Enter(parent.Get(), name.c_str(), true);
         return;
     }
-    if (!Enter(parent.Get(), name.c_str(), true))
+    if (m_path == m_behind)
         return;
-    while (!m_levels.empty() && m_visitor.GoOn()) {
-        Level& level = m_levels.back();
-        if (level.folders.empty()) {
-            Leave();
-            continue;
+    if (!S_ISREG(status.st_mode))
+        return m_visitor.OnSkipped(m_path);
+    const FileSystemKind kind = m_fileSystems.KindOf(status.st_dev, parent.Get());
+    if (kind == FileSystemKind::Virtual)
+        return m_visitor.OnUnreadable(m_path, 0, "not a file on a disk");
+    m_visitor.OnFile({parent.Get(), name.c_str(), m_path, status, kind});
+}
+
+void FileWalker::Step() {
+    if (!NextName(m_levels.back()))
+        return Leave();
+    Level& level = m_levels.back();
+    m_path.resize(level.pathLength);
+    AppendName(m_path, level.names.Peek());
+    if (m_nextArea < m_areas.size()) {
+        const int order = ComparePaths(m_areas[m_nextArea], m_path);
+        if (order == 0)
+            level.names.Pop();
+        if (order <= 0)
+            return BeginArea();
+    }
+    level.names.Pop();
+    Look(level, m_path.c_str() + m_path.rfind('/') + 1);
+}
+
+/// Makes the next name of the level ready. False where there is none any more.
+bool FileWalker::NextName(Level& level) {
+    while (level.names.Peek() == nullptr) {
+        if (level.names.IsAtEnd())
+            return false;
+        const int error = level.names.Read(level.folder.Get(), m_entries);
+        if (error != 0 && error != ENOENT) { // ENOENT: removed since
+            m_path.resize(level.pathLength);
+            Unreadable(error);
         }
-        const std::string folder = std::move(level.folders.back());
-        level.folders.pop_back();
-        m_path.resize(level.pathLength);
-        if (m_path.back() != '/')
-            m_path += '/';
-        m_path += folder;
-        Enter(level.folder.Get(), folder.c_str(), false);
     }
-    m_levels.clear();
+    return true;
 }
 
 bool FileWalker::Enter(int parent, const char* name, bool isArea) {
@@ -139,43 +154,31 @@ bool FileWalker::Enter(int parent, const char* name, bool isArea) {
     if (!m_entered.insert({status.st_dev, status.st_ino}).second)
         return false;
     level.pathLength = m_path.size();
+    if (IsInside(m_behind, m_path)) {
+        const std::size_t begin = m_path.size() + (m_path.back() == '/' ? 0 : 1);
+        level.names.BeginAt(m_behind.substr(begin, m_behind.find('/', begin) - begin));
+    }
     m_levels.push_back(std::move(level));
     if (m_levels.size() > OpenLevels)
         m_levels[m_levels.size() - 1 - OpenLevels].folder.Reset();
-    List(m_levels.back());
+    LimitMemory();
     return true;
 }
 
-void FileWalker::List(Level& level) {
-    for (;;) {
-        const ssize_t size = ::getdents64(level.folder.Get(), m_entries.data(), m_entries.size());
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size < 0 && errno != ENOENT) { // ENOENT: removed since
-            const int error = errno;
-            m_path.resize(level.pathLength);
-            Unreadable(error);
-        }
-        if (size <= 0)
-            return;
-        for (ssize_t at = 0; at < size;) {
-            const auto* entry = reinterpret_cast<const dirent64*>(m_entries.data() + at);
-            at += entry->d_reclen;
-            if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
-                continue;
-            if (!m_visitor.GoOn())
-                return;
-            Look(level, entry->d_name);
-        }
+/// Levels far up are returned to last.
+void FileWalker::LimitMemory() {
+    std::size_t held = 0;
+    for (const Level& level : m_levels)
+        held += level.names.Memory();
+    for (std::size_t i = 0; i < m_levels.size() && held > MostNameMemory; ++i) {
+        held -= m_levels[i].names.Memory();
+        m_levels[i].names.Drop();
     }
 }
 
-void FileWalker::Look(Level& level, const char* name) {
-    m_path.resize(level.pathLength);
-    if (m_path.back() != '/')
-        m_path += '/';
-    m_path += name;
-    if (IsExcluded(m_path))
+/// `m_path` is the entry's.
+void FileWalker::Look(const Level& level, const char* name) {
+    if (m_exclusions.Excludes(m_path))
         return;
     struct stat status {};
     if (::fstatat(level.folder.Get(), name, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
@@ -187,14 +190,17 @@ void FileWalker::Look(Level& level, const char* name) {
     if (elsewhere && !m_crossFileSystems)
         return;
     if (S_ISDIR(status.st_mode)) {
-        level.folders.emplace_back(name);
-    } else if (S_ISREG(status.st_mode)) {
-        // A single file of another file system is mounted over a name: never cached, and not asked what it lies on.
+        Enter(level.folder.Get(), name, false);
+        return;
+    }
+    if (m_path == m_behind)
+        return;
+    // A single file of another file system is mounted over a name: never cached, and not asked what it lies on.
+    if (S_ISREG(status.st_mode))
         m_visitor.OnFile(
             {level.folder.Get(), name, m_path, status, elsewhere ? FileSystemKind::Unstamped : level.fileSystem});
-    } else {
+    else
         m_visitor.OnSkipped(m_path);
-    }
 }
 
 void FileWalker::Leave() {
@@ -203,11 +209,11 @@ void FileWalker::Leave() {
     if (m_levels.empty())
         return;
     Level& level = m_levels.back();
-    if (level.folder || level.folders.empty() || Reopen(level, left.folder.Get()))
+    if (level.folder || level.names.IsAtEnd() || Reopen(level, left.folder.Get()))
         return;
     m_path.resize(level.pathLength);
     m_visitor.OnUnreadable(m_path, 0, "moved while it was scanned");
-    level.folders.clear();
+    level.names.Clear();
 }
 
 bool FileWalker::Reopen(Level& level, int child) {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Walks trees for their regular files. Follows no symbolic link, enters no folder twice, needs neither deep recursion
-// nor many descriptors, and takes names as bytes of any content and paths of any length. Used on one thread.
+// Walks trees for their regular files, all areas in one order (path_order.h), so that a walk can go on behind any path.
+// Follows no symbolic link, enters no folder twice, needs neither deep recursion nor many descriptors, and takes names
+// as bytes of any content and paths of any length. Used on one thread.
 #pragma once
 
 #include <contract/scanner_channel.h>
+#include <service/scan/exclusions.h>
 #include <service/scan/file_systems.h>
+#include <service/scan/sorted_names.h>
 
 #include <cstdint>
 #include <string>
@@ -28,6 +31,9 @@ class IWalkVisitor {
 public:
     virtual ~IWalkVisitor() = default;
     virtual void OnFile(const FoundFile& file) = 0;
+    /// A file that is open already and may have no name any more; `path` is for people.
+    virtual void OnOpened([[maybe_unused]] const std::string& path, [[maybe_unused]] scanner::Descriptor file,
+                          [[maybe_unused]] FileSystemKind fileSystem) {}
     /// A link, socket, device or pipe.
     virtual void OnSkipped(const std::string& path) = 0;
     /// A folder, or a named area, that can't be looked at. `error` is the errno value, 0 where no call failed.
@@ -38,10 +44,12 @@ public:
 
 class FileWalker {
 public:
-    FileWalker(std::vector<std::string> excludedPaths, bool crossFileSystems, IWalkVisitor& visitor);
+    FileWalker(Exclusions exclusions, bool crossFileSystems, IWalkVisitor& visitor);
 
-    /// Walks one area: an absolute path of a file or a folder.
-    void Walk(const std::string& area);
+    /// Walks areas, absolute paths of files or folders. An area inside another one is walked where its turn comes,
+    /// though it may lie on another file system. What comes at or before `goOnBehind`, where that isn't empty, is left
+    /// out. Called once.
+    void Walk(const std::vector<std::string>& areas, const std::string& goOnBehind = {});
 
 private:
     /// A folder on the way down. Only the deepest ones keep their descriptor.
@@ -51,7 +59,7 @@ private:
         ino_t inode = 0;
         FileSystemKind fileSystem = FileSystemKind::Disk;
         std::size_t pathLength = 0;
-        std::vector<std::string> folders; ///< still to be entered
+        SortedNames names; ///< still to be looked at
     };
     struct FolderKey {
         dev_t device;
@@ -64,17 +72,22 @@ private:
         }
     };
 
+    void BeginArea();
+    void Step();
+    bool NextName(Level& level);
     bool Enter(int parent, const char* name, bool isArea);
-    void List(Level& level);
-    void Look(Level& level, const char* name);
+    void Look(const Level& level, const char* name);
     void Leave();
     bool Reopen(Level& level, int child);
-    bool IsExcluded(const std::string& path) const;
+    void LimitMemory();
     void Unreadable(int error);
 
-    std::unordered_set<std::string> m_excluded;
+    const Exclusions m_exclusions;
     const bool m_crossFileSystems;
     IWalkVisitor& m_visitor;
+    std::vector<std::string> m_areas; ///< in order
+    std::size_t m_nextArea = 0;
+    std::string m_behind;
     FileSystems m_fileSystems;
     std::unordered_set<FolderKey, FolderHash> m_entered;
     std::vector<Level> m_levels;

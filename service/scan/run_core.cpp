@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The walker's side of a run and its verdicts.
+// The walker's side of a run.
+#include <contract/low_priority.h>
 #include <service/scan/run_core.h>
 #include <service/scan/user_rights.h>
 
@@ -12,38 +13,8 @@
 namespace tfs::service::scan {
 namespace {
 
-/// Open files that a run has in hand at most, and how many are left when the walker is woken: in bunches, because a
-/// wake-up for each file would cost as much as the file.
-constexpr std::size_t MostInWork = 64;
-constexpr std::size_t FewInWork = 24;
 /// Told notables that wait to be passed on; beyond it the walker waits.
 constexpr std::size_t MostNotables = 1000;
-
-NotProcessedReason ReasonOf(const FileVerdict& verdict) noexcept {
-    switch (verdict.code) {
-    case VerdictCode::ReadError:
-        return NotProcessedReason::ReadError;
-    case VerdictCode::Changed:
-        return NotProcessedReason::Changed;
-    case VerdictCode::Encrypted:
-        return NotProcessedReason::Encrypted;
-    case VerdictCode::Limit:
-        return NotProcessedReason::Limit;
-    case VerdictCode::TimeLimit:
-        return NotProcessedReason::TimeLimit;
-    case VerdictCode::NotUnpacked:
-        return NotProcessedReason::NotUnpacked;
-    case VerdictCode::OutOfSpace:
-        return NotProcessedReason::OutOfSpace;
-    case VerdictCode::Cancelled:
-        return NotProcessedReason::Cancelled;
-    case VerdictCode::Clean:
-    case VerdictCode::Infected:
-    case VerdictCode::EngineFailed:
-        break;
-    }
-    return NotProcessedReason::EngineFailed;
-}
 
 NotProcessedReason ReasonOf(int error) noexcept {
     return error == EACCES || error == EPERM ? NotProcessedReason::AccessDenied : NotProcessedReason::OpenFailed;
@@ -55,24 +26,24 @@ bool IsSameFile(const struct stat& a, const struct stat& b) noexcept {
 
 } // namespace
 
-RunCore::RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options)
-    : m_scanner(scanner), m_options(std::move(options)), m_basesVersion(scanner->BasesVersion()) {}
+RunCore::RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options,
+                 std::unique_ptr<IScanSource> source)
+    : m_scanner(scanner), m_options(std::move(options)), m_source(std::move(source)) {}
 
-void RunCore::WalkAreas(IWalkVisitor& visitor) {
+void RunCore::WalkAreas(IWalkVisitor& visitor, const std::string& goOnBehind) {
+    if (m_options.lowImpact)
+        scanner::TakeLowPriority(); // the thread ends with the walk
     if (const int error = TakeOnRights(m_options.rightsOf); error != 0) {
-        for (const std::string& area : m_options.areas)
-            visitor.OnUnreadable(area, error, std::generic_category().message(error));
+        for (const std::string& root : m_source->Roots())
+            visitor.OnUnreadable(root, error, std::generic_category().message(error));
         return;
     }
-    FileWalker walker(m_options.excludedPaths, m_options.crossFileSystems, visitor);
-    for (const std::string& area : m_options.areas)
-        if (GoOn())
-            walker.Walk(area);
+    m_source->Walk(visitor, m_source->IsOrdered() ? goOnBehind : std::string());
 }
 
 void RunCore::Walk() noexcept {
     try {
-        WalkAreas(*this);
+        WalkAreas(*this, m_options.goOnBehind);
     } catch (const std::exception& error) {
         Fail(error.what());
     }
@@ -83,16 +54,34 @@ void RunCore::Walk() noexcept {
 
 bool RunCore::GoOn() { return !m_stop.load(std::memory_order_relaxed); }
 
-void RunCore::OnSkipped(const std::string&) { m_tally.Skipped(); }
+void RunCore::Passed(const std::string& path) {
+    ulk::LockGuard lock(m_lock);
+    m_trail.Pass(path);
+}
+
+void RunCore::OnSkipped(const std::string& path) {
+    m_tally.Skipped();
+    Passed(path);
+}
 
 void RunCore::OnUnreadable(const std::string& path, int error, const std::string& reason) {
+    if (!WaitForRoom()) // a folder of a million files without rights must not pile up either
+        return;
     m_tally.Unreadable();
     Tell(NotProcessed{path, ReasonOf(error), reason});
+    if (path.starts_with('/'))
+        Passed(path);
+}
+
+std::size_t RunCore::MostInWork() const {
+    const auto scanner = m_scanner.lock();
+    return scanner ? scanner->FilesAtOnce() : 1;
 }
 
 bool RunCore::WaitForRoom() {
+    const std::size_t most = MostInWork();
     ulk::LockGuard lock(m_lock);
-    while (!m_stop && (m_paused || m_inWork.size() >= MostInWork || m_notables.size() >= MostNotables))
+    while (!m_stop && (m_paused || m_inWork.size() >= most || m_notables.size() >= MostNotables))
         m_room.wait(lock);
     return !m_stop;
 }
@@ -148,42 +137,68 @@ void RunCore::NotOpened(const FoundFile& file, Opened why, int error) {
 
 bool RunCore::KnownAsClean(const FileInWork& work) const {
     const auto scanner = m_scanner.lock();
-    return work.cacheable && scanner && scanner->Cache().Contains(work.status, m_basesVersion);
+    const bool fits =
+        m_options.maxFileSize == 0 || static_cast<std::uint64_t>(work.status.st_size) <= m_options.maxFileSize;
+    return work.cacheable && fits && scanner && scanner->Cache().Contains(work.status);
 }
 
 void RunCore::OnFile(const FoundFile& file) {
     const bool manyNames = file.status.st_nlink > 1;
-    if (!WaitForRoom() || (manyNames && SettledByOtherName(file)))
+    if (!WaitForRoom())
         return;
+    if (manyNames && SettledByOtherName(file))
+        return Passed(file.path); // where it waits for that name, so does the trail
     FileInWork work{file.path, file.status, {}, 0, file.fileSystem == FileSystemKind::Disk, manyNames};
     // For a user each file is opened first, for he must not learn of what he may not read, not even that it is clean.
-    if (!m_options.rightsOf && KnownAsClean(work))
-        return SettleAll(work, {});
+    if (!m_options.rightsOf && KnownAsClean(work)) {
+        SettleAll(work, {});
+        return Passed(file.path);
+    }
     scanner::Descriptor descriptor;
     int error = 0;
     const Opened opened = Open(file, work, descriptor, error);
     // Opening may have hung, and the run and the scanner may be gone since.
     if (!GoOn())
         return;
-    if (opened != Opened::Yes)
-        return NotOpened(file, opened, error);
+    if (opened != Opened::Yes) {
+        NotOpened(file, opened, error);
+        return Passed(file.path);
+    }
     if (!IsSameFile(file.status, work.status)) { // replaced since it was looked at
         if (manyNames)
             Withdraw(file);
         work.manyNames = false;
         work.cacheable = work.cacheable && file.status.st_dev == work.status.st_dev;
     }
-    if (m_options.rightsOf && KnownAsClean(work))
+    if (m_options.rightsOf && KnownAsClean(work)) {
+        SettleAll(work, {});
+        return Passed(file.path);
+    }
+    HandOver(std::move(work), std::move(descriptor));
+}
+
+void RunCore::OnOpened(const std::string& path, scanner::Descriptor descriptor, FileSystemKind fileSystem) {
+    if (!WaitForRoom())
+        return;
+    FileInWork work{path, {}, {}, 0, fileSystem == FileSystemKind::Disk, false};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &work.takenAt);
+    if (::fstat(descriptor.Get(), &work.status) != 0 || !S_ISREG(work.status.st_mode))
+        return m_tally.Skipped();
+    if (KnownAsClean(work))
         return SettleAll(work, {});
     HandOver(std::move(work), std::move(descriptor));
 }
 
 void RunCore::HandOver(FileInWork work, scanner::Descriptor descriptor) {
-    FileJob job{0, static_cast<std::uint64_t>(work.status.st_size), std::move(descriptor)};
+    FileJob job{0,
+                static_cast<std::uint64_t>(work.status.st_size),
+                std::move(descriptor),
+                {m_options.scanArchives, m_options.maxFileSize, m_options.fileTimeLimitMs}};
     std::shared_ptr<ClientState> client;
     {
         ulk::LockGuard lock(m_lock);
         job.token = m_nextToken++;
+        m_trail.Begin(job.token, work.path);
         m_inWork.emplace(job.token, std::move(work));
         client = m_client;
     }
@@ -192,71 +207,6 @@ void RunCore::HandOver(FileInWork work, scanner::Descriptor descriptor) {
         Fail({});
     else if (!scanner->Submit(client, std::move(job)))
         Fail(scanner->State().error);
-}
-
-void RunCore::OnBytes(std::uint64_t token, std::uint64_t bytes) {
-    ulk::LockGuard lock(m_lock);
-    const auto file = m_inWork.find(token);
-    if (file == m_inWork.end() || bytes <= file->second.bytes)
-        return;
-    m_tally.InWork(static_cast<std::int64_t>(bytes - file->second.bytes));
-    file->second.bytes = bytes;
-}
-
-void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
-    FileInWork file;
-    {
-        ulk::LockGuard lock(m_lock);
-        const auto found = m_inWork.find(token);
-        if (found == m_inWork.end() || m_stop)
-            return;
-        file = std::move(found->second);
-    }
-    m_tally.InWork(-static_cast<std::int64_t>(file.bytes));
-    if (const auto scanner = m_scanner.lock(); scanner && verdict.code == VerdictCode::Clean && file.cacheable)
-        scanner->Cache().Add(file.status, m_basesVersion, file.takenAt);
-    SettleAll(file, verdict);
-    // Only now is the file out of work: Run() ends when the last one is, and must not miss what it was told.
-    ulk::LockGuard lock(m_lock);
-    m_inWork.erase(token);
-    if (m_inWork.size() == FewInWork)
-        m_room.notify_one();
-    if (m_inWork.empty() && m_walked)
-        m_event.notify_all();
-}
-
-void RunCore::SettleAll(const FileInWork& file, const FileVerdict& verdict) {
-    Settle(file.path, file.status, verdict, true);
-    if (!file.manyNames)
-        return;
-    std::vector<std::string> names;
-    {
-        ulk::LockGuard lock(m_lock);
-        names = m_links.Settle(file.status, verdict);
-    }
-    for (const std::string& name : names)
-        Settle(name, file.status, verdict, false);
-}
-
-void RunCore::Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read) {
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    switch (verdict.code) {
-    case VerdictCode::Clean:
-        m_tally.Scanned(size, read, false);
-        return;
-    case VerdictCode::Infected:
-        m_tally.Scanned(size, read, true);
-        return Tell(ThreatFound{path, verdict.inner, verdict.threat, size, status.st_uid});
-    default:
-        m_tally.NotProcessed(size, verdict.code == VerdictCode::Encrypted);
-        return Tell(NotProcessed{path, ReasonOf(verdict), verdict.detail});
-    }
-}
-
-void RunCore::Tell(Notable notable) {
-    ulk::LockGuard lock(m_lock);
-    m_notables.push_back(std::move(notable));
-    m_event.notify_all();
 }
 
 void RunCore::Fail(const std::string& error) {

@@ -4,10 +4,12 @@
 #pragma once
 
 #include <foundation/sync.h>
+#include <service/scan/checkpoint_trail.h>
 #include <service/scan/dispatcher.h>
 #include <service/scan/file_walker.h>
 #include <service/scan/link_ledger.h>
 #include <service/scan/scan_run.h>
+#include <service/scan/scan_source.h>
 #include <service/scan/scan_tally.h>
 
 #include <atomic>
@@ -22,7 +24,8 @@ namespace tfs::service::scan {
 
 class RunCore final : public IScanClient, public IWalkVisitor, public std::enable_shared_from_this<RunCore> {
 public:
-    RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options);
+    RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options,
+            std::unique_ptr<IScanSource> source);
 
     /// The whole run, on the calling thread.
     ScanResult Run(IScanObserver& observer) ULK_EXCLUDES(m_lock);
@@ -33,7 +36,9 @@ public:
     void OnBytes(std::uint64_t token, std::uint64_t bytes) override ULK_EXCLUDES(m_lock);
 
     void OnFile(const FoundFile& file) override ULK_EXCLUDES(m_lock);
-    void OnSkipped(const std::string& path) override;
+    void OnOpened(const std::string& path, scanner::Descriptor descriptor, FileSystemKind fileSystem) override
+        ULK_EXCLUDES(m_lock);
+    void OnSkipped(const std::string& path) override ULK_EXCLUDES(m_lock);
     void OnUnreadable(const std::string& path, int error, const std::string& reason) override ULK_EXCLUDES(m_lock);
     bool GoOn() override ULK_EXCLUDES(m_lock);
 
@@ -52,9 +57,10 @@ private:
 
     void Walk() noexcept ULK_EXCLUDES(m_lock);
     void Count() noexcept ULK_EXCLUDES(m_lock);
-    void WalkAreas(IWalkVisitor& visitor);
+    void WalkAreas(IWalkVisitor& visitor, const std::string& goOnBehind);
     void Watch(IScanObserver& observer) ULK_EXCLUDES(m_lock);
     void WaitForThreads(std::thread& walker, std::thread& counter) ULK_EXCLUDES(m_lock);
+    std::size_t MostInWork() const;
     bool WaitForRoom() ULK_EXCLUDES(m_lock);
     bool SettledByOtherName(const FoundFile& file) ULK_EXCLUDES(m_lock);
     void Withdraw(const FoundFile& file) ULK_EXCLUDES(m_lock);
@@ -68,11 +74,13 @@ private:
     void SettleAll(const FileInWork& file, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
     void Tell(Notable notable) ULK_EXCLUDES(m_lock);
     void Fail(const std::string& error) ULK_EXCLUDES(m_lock);
-    bool PassOn(IScanObserver& observer) ULK_EXCLUDES(m_lock);
+    /// What was settled before the call is told; the checkpoint only where `checkpoint` is true.
+    void PassOn(IScanObserver& observer, bool checkpoint) ULK_EXCLUDES(m_lock);
+    void Passed(const std::string& path) ULK_EXCLUDES(m_lock);
 
     const std::weak_ptr<ScannerService::Impl> m_scanner; ///< gone when a thread comes back late from the file system
     const ScanOptions m_options;
-    const std::uint64_t m_basesVersion;
+    const std::unique_ptr<IScanSource> m_source;
     ScanTally m_tally;
     std::atomic<bool> m_stop{false};
 
@@ -83,6 +91,8 @@ private:
     std::unordered_map<std::uint64_t, FileInWork> m_inWork ULK_GUARDED_BY(m_lock);
     std::uint64_t m_nextToken ULK_GUARDED_BY(m_lock) = 1;
     LinkLedger m_links ULK_GUARDED_BY(m_lock);
+    CheckpointTrail m_trail ULK_GUARDED_BY(m_lock);
+    std::string m_checkpoint; ///< the last one that was told; Run()'s thread only
     std::deque<Notable> m_notables ULK_GUARDED_BY(m_lock);
     std::string m_error ULK_GUARDED_BY(m_lock);
     bool m_paused ULK_GUARDED_BY(m_lock) = false;

@@ -16,6 +16,15 @@ struct FileVerdict {
     std::string threat;
     std::string inner;
     std::string detail;
+    std::uint64_t basesVersion = 0; ///< of the signatures that gave it; 0 where none did
+    bool lost = false;              ///< the scanner went away; nothing is known of the file
+};
+
+/// What a run asks of each file; the scanner's own limits hold in any case.
+struct FileLimits {
+    bool archives = true;          ///< false: archives are scanned as plain files
+    std::uint64_t maxFileSize = 0; ///< bytes; larger files are over the limit; 0: the scanner's
+    std::uint32_t timeLimitMs = 0; ///< 0: the scanner's
 };
 
 /// One file to scan. The descriptor is open for reading only.
@@ -23,6 +32,7 @@ struct FileJob {
     std::uint64_t token = 0; ///< the client's own number, given back with the verdict
     std::uint64_t size = 0;  ///< bytes
     scanner::Descriptor file;
+    FileLimits limits = {};
 };
 
 /// Called on the scanner's thread without a lock held; must return soon and may call the dispatcher.

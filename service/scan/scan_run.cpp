@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A run as its caller sees it: start, progress, the passing on of what was found, the end.
+#include <service/scan/boot_source.h>
+#include <service/scan/process_source.h>
 #include <service/scan/run_core.h>
+#include <service/scan/work_count.h>
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 
@@ -11,33 +15,32 @@ namespace {
 constexpr std::chrono::milliseconds ProgressInterval{260};
 /// A thread that hangs in the file system is left behind after this time; it touches nothing but the core then.
 constexpr std::chrono::milliseconds ThreadPatience{400};
-constexpr std::uint64_t CountStep = 4096; ///< files between two looks at the total
+constexpr std::chrono::seconds CheckpointInterval{1};
 
-/// Adds up what the walk will come by, without opening a file.
-class CountingVisitor final : public IWalkVisitor {
+/// Files below folders that somebody named.
+class AreaSource final : public IScanSource {
 public:
-    CountingVisitor(ScanTally& tally, IWalkVisitor& run) : m_tally(tally), m_run(run) {}
-    void OnFile(const FoundFile& file) override {
-        m_weight += FileWeight + static_cast<std::uint64_t>(file.status.st_size);
-        if (++m_files % CountStep == 0)
-            m_tally.SetTotal(m_weight, false);
+    explicit AreaSource(const ScanOptions& options)
+        : m_areas(options.areas), m_excludedPaths(options.excludedPaths), m_excludedMasks(options.excludedMasks),
+          m_crossFileSystems(options.crossFileSystems) {}
+    void Walk(IWalkVisitor& visitor, const std::string& goOnBehind) const override {
+        FileWalker(Exclusions(m_excludedPaths, m_excludedMasks), m_crossFileSystems, visitor).Walk(m_areas, goOnBehind);
     }
-    void OnSkipped(const std::string&) override {}
-    void OnUnreadable(const std::string&, int, const std::string&) override {}
-    bool GoOn() override { return m_run.GoOn(); }
-    std::uint64_t Weight() const noexcept { return m_weight; }
+    bool IsOrdered() const noexcept override { return true; }
+    std::vector<std::string> Roots() const override { return m_areas; }
 
 private:
-    ScanTally& m_tally;
-    IWalkVisitor& m_run;
-    std::uint64_t m_weight = 0;
-    std::uint64_t m_files = 0;
+    const std::vector<std::string> m_areas;
+    const std::vector<std::string> m_excludedPaths;
+    const std::vector<std::string> m_excludedMasks;
+    const bool m_crossFileSystems;
 };
 
 class ScanRun final : public IScanRun {
 public:
-    ScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer)
-        : m_core(std::make_shared<RunCore>(scanner.Inner(), std::move(options))), m_observer(observer) {}
+    ScanRun(ScannerService& scanner, ScanOptions options, std::unique_ptr<IScanSource> source, IScanObserver& observer)
+        : m_core(std::make_shared<RunCore>(scanner.Inner(), std::move(options), std::move(source))),
+          m_observer(observer) {}
     ScanResult Run() override { return m_core->Run(m_observer); }
     void Stop() noexcept override { m_core->Stop(); }
     void Pause() noexcept override { m_core->SetPaused(true); }
@@ -52,9 +55,14 @@ private:
 
 void RunCore::Count() noexcept {
     try {
-        CountingVisitor visitor(m_tally, *this);
-        WalkAreas(visitor);
-        m_tally.SetTotal(visitor.Weight(), true);
+        if (m_options.goOnBehind.empty())
+            m_tally.SetTotal(WeightInUse(m_options.areas), 0);
+        WorkCounter counter(m_options.goOnBehind, *this);
+        WalkAreas(counter, {});
+        if (counter.IsComplete())
+            m_tally.SetTotal(counter.Weight(), counter.WeightBefore());
+        else
+            m_tally.SetTotal(std::max(WeightAround(m_options.areas), counter.Weight()), counter.WeightBefore());
     } catch (const std::exception&) { // without a total there are no percents
     }
     ulk::LockGuard lock(m_lock);
@@ -62,11 +70,14 @@ void RunCore::Count() noexcept {
     m_event.notify_all();
 }
 
-bool RunCore::PassOn(IScanObserver& observer) {
+void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
     std::deque<Notable> notables;
+    std::string reached;
     {
         ulk::LockGuard lock(m_lock);
         notables.swap(m_notables);
+        if (checkpoint && m_source->IsOrdered())
+            reached = m_trail.Reached();
         m_room.notify_one();
     }
     for (const Notable& each : notables) {
@@ -75,20 +86,29 @@ bool RunCore::PassOn(IScanObserver& observer) {
         else
             observer.OnNotProcessed(std::get<NotProcessed>(each));
     }
-    return !notables.empty();
+    if (reached.empty() || reached == m_checkpoint)
+        return;
+    m_checkpoint = std::move(reached);
+    observer.OnCheckpoint(m_checkpoint);
 }
 
 void RunCore::Watch(IScanObserver& observer) {
     auto nextProgress = Clock::now() + ProgressInterval;
+    auto nextCheckpoint = Clock::now() + CheckpointInterval;
     for (;;) {
-        PassOn(observer);
-        if (Clock::now() >= nextProgress) {
+        const auto now = Clock::now();
+        PassOn(observer, now >= nextCheckpoint);
+        if (now >= nextCheckpoint)
+            nextCheckpoint = now + CheckpointInterval;
+        if (now >= nextProgress) {
             observer.OnProgress(m_tally.Take(false));
-            nextProgress = Clock::now() + ProgressInterval;
+            nextProgress = now + ProgressInterval;
         }
         ulk::LockGuard lock(m_lock);
         if (m_stop || (m_walked && m_inWork.empty() && m_notables.empty()))
             return;
+        if (m_paused)
+            m_tally.Held();
         if (m_notables.empty())
             m_event.wait_until(lock, nextProgress);
     }
@@ -117,7 +137,9 @@ void RunCore::WaitForThreads(std::thread& walker, std::thread& counter) {
 
 ScanResult RunCore::Run(IScanObserver& observer) {
     const auto scanner = m_scanner.lock();
-    const auto client = scanner ? scanner->Attach(shared_from_this()) : nullptr;
+    const auto client =
+        scanner ? scanner->Attach(shared_from_this(), m_options.lowImpact ? WorkerKind::Low : WorkerKind::Normal)
+                : nullptr;
     if (!client)
         return {ScanEnd::Failed, {}, scanner ? scanner->State().error : std::string()};
     bool paused = false;
@@ -149,7 +171,7 @@ ScanResult RunCore::Run(IScanObserver& observer) {
         if (!m_error.empty())
             result = {ScanEnd::Failed, {}, m_error};
     }
-    PassOn(observer); // what was found up to the stop is told
+    PassOn(observer, true); // what was found up to the stop is told
     result.counters = m_tally.Take(result.end == ScanEnd::Completed);
     observer.OnProgress(result.counters);
     return result;
@@ -203,7 +225,22 @@ const char* ReasonText(NotProcessedReason reason) noexcept {
 }
 
 std::unique_ptr<IScanRun> MakeScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer) {
-    return std::make_unique<ScanRun>(scanner, std::move(options), observer);
+    auto source = std::make_unique<AreaSource>(options);
+    return std::make_unique<ScanRun>(scanner, std::move(options), std::move(source), observer);
+}
+
+std::unique_ptr<IScanRun> MakeMemoryScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer,
+                                            const std::string& processes) {
+    options.areas.clear();
+    auto source = std::make_unique<ProcessSource>(processes, Exclusions(options.excludedPaths, options.excludedMasks));
+    return std::make_unique<ScanRun>(scanner, std::move(options), std::move(source), observer);
+}
+
+std::unique_ptr<IScanRun> MakeBootScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer,
+                                          const std::string& blockDevices, const std::string& deviceFiles) {
+    options.areas.clear();
+    auto source = std::make_unique<BootSource>(blockDevices, deviceFiles);
+    return std::make_unique<ScanRun>(scanner, std::move(options), std::move(source), observer);
 }
 
 } // namespace tfs::service::scan

@@ -18,10 +18,24 @@ class ScannerService; // service/scan/scanner_service.h
 struct ScanOptions {
     std::vector<std::string> areas;         ///< absolute paths; files or folders
     std::vector<std::string> excludedPaths; ///< absolute; whole subtrees
+    std::vector<std::string> excludedMasks; ///< see CheckMask; files, and folders with all that is in them
     bool crossFileSystems = false;          ///< go on into other mounted file systems
+    bool scanArchives = true;               ///< false: archives are scanned as plain files
+    std::uint32_t fileTimeLimitMs = 0;      ///< for one file, at most the scanner's; 0: the scanner's
+    std::uint64_t maxFileSize = 0; ///< bytes, at most the scanner's; larger ones are over a limit; 0: the scanner's
+    /// Only what comes behind this path in the order of the walk is scanned, a checkpoint of the run that goes on;
+    /// empty: everything.
+    std::string goOnBehind;
+    /// Leaves processor and disk to all others, and takes fewer workers while they are busy.
+    bool lowImpact = false;
     /// Only what this user may read is scanned, folder by folder and file by file; empty: all that the service may.
     std::optional<std::uint32_t> rightsOf;
 };
+
+/// Says in one line for people what is wrong with an exclusion mask; empty where it is good. `*`, `?` and `[...]` are
+/// as in a shell and never match a slash. A mask without a slash is matched on the name of each file and folder, one
+/// with a slash begins with it and is matched on the whole path from the root.
+std::string CheckMask(const std::string& mask);
 
 struct ThreatFound {
     std::string path;       ///< bytes of the file system
@@ -55,7 +69,7 @@ struct NotProcessed {
     std::string detail; ///< the system's or the engine's words; may be empty
 };
 
-/// Counters of a run in progress.
+/// Counters of a run in progress; those of a run that goes on begin anew, but for the percentage.
 struct ScanProgress {
     std::uint32_t percent = 0; ///< 0 to 100, never falls
     std::uint64_t scannedObjects = 0;
@@ -63,7 +77,8 @@ struct ScanProgress {
     std::uint64_t threats = 0;
     std::uint64_t notProcessed = 0;
     std::uint64_t encrypted = 0;
-    std::uint64_t skipped = 0; ///< not regular files: links, sockets, devices
+    std::uint64_t skipped = 0;                ///< not regular files: links, sockets, devices
+    std::optional<std::uint32_t> secondsLeft; ///< empty until it can be told
 };
 
 /// Called from the run's threads, one call at a time, without a lock of the run held.
@@ -74,6 +89,9 @@ public:
     virtual void OnNotProcessed(const NotProcessed& object) = 0;
     /// At most four times a second.
     virtual void OnProgress(const ScanProgress& progress) = 0;
+    /// Everything that comes at or before this path in the order of the walk is settled, and what is worth telling of
+    /// it has been told: another run may go on behind it. At most once a second, and once more at the end.
+    virtual void OnCheckpoint([[maybe_unused]] const std::string& path) {}
 };
 
 enum class ScanEnd { Completed, Stopped, Failed };
@@ -98,5 +116,18 @@ public:
 };
 
 std::unique_ptr<IScanRun> MakeScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer);
+
+/// The executables and mapped files of running processes, each inode once, those without a name too; names as the
+/// kernel shows them. No process is held up; one that ends meanwhile is left out, one that may not be looked into is
+/// told as not processed. Areas and a checkpoint of the options mean nothing here. `processes` is another folder in
+/// tests.
+std::unique_ptr<IScanRun> MakeMemoryScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer,
+                                            const std::string& processes = "/proc");
+
+/// The boot records of disks and partitions. One that can't be read is told as not processed; so is the lack of any.
+/// Areas, exclusions and a checkpoint of the options mean nothing here. The folders are other ones in tests.
+std::unique_ptr<IScanRun> MakeBootScanRun(ScannerService& scanner, ScanOptions options, IScanObserver& observer,
+                                          const std::string& blockDevices = "/sys/class/block",
+                                          const std::string& deviceFiles = "/dev");
 
 } // namespace tfs::service::scan

@@ -5,10 +5,10 @@
 
 namespace tfs::service::scan {
 
-void ScanTally::SetTotal(std::uint64_t weight, bool complete) {
+void ScanTally::SetTotal(std::uint64_t weight, std::uint64_t before) {
     ulk::LockGuard lock(m_lock);
     m_total = weight;
-    m_totalKnown = complete;
+    m_before = before;
 }
 
 void ScanTally::Scanned(std::uint64_t size, bool read, bool threat) {
@@ -41,15 +41,28 @@ void ScanTally::InWork(std::int64_t change) {
     m_inWork += change;
 }
 
-ScanProgress ScanTally::Take(bool completed) {
+void ScanTally::Held() {
     ulk::LockGuard lock(m_lock);
-    std::uint32_t percent = 0;
-    // Before all is counted any share would be too large, and could not be taken back.
-    if (m_totalKnown && m_total != 0) {
-        const double done = static_cast<double>(m_done) + static_cast<double>(std::max<std::int64_t>(m_inWork, 0));
-        percent = static_cast<std::uint32_t>(std::min(99.0, 100.0 * done / static_cast<double>(m_total)));
+    m_time.SkipTime();
+}
+
+ScanProgress ScanTally::Take(bool completed, TimeEstimate::Clock::time_point now) {
+    ulk::LockGuard lock(m_lock);
+    const std::uint64_t done = m_done + static_cast<std::uint64_t>(std::max<std::int64_t>(m_inWork, 0));
+    const std::uint64_t all = m_before + done;
+    m_time.Note(now, done);
+    m_counters.secondsLeft.reset();
+    // While nothing is known of the total any share would be too large, and could not be taken back.
+    if (m_total != 0) {
+        const double share = static_cast<double>(all) / static_cast<double>(m_total);
+        m_counters.percent = std::max(m_counters.percent, static_cast<std::uint32_t>(std::min(99.0, 100.0 * share)));
+        if (all < m_total) // where there is more than was known, nobody can tell
+            m_counters.secondsLeft = m_time.Left(m_total - all);
     }
-    m_counters.percent = completed ? 100 : std::max(m_counters.percent, percent);
+    if (completed) {
+        m_counters.percent = 100;
+        m_counters.secondsLeft = 0;
+    }
     return m_counters;
 }
 

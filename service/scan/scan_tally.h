@@ -4,6 +4,7 @@
 
 #include <foundation/sync.h>
 #include <service/scan/scan_run.h>
+#include <service/scan/time_estimate.h>
 
 #include <cstdint>
 
@@ -14,8 +15,8 @@ constexpr std::uint64_t FileWeight = 48 * 1024;
 
 class ScanTally {
 public:
-    /// What the counting walk has found so far, and whether that is all.
-    void SetTotal(std::uint64_t weight, bool complete) ULK_EXCLUDES(m_lock);
+    /// What there is to do in all, as far as it is known by now; `before` of it was done by the run that goes on.
+    void SetTotal(std::uint64_t weight, std::uint64_t before) ULK_EXCLUDES(m_lock);
     /// A file of `size` bytes has its verdict; `read` says whether its bytes count (once for each inode).
     void Scanned(std::uint64_t size, bool read, bool threat) ULK_EXCLUDES(m_lock);
     void NotProcessed(std::uint64_t size, bool encrypted) ULK_EXCLUDES(m_lock);
@@ -24,16 +25,20 @@ public:
     void Skipped() ULK_EXCLUDES(m_lock);
     /// Bytes of files in work: grows and shrinks with them.
     void InWork(std::int64_t change) ULK_EXCLUDES(m_lock);
+    /// The run is held; it goes on with the next file or byte.
+    void Held() ULK_EXCLUDES(m_lock);
     /// `completed` makes it 100 percent.
-    ScanProgress Take(bool completed) ULK_EXCLUDES(m_lock);
+    ScanProgress Take(bool completed, TimeEstimate::Clock::time_point now = TimeEstimate::Clock::now())
+        ULK_EXCLUDES(m_lock);
 
 private:
     ulk::Mutex m_lock;
     ScanProgress m_counters ULK_GUARDED_BY(m_lock);
-    std::uint64_t m_total ULK_GUARDED_BY(m_lock) = 0;
+    TimeEstimate m_time ULK_GUARDED_BY(m_lock);
+    std::uint64_t m_total ULK_GUARDED_BY(m_lock) = 0; ///< 0: not known
+    std::uint64_t m_before ULK_GUARDED_BY(m_lock) = 0;
     std::uint64_t m_done ULK_GUARDED_BY(m_lock) = 0;
     std::int64_t m_inWork ULK_GUARDED_BY(m_lock) = 0;
-    bool m_totalKnown ULK_GUARDED_BY(m_lock) = false;
 };
 
 } // namespace tfs::service::scan

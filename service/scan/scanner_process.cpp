@@ -114,6 +114,31 @@ std::string ScannerProcess::Start(const ScannerConfig& config) {
     return {};
 }
 
+void ScannerProcess::Close(int patienceMs) noexcept {
+    m_control.Reset();
+    m_killAt = std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMs);
+}
+
+bool ScannerProcess::IsGone() noexcept {
+    if (m_pid < 0)
+        return true;
+    if (std::chrono::steady_clock::now() >= m_killAt)
+        ::kill(m_pid, SIGKILL);
+    pid_t ended = 0;
+    while ((ended = ::waitpid(m_pid, nullptr, WNOHANG)) < 0 && errno == EINTR) {
+    }
+    if (ended == 0)
+        return false;
+    ClearAway();
+    return true;
+}
+
+void ScannerProcess::ClearAway() noexcept {
+    m_pid = -1;
+    std::error_code ignored;
+    std::filesystem::remove_all(m_temporaryFolder, ignored);
+}
+
 void ScannerProcess::End(int patienceMs) noexcept {
     m_control.Reset();
     if (m_pid < 0)
@@ -124,9 +149,7 @@ void ScannerProcess::End(int patienceMs) noexcept {
         ::kill(m_pid, SIGKILL);
     while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
     }
-    m_pid = -1;
-    std::error_code ignored;
-    std::filesystem::remove_all(m_temporaryFolder, ignored);
+    ClearAway();
 }
 
 } // namespace tfs::service::scan

@@ -24,6 +24,7 @@ struct ScannerConfig {
     std::uint64_t maxScanSize = 0;       ///< bytes of a file with all its parts; 0: default (2 GiB)
     std::uint32_t maxFiles = 0;          ///< parts of one file; 0: default (100000)
     std::uint32_t settleSeconds = 0;     ///< files that changed less long ago aren't remembered as clean; 0: default
+    std::string cacheFile;               ///< where clean files are remembered over restarts; empty: nowhere
     std::uint64_t temporarySize = 0;     ///< bytes of the scanner's tmpfs; 0: default (2 GiB or a quarter of memory)
 };
 
@@ -49,6 +50,11 @@ public:
     result_t Start();
     /// Ends the scanner; requests under way answer Cancelled.
     void Stop() noexcept;
+    /// Loads the signatures of another folder beside those in use and takes them into use when they are loaded: files
+    /// in hand are finished with the old ones, no file waits for the new. Blocks until then, or until `cancelled` is
+    /// true (looked at several times a second; eCancelled). Where they can't be loaded the old ones stay and `why` is
+    /// one line for people. One at a time.
+    result_t Replace(const std::string& basesFolder, const std::function<bool()>& cancelled, std::string& why);
     ScannerState State() const;
     /// Called on an inner thread whenever State has changed.
     void SetStateChanged(std::function<void()> changed);

@@ -6,16 +6,22 @@
 
 namespace tfs::service::scan {
 
-WorkerSlot::WorkerSlot(std::uint64_t id, pid_t pid, scanner::Descriptor channel, scanner::Descriptor handle)
-    : startedAt(Clock::now()), m_id(id), m_pid(pid), m_channel(std::move(channel)), m_handle(std::move(handle)) {}
+WorkerSlot::WorkerSlot(std::uint64_t id, const WorkerOrigin& origin, pid_t pid, scanner::Descriptor channel,
+                       scanner::Descriptor handle)
+    : startedAt(Clock::now()), m_id(id), m_origin(origin), m_pid(pid), m_channel(std::move(channel)),
+      m_handle(std::move(handle)) {}
 
-bool WorkerSlot::TakesWork() const noexcept {
-    return ready && !retiring && !held && !killed && inFlight.size() < scanner::RequestsAhead;
-}
+bool WorkerSlot::TakesWork() const noexcept { return ready && Serves() && inFlight.size() < scanner::RequestsAhead; }
 
 bool WorkerSlot::Give(Request& request, Clock::time_point now) {
     const int file = request.job.file.Get();
-    if (scanner::Send(Channel(), {.kind = scanner::MessageKind::Scan, .id = request.id}, {&file, 1}, MSG_DONTWAIT) != 0)
+    const FileLimits& limits = request.job.limits;
+    const scanner::Message message{.kind = scanner::MessageKind::Scan,
+                                   .code = limits.archives ? 0u : scanner::KeepArchivesShut,
+                                   .id = request.id,
+                                   .value = limits.maxFileSize,
+                                   .time = limits.timeLimitMs};
+    if (scanner::Send(Channel(), message, {&file, 1}, MSG_DONTWAIT) != 0)
         return false;
     if (inFlight.empty())
         headSince = now;

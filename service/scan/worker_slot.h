@@ -18,6 +18,12 @@ using Clock = std::chrono::steady_clock;
 
 struct ClientState;
 
+/// Two sets of workers, so that nobody who waits for a file stands in line behind a scan of the whole disk.
+enum class WorkerKind : std::uint32_t {
+    Normal = 0,
+    Low = 1, ///< runs when the processor and the disk have nothing better to do
+};
+
 /// One file on its way.
 struct Request {
     std::uint64_t id = 0;
@@ -33,21 +39,33 @@ struct Request {
 struct ClientState {
     std::shared_ptr<IScanClient> client;
     std::deque<Request> queue;
+    WorkerKind kind = WorkerKind::Normal; ///< of the workers that serve it
     bool paused = false;
     Clock::time_point pausedAt;
 };
 
+/// Where a worker comes from.
+struct WorkerOrigin {
+    std::uint64_t parent = 0;       ///< number of the parent that forked it
+    std::uint64_t basesVersion = 0; ///< of the signatures that it scans with
+    WorkerKind kind = WorkerKind::Normal;
+};
+
 class WorkerSlot {
 public:
-    WorkerSlot(std::uint64_t id, pid_t pid, scanner::Descriptor channel, scanner::Descriptor handle);
+    WorkerSlot(std::uint64_t id, const WorkerOrigin& origin, pid_t pid, scanner::Descriptor channel,
+               scanner::Descriptor handle);
     /// The process ends with its slot, whatever it is at.
     ~WorkerSlot() { Signal(SIGKILL); }
     WorkerSlot(const WorkerSlot&) = delete;
     WorkerSlot& operator=(const WorkerSlot&) = delete;
 
     std::uint64_t Id() const noexcept { return m_id; }
+    const WorkerOrigin& Origin() const noexcept { return m_origin; }
     pid_t Pid() const noexcept { return m_pid; }
     int Channel() const noexcept { return m_channel.Get(); }
+    /// Takes work now or soon.
+    bool Serves() const noexcept { return !retiring && !held && !killed; }
     bool TakesWork() const noexcept;
 
     /// Sends a request to the worker and remembers it. False when its socket is full or closed; `request` is kept then.
@@ -79,6 +97,7 @@ private:
     void Signal(int number) noexcept;
 
     std::uint64_t m_id;
+    WorkerOrigin m_origin;
     pid_t m_pid;
     scanner::Descriptor m_channel;
     scanner::Descriptor m_handle;

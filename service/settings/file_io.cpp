@@ -7,11 +7,13 @@
 #include <new>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tfs::service::settings {
 namespace {
 
 constexpr char AsideSuffix[] = ".damaged";
+constexpr char FreshSuffix[] = ".new";
 
 result_t WriteAll(int fd, std::string_view content) noexcept {
     while (!content.empty()) {
@@ -25,14 +27,9 @@ result_t WriteAll(int fd, std::string_view content) noexcept {
     return ulk::sOk;
 }
 
-/// The rename itself is only safe once its folder is on disk.
-result_t SyncFolderOf(const std::string& path) {
+std::string FolderOf(const std::string& path) {
     const auto slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const Descriptor fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (fd.Get() < 0 || ::fsync(fd.Get()) != 0)
-        return ulk::ResultFromErrno(errno);
-    return ulk::sOk;
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 } // namespace
@@ -42,28 +39,69 @@ Descriptor::~Descriptor() {
         ::close(m_fd);
 }
 
+FileReplacement::FileReplacement(std::string path, OldFile oldFile)
+    : m_path(std::move(path)), m_aside(oldFile == OldFile::SetAside ? m_path + AsideSuffix : std::string()),
+      m_fresh((m_aside.empty() ? m_path : m_aside) + FreshSuffix) {}
+
+FileReplacement::~FileReplacement() {
+    if (m_isFreshThere)
+        ::unlink(m_fresh.c_str());
+}
+
+result_t FileReplacement::Write(std::string_view content) noexcept {
+    try {
+        // Opened now: nothing but the disk itself may fail behind the renaming.
+        m_folder.emplace(::open(FolderOf(m_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    } catch (const std::bad_alloc&) {
+        return ulk::eOutOfMemory;
+    }
+    if (m_folder->Get() < 0)
+        return ulk::ResultFromErrno(errno);
+    const Descriptor fd(
+        ::open(m_fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (fd.Get() < 0)
+        return ulk::ResultFromErrno(errno);
+    m_isFreshThere = true;
+    const result_t result = WriteAll(fd.Get(), content);
+    return ULK_SUCCEEDED(result) && ::fsync(fd.Get()) != 0 ? ulk::ResultFromErrno(errno) : result;
+}
+
+result_t FileReplacement::Commit() noexcept {
+    if (!m_aside.empty() && SwapWithOld())
+        return SetOldAside();
+    // There may be no old file any more, which leaves nothing to keep.
+    if ((!m_aside.empty() && errno != ENOENT) || ::rename(m_fresh.c_str(), m_path.c_str()) != 0)
+        return ulk::ResultFromErrno(errno);
+    m_isFreshThere = false;
+    return ulk::sOk;
+}
+
+/// At no moment is the path without a file, and at none the old content without a name.
+bool FileReplacement::SwapWithOld() const noexcept {
+    return ::renameat2(AT_FDCWD, m_fresh.c_str(), AT_FDCWD, m_path.c_str(), RENAME_EXCHANGE) == 0;
+}
+
+result_t FileReplacement::SetOldAside() noexcept {
+    m_isFreshThere = false; // it has the new file's place, and the old one has its
+    if (::rename(m_fresh.c_str(), m_aside.c_str()) == 0)
+        return ulk::sOk;
+    const result_t result = ulk::ResultFromErrno(errno);
+    m_isFreshThere = SwapWithOld();
+    return m_isFreshThere ? result : ulk::sOk;
+}
+
+result_t FileReplacement::Sync() noexcept {
+    return ::fsync(m_folder->Get()) == 0 ? ulk::sOk : ulk::ResultFromErrno(errno);
+}
+
 result_t WriteFileAtomically(const std::string& path, std::string_view content) noexcept {
     try {
-        const std::string fresh = path + ".new";
-        {
-            const Descriptor fd(
-                ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-            if (fd.Get() < 0)
-                return ulk::ResultFromErrno(errno);
-            result_t result = WriteAll(fd.Get(), content);
-            if (ULK_SUCCEEDED(result) && ::fsync(fd.Get()) != 0)
-                result = ulk::ResultFromErrno(errno);
-            if (!ULK_SUCCEEDED(result)) {
-                ::unlink(fresh.c_str());
-                return result;
-            }
-        }
-        if (::rename(fresh.c_str(), path.c_str()) != 0) {
-            const result_t result = ulk::ResultFromErrno(errno);
-            ::unlink(fresh.c_str());
-            return result;
-        }
-        return SyncFolderOf(path);
+        FileReplacement replacement(path, OldFile::Drop);
+        if (const result_t written = replacement.Write(content); !ULK_SUCCEEDED(written))
+            return written;
+        if (const result_t committed = replacement.Commit(); !ULK_SUCCEEDED(committed))
+            return committed;
+        return replacement.Sync();
     } catch (const std::bad_alloc&) {
         return ulk::eOutOfMemory;
     }
@@ -106,16 +144,6 @@ result_t ReadAll(int fd, std::size_t limit, std::string& content) noexcept {
     } catch (const std::bad_alloc&) {
         content.clear();
         return ulk::eOutOfMemory;
-    }
-}
-
-bool KeepFileAside(const std::string& path) noexcept {
-    try {
-        const std::string aside = path + AsideSuffix;
-        ::unlink(aside.c_str());
-        return ::link(path.c_str(), aside.c_str()) == 0;
-    } catch (const std::bad_alloc&) {
-        return false;
     }
 }
 

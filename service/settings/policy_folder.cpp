@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <contract/tfs/value_text.h>
+#include <foundation/objclient.h>
 #include <service/settings/file_io.h>
 #include <service/settings/policy_folder.h>
 #include <tfs_common/settings_tools.h>
@@ -120,11 +121,11 @@ void TakeOwnItem(const ChangeItem& item, Policy& policy) {
     (isLocal ? policy.allowUserManageLocalTasks : policy.allowUserManageGroupTasks) = value;
 }
 
-void RequireValid(const tfs::settings::SettingsChangeList& changes) {
+void RequireValid(ulk::IServiceLocator* locator, const tfs::settings::SettingsChangeList& changes) {
     ulk::types::any_struct_t defaults;
     defaults.Set(AppSettings());
     ulk::types::vector_t<tfs::settings::ValidationMessage> messages;
-    if (tools::ValidateChangeList(nullptr, defaults, changes, messages) == ulk::sOk)
+    if (tools::ValidateChangeList(locator, defaults, changes, messages) == ulk::sOk)
         return;
     std::string text = localization::ValidationText(messages);
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -132,10 +133,12 @@ void RequireValid(const tfs::settings::SettingsChangeList& changes) {
 }
 
 /// The policy of one file by itself.
-Policy Parse(const std::string& name, const std::string& content) {
+Policy Parse(ulk::IServiceLocator* locator, const std::string& name, const std::string& content) {
     std::istringstream stream(content);
+    ulk::Ptr<ulk::ITracer> tracer;
+    (void)ulk::GetInterface(locator, tracer.Ref());
     tfs::settings::SettingsChangeList items;
-    tools::ReadIniImpl(nullptr, stream, {}, items);
+    tools::ReadIniImpl(tracer.Get(), stream, {}, items);
     Policy policy;
     policy.inForce = true;
     policy.settings.typeNumber = AppSettings::TypeNumber;
@@ -145,7 +148,7 @@ Policy Parse(const std::string& name, const std::string& content) {
         else
             policy.settings.items.push_back(std::move(item));
     }
-    RequireValid(policy.settings);
+    RequireValid(locator, policy.settings);
     if (policy.name.empty())
         policy.name = name.substr(0, name.size() - Suffix.size());
     return policy;
@@ -176,7 +179,7 @@ void Noting(const std::string& path, Policy& policy, Body body) {
 
 } // namespace
 
-Policy ReadPolicyFolder(const std::string& path, uid_t owner) {
+Policy ReadPolicyFolder(ulk::IServiceLocator* locator, const std::string& path, uid_t owner) {
     Policy policy;
     Noting(path, policy, [&] {
         const Folder folder = OpenFolder(path, owner);
@@ -184,7 +187,7 @@ Policy ReadPolicyFolder(const std::string& path, uid_t owner) {
             return;
         for (const std::string& name : FilesIn(folder.get()))
             Noting(path + name, policy,
-                   [&] { Merge(Parse(name, ReadTrustedFile(::dirfd(folder.get()), name, owner)), policy); });
+                   [&] { Merge(Parse(locator, name, ReadTrustedFile(::dirfd(folder.get()), name, owner)), policy); });
     });
     return policy;
 }

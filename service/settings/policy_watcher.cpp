@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/objclient.h>
 #include <service/settings/policy_folder.h>
 #include <service/settings/policy_watcher.h>
 
@@ -20,9 +21,11 @@ constexpr int ForEver = -1;
 
 } // namespace
 
-PolicyWatcher::PolicyWatcher(std::string folder, uid_t owner, ulk::Ptr<ulk::ITracer> tracer, Changed changed)
-    : m_folder(std::move(folder)), m_owner(owner), m_tracer(std::move(tracer)), m_changed(std::move(changed)),
-      m_stop(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_watch(m_folder) {}
+PolicyWatcher::PolicyWatcher(std::string folder, uid_t owner, ulk::Ptr<ulk::IServiceLocator> locator, Changed changed)
+    : m_folder(std::move(folder)), m_owner(owner), m_locator(std::move(locator)), m_changed(std::move(changed)),
+      m_stop(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_watch(m_folder) {
+    (void)ulk::GetInterface(m_locator.Get(), m_tracer.Ref());
+}
 
 PolicyWatcher::~PolicyWatcher() { Stop(); }
 
@@ -46,7 +49,7 @@ void PolicyWatcher::Read() {
         ULK_TRACE(m_tracer.Get(), ulk::level::Failure)
             << "Policy folder can't be watched: " << ulk::ResultText(watched);
     }
-    Policy policy = ReadPolicyFolder(m_folder, m_owner);
+    Policy policy = ReadPolicyFolder(m_locator.Get(), m_folder, m_owner);
     if (m_last && *m_last == policy)
         return;
     m_last = std::move(policy);

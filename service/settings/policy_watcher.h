@@ -2,6 +2,7 @@
 // Reads the policy folder whenever something in it changes, or when it comes or goes.
 #pragma once
 
+#include <foundation/object.h>
 #include <foundation/trace.h>
 #include <service/settings/file_io.h>
 #include <service/settings/folder_watch.h>
@@ -21,8 +22,9 @@ public:
     using Changed = std::function<void(const Policy&)>;
 
     /// `changed` gets the policy after the start and whenever another one is read. It is called on the thread that
-    /// starts and then on the watcher's own, without a lock, and must not throw. `folder` ends in '/'.
-    PolicyWatcher(std::string folder, uid_t owner, ulk::Ptr<ulk::ITracer> tracer, Changed changed);
+    /// starts and then on the watcher's own, without a lock, and must not throw. `folder` ends in '/'. The locator has
+    /// the tracer, and may be null.
+    PolicyWatcher(std::string folder, uid_t owner, ulk::Ptr<ulk::IServiceLocator> locator, Changed changed);
     ~PolicyWatcher();
     PolicyWatcher(const PolicyWatcher&) = delete;
     PolicyWatcher& operator=(const PolicyWatcher&) = delete;
@@ -42,7 +44,8 @@ private:
 
     const std::string m_folder;
     const uid_t m_owner;
-    const ulk::Ptr<ulk::ITracer> m_tracer;
+    const ulk::Ptr<ulk::IServiceLocator> m_locator;
+    ulk::Ptr<ulk::ITracer> m_tracer;
     const Changed m_changed;
     const Descriptor m_stop;
     std::thread m_thread;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/settings/file_io.h>
+#include <foundation/objclient.h>
+#include <foundation/trace.h>
 #include <service/settings/service_settings.h>
 #include <service/settings/settings_json.h>
 
@@ -70,11 +71,28 @@ LoadedSettings LoadSettings(const std::string& path) {
     }
 }
 
-result_t SaveSettings(const std::string& path, const ServiceSettings& settings) noexcept {
+result_t SaveSettings(const std::string& path, const ServiceSettings& settings, OldFile oldFile,
+                      ulk::IServiceLocator* locator) noexcept {
     try {
         if (!ValidateSettings(settings).empty())
             return ulk::eInvalidArgument;
-        return WriteFileAtomically(path, FormatSettings(settings));
+        FileReplacement replacement(path, oldFile);
+        result_t result = replacement.Write(FormatSettings(settings, locator));
+        if (ULK_SUCCEEDED(result))
+            result = replacement.Commit();
+        ulk::Ptr<ulk::ITracer> tracer;
+        (void)ulk::GetInterface(locator, tracer.Ref());
+        if (!ULK_SUCCEEDED(result)) {
+            ULK_TRACE(tracer.Get(), ulk::level::Failure)
+                << "Settings not changed: " << path << (oldFile == OldFile::SetAside ? ", not used before," : "")
+                << " can't be replaced: " << ulk::ResultText(result);
+            return result;
+        }
+        if (const result_t synced = replacement.Sync(); !ULK_SUCCEEDED(synced)) {
+            ULK_TRACE(tracer.Get(), ulk::level::Failure)
+                << "Settings changed, but a loss of power may undo it: " << path << ": " << ulk::ResultText(synced);
+        }
+        return ulk::sOk;
     } catch (const std::invalid_argument&) {
         return ulk::eInvalidArgument; // a path that is not UTF-8 has no place in JSON
     } catch (const std::bad_alloc&) {

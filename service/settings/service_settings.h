@@ -3,7 +3,9 @@
 #pragma once
 
 #include <contract/tfs/settings.h>
+#include <foundation/object.h>
 #include <foundation/result.h>
+#include <service/settings/file_io.h>
 
 #include <cstdint>
 #include <optional>
@@ -42,7 +44,7 @@ inline constexpr std::size_t MaxPathsInList = 1024;
 enum class SettingsOrigin {
     File,
     Missing,    ///< no file: defaults
-    Unreadable, ///< the file can't be read: defaults
+    Unreadable, ///< the file can't be read: defaults, the file stays
     Damaged,    ///< not parsable: defaults, the file was set aside
     Invalid,    ///< a value of the wrong type or out of range: defaults for all, the file stays
 };
@@ -61,7 +63,9 @@ LoadedSettings LoadSettings(const std::string& path);
 /// Empty where the settings hold together, else what is wrong.
 std::string ValidateSettings(const ServiceSettings& settings);
 
-/// Validates, then replaces the file atomically. eInvalidArgument where the settings don't hold together.
-result_t SaveSettings(const std::string& path, const ServiceSettings& settings) noexcept;
+/// Validates, then replaces the file atomically. eInvalidArgument where the settings don't hold together, else the code
+/// of the system call that failed; the old file stays then, and only then. The locator has the tracer.
+result_t SaveSettings(const std::string& path, const ServiceSettings& settings, OldFile oldFile = OldFile::Drop,
+                      ulk::IServiceLocator* locator = nullptr) noexcept;
 
 } // namespace tfs::service::settings

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <contract/tfs/value_text.h>
 #include <service/settings/settings_json.h>
 #include <tfs_common/settings_tools.h>
 #include <tfs_common/validation_text.h>
@@ -21,6 +22,8 @@ constexpr char StatementKey[] = "tsnStatement";
 // What earlier versions wrote.
 constexpr char OldTraceLevelKey[] = "traceLevel";
 constexpr char OldReportsKey[] = "reportsForPrivilegedOnly";
+constexpr char OldYes[] = "Yes";
+constexpr char OldNo[] = "No";
 constexpr std::int32_t OldDetailedLevel = 800;
 constexpr std::int32_t OldGreatestLevel = 1000;
 constexpr int DeepestNesting = 64;
@@ -94,10 +97,12 @@ void ReadPaths(Json& root, const char* key, std::vector<std::string>& value) {
 
 /// A setting's value in the form of a change list.
 std::string TextOf(const std::string& key, const Json& value) {
-    if (value.is_string())
-        return value.get<std::string>();
+    if (value.is_string()) {
+        const auto text = value.get<std::string>();
+        return text == OldYes ? "yes" : text == OldNo ? "no" : text;
+    }
     if (value.is_boolean())
-        return value.get<bool>() ? "yes" : "no";
+        return types::ToSettingText(value.get<bool>());
     if (!value.is_number_integer())
         Refuse(key, "is not a text, a number, true or false");
     return value.dump();
@@ -163,6 +168,7 @@ void ReadStatement(Json& root, std::optional<StatementAcceptance>& statement) {
 
 } // namespace
 
+// Without a locator: how to trace is among what is read here.
 ServiceSettings ParseSettings(const std::string& text) {
     Json root = ParseDocument(text);
     if (!root.is_object())
@@ -183,7 +189,7 @@ ServiceSettings ParseSettings(const std::string& text) {
     return settings;
 }
 
-std::string FormatSettings(const ServiceSettings& settings) {
+std::string FormatSettings(const ServiceSettings& settings, ulk::IServiceLocator* locator) {
     Json root = settings.unknown.empty() ? Json::object() : Json::parse(settings.unknown);
     root["scanScope"] = settings.scanScope;
     root["scanExclusions"] = settings.scanExclusions;
@@ -191,7 +197,7 @@ std::string FormatSettings(const ServiceSettings& settings) {
     root["fileTimeLimitSeconds"] = settings.fileTimeLimitSeconds;
     root["allowUserManageLocalTasks"] = settings.allowUserManageLocalTasks;
     root["allowUserManageGroupTasks"] = settings.allowUserManageGroupTasks;
-    for (const auto& item : tools::ListSettings(nullptr, Holder(settings.application)))
+    for (const auto& item : tools::ListSettings(locator, Holder(settings.application)))
         root[ApplicationKey][item.key] = item.value;
     if (settings.statement)
         root[StatementKey] = {{"accepted", settings.statement->date}, {"sha256", settings.statement->sha256}};

@@ -2,6 +2,7 @@
 // The service's settings as a JSON document.
 #pragma once
 
+#include <foundation/object.h>
 #include <service/settings/service_settings.h>
 
 #include <stdexcept>
@@ -19,7 +20,8 @@ public:
 /// key of the wrong type or range; keys that aren't known are kept.
 ServiceSettings ParseSettings(const std::string& text);
 
-/// The document, with a line feed at its end. Throws std::invalid_argument for a text that isn't UTF-8.
-std::string FormatSettings(const ServiceSettings& settings);
+/// The document, with a line feed at its end. The locator has the tracer. Throws std::invalid_argument for a text that
+/// isn't UTF-8.
+std::string FormatSettings(const ServiceSettings& settings, ulk::IServiceLocator* locator = nullptr);
 
 } // namespace tfs::service::settings

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/settings/file_io.h>
+#include <contract/tfs/value_text.h>
 #include <service/settings/settings_store.h>
 #include <service/settings/statement.h>
 #include <tfs_common/settings_tools.h>
 
 #include <algorithm>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace tfs::service::settings {
@@ -16,6 +17,9 @@ using tfs::settings::ChangeItem;
 using tfs::settings::SettingsChangeList;
 using tfs::settings::ValidationMessage;
 using ulk::types::any_struct_t;
+
+static_assert(std::is_nothrow_move_assignable_v<ServiceSettings> && std::is_nothrow_move_assignable_v<Policy>,
+              "what has been decided must get into force");
 
 constexpr char NetworkKey[] = "UseTSN";
 constexpr char NetworkOff[] = "Off";
@@ -53,9 +57,10 @@ bool IsUsable(const ChangeItem& item) {
            (item.key != DatabaseKey || !item.value.ends_with('/'));
 }
 
-std::vector<ChangeItem> Differences(const AppSettings& before, const AppSettings& after) {
-    const auto old = tools::ListSettings(nullptr, Holder(before));
-    auto items = tools::ListSettings(nullptr, Holder(after));
+std::vector<ChangeItem> Differences(ulk::IServiceLocator* locator, const AppSettings& before,
+                                    const AppSettings& after) {
+    const auto old = tools::ListSettings(locator, Holder(before));
+    auto items = tools::ListSettings(locator, Holder(after));
     std::erase_if(items, [&](const ChangeItem& item) { return std::find(old.begin(), old.end(), item) != old.end(); });
     return items;
 }
@@ -64,42 +69,48 @@ std::vector<ChangeItem> Differences(const AppSettings& before, const AppSettings
 
 SettingsStore::SettingsStore(Options options, LoadedSettings loaded)
     : m_options(std::move(options)), m_atStart(std::move(loaded.settings)), m_stored(m_atStart),
-      m_mustKeepAside(loaded.origin == SettingsOrigin::Invalid) {
-    const ulk::LockGuard lock(m_changeMutex);
-    const ulk::LockGuard inner(m_mutex);
-    m_current = Combine();
-}
+      m_oldFile(loaded.origin == SettingsOrigin::File || loaded.origin == SettingsOrigin::Missing ? OldFile::Drop
+                                                                                                  : OldFile::SetAside),
+      m_current(Combine(m_stored, {})) {}
 
 std::shared_ptr<const EffectiveSettings> SettingsStore::Current() const {
     const ulk::LockGuard lock(m_mutex);
     return m_current;
 }
 
-std::shared_ptr<const EffectiveSettings> SettingsStore::Combine() const {
+std::shared_ptr<const EffectiveSettings> SettingsStore::Combine(const ServiceSettings& stored,
+                                                                const Policy& policy) const {
     auto effective = std::make_shared<EffectiveSettings>();
-    effective->application = m_stored.application;
+    effective->application = stored.application;
     any_struct_t updated;
     Messages ignored; // each file of the policy was tested when it was read
-    if (!m_policy.settings.items.empty() && ULK_SUCCEEDED(tools::UpdateSettings(nullptr, Holder(m_stored.application),
-                                                                                m_policy.settings, ignored, updated)))
-        effective->application = *updated.Get<AppSettings>();
-    effective->allowUserManageLocalTasks =
-        m_policy.allowUserManageLocalTasks.value_or(m_stored.allowUserManageLocalTasks);
-    effective->allowUserManageGroupTasks =
-        m_policy.allowUserManageGroupTasks.value_or(m_stored.allowUserManageGroupTasks);
-    effective->isUnderPolicy = m_policy.inForce;
-    effective->policyName = m_policy.name;
+    if (!policy.settings.items.empty()) {
+        const result_t applied = tools::UpdateSettings(m_options.locator.Get(), Holder(stored.application),
+                                                       policy.settings, ignored, updated);
+        if (applied == ulk::eOutOfMemory)
+            throw std::bad_alloc();
+        if (ULK_SUCCEEDED(applied))
+            effective->application = *updated.Get<AppSettings>();
+    }
+    effective->allowUserManageLocalTasks = policy.allowUserManageLocalTasks.value_or(stored.allowUserManageLocalTasks);
+    effective->allowUserManageGroupTasks = policy.allowUserManageGroupTasks.value_or(stored.allowUserManageGroupTasks);
+    effective->isUnderPolicy = policy.inForce;
+    effective->policyName = policy.name;
     return effective;
 }
 
-result_t SettingsStore::Check(const SettingsChangeList& changes, Messages& messages) const {
+/// Gives the settings as the list makes them, with nothing stored yet.
+result_t SettingsStore::Check(const SettingsChangeList& changes, AppSettings& updated, Messages& messages) const {
     if (changes.items.empty() && !changes.allowEmpty) {
         messages.push_back(Message("CannotParseSettings"));
         return sInvalidSettings;
     }
-    const result_t valid = tools::ValidateChangeList(nullptr, Holder(m_stored.application), changes, messages);
-    if (valid != ulk::sOk)
-        return valid == ulk::eNotFound ? sInvalidSettings : valid;
+    any_struct_t holder;
+    const result_t applied =
+        tools::UpdateSettings(m_options.locator.Get(), Holder(m_stored.application), changes, messages, holder);
+    if (!ULK_SUCCEEDED(applied))
+        return applied == ulk::eNotFound || applied == ulk::eInvalidArgument ? sInvalidSettings : applied;
+    updated = *holder.Get<AppSettings>();
     for (const ChangeItem& item : changes.items)
         if (!IsUsable(item))
             Add(messages, Message("InvalidSettings1", item.key + "=" + item.value));
@@ -134,20 +145,19 @@ result_t SettingsStore::Apply(const SettingsChangeList& changes, bool acceptTsn,
     try {
         {
             const ulk::LockGuard lock(m_changeMutex);
-            if (const result_t result = Check(changes, messages); result != ulk::sOk)
-                return result;
             ServiceSettings next = m_stored;
+            if (const result_t result = Check(changes, next.application, messages); result != ulk::sOk)
+                return result;
             if (const result_t result = CheckStatement(changes, acceptTsn, next, messages); result != ulk::sOk)
                 return result;
-            any_struct_t updated;
-            const result_t result =
-                tools::UpdateSettings(nullptr, Holder(m_stored.application), changes, messages, updated);
-            if (!ULK_SUCCEEDED(result))
-                return result;
-            next.application = *updated.Get<AppSettings>();
-            if (const result_t stored = Store(std::move(next)); !ULK_SUCCEEDED(stored))
-                return stored;
-            PutInForce(uid);
+            if (next != m_stored) {
+                // What can fail comes before the file is replaced.
+                Untold change = Prepare(next, m_policy, uid);
+                if (const result_t saved = Save(next); !ULK_SUCCEEDED(saved))
+                    return saved;
+                m_stored = std::move(next);
+                PutInForce(std::move(change));
+            }
         }
         Tell();
         return ulk::sOk;
@@ -158,34 +168,45 @@ result_t SettingsStore::Apply(const SettingsChangeList& changes, bool acceptTsn,
     }
 }
 
-result_t SettingsStore::Store(ServiceSettings next) {
-    if (next == m_stored)
-        return ulk::sOk;
-    if (m_mustKeepAside) // somebody wrote it by hand and may want to mend it
-        m_mustKeepAside = !KeepFileAside(m_options.path);
-    const result_t result = SaveSettings(m_options.path, next);
+result_t SettingsStore::Save(const ServiceSettings& next) {
+    const result_t result = SaveSettings(m_options.path, next, m_oldFile, m_options.locator.Get());
     if (ULK_SUCCEEDED(result))
-        m_stored = std::move(next);
+        m_oldFile = OldFile::Drop;
     return result;
 }
 
 void SettingsStore::SetPolicy(Policy policy) {
     {
         const ulk::LockGuard lock(m_changeMutex);
+        Untold change = Prepare(m_stored, policy, std::nullopt);
         m_policy = std::move(policy);
-        PutInForce(std::nullopt);
+        PutInForce(std::move(change));
     }
     Tell();
 }
 
-void SettingsStore::PutInForce(std::optional<std::uint32_t> uid) {
-    auto after = Combine();
-    const ulk::LockGuard lock(m_mutex);
-    auto before = std::exchange(m_current, std::move(after));
-    if (*before == *m_current)
+/// What is to be told of a change from what is in force; empty where there is none.
+SettingsStore::Untold SettingsStore::Prepare(const ServiceSettings& stored, const Policy& policy,
+                                             std::optional<std::uint32_t> uid) const {
+    Untold change;
+    auto before = Current();
+    auto after = Combine(stored, policy);
+    const bool isStatementNew = stored.statement != m_stored.statement;
+    if (*before == *after && !isStatementNew)
+        return change;
+    auto items = Differences(m_options.locator.Get(), before->application, after->application);
+    if (isStatementNew && before->application.useTsn == after->application.useTsn)
+        items.push_back({NetworkKey, types::ToString(after->application.useTsn)});
+    change.push_back({std::move(before), std::move(after), std::move(items), uid});
+    return change;
+}
+
+void SettingsStore::PutInForce(Untold change) noexcept {
+    if (change.empty())
         return;
-    auto items = Differences(before->application, m_current->application);
-    m_untold.push_back({std::move(before), m_current, std::move(items), uid});
+    const ulk::LockGuard lock(m_mutex);
+    m_current = change.front().after;
+    m_untold.splice(m_untold.end(), change);
 }
 
 void SettingsStore::Tell() {

@@ -144,12 +144,11 @@ PendingEvents EventBus::TakePending(Event::IdType afterId, Event::IdType upToId,
     PendingEvents pending;
     const ulk::LockGuard lock(m_mutex);
     pending.lastId = m_lastId;
-    for (const auto& event : m_pending) {
-        if (event->id > upToId || pending.events.size() >= limit)
-            break;
-        if (event->id > afterId)
-            pending.events.push_back(event);
-    }
+    const auto idOf = [](const std::shared_ptr<const Event>& event) { return event->id; };
+    const auto from = std::ranges::upper_bound(m_pending, afterId, {}, idOf);
+    const auto to = std::ranges::upper_bound(from, m_pending.end(), upToId, {}, idOf);
+    const auto count = std::min<std::size_t>(limit, static_cast<std::size_t>(std::max<std::ptrdiff_t>(to - from, 0)));
+    pending.events.assign(from, from + static_cast<std::ptrdiff_t>(count));
     return pending;
 }
 

@@ -78,15 +78,13 @@ private:
 } // namespace
 
 void EventQueries::Read(Event::IdType afterId, Event::IdType upToId, std::size_t limit, std::vector<Event>& events) {
-    Event::IdType lastRead = afterId;
-    std::size_t room = limit;
-    if (const auto reader = m_readers.Take()) {
-        const std::size_t before = events.size();
-        reader->Read(afterId, upToId, limit, events);
-        room -= events.size() - before;
-        if (events.size() > before)
-            lastRead = events.back().id;
-    }
+    const std::size_t before = events.size();
+    // Ids are given in the order of writing: behind an event that isn't on disk, none is.
+    if (m_pending.events.empty() || m_pending.events.front()->id > afterId + 1)
+        if (const auto reader = m_readers.Take())
+            reader->Read(afterId, upToId, limit, events);
+    const Event::IdType lastRead = events.size() > before ? events.back().id : afterId;
+    std::size_t room = limit - (events.size() - before);
     for (const auto& event : m_pending.events) {
         if (room == 0 || event->id > upToId)
             return;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/settings/file_io.h>
+#include <service/tasks/kept_json.h>
 #include <service/tasks/kept_state.h>
 
 #include <ctime>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace tfs::service::tasks {
@@ -12,44 +12,7 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int FileVersion = 1;
-constexpr std::size_t MaxFileSize = 8 * 1024 * 1024;
-
-/// The counters by name, for both directions.
-template <class Statistic, class Use>
-void ForEachCounter(Statistic& statistic, Use use) {
-    use("scannedObjects", statistic.scannedObjects);
-    use("threatsFound", statistic.threatsFound);
-    use("infectedObjects", statistic.infectedObjects);
-    use("suspiciousObjects", statistic.suspiciousObjects);
-    use("curedObjects", statistic.curedObjects);
-    use("backedUpObjects", statistic.backedUpObjects);
-    use("deletedObjects", statistic.deletedObjects);
-    use("notCuredObjects", statistic.notCuredObjects);
-    use("scanErrors", statistic.scanErrors);
-    use("passwordProtectedObjects", statistic.passwordProtectedObjects);
-    use("skippedObjects", statistic.skippedObjects);
-}
-
-Json CountersToJson(const ScanStatistic& statistic) {
-    Json json = Json::object();
-    ForEachCounter(statistic, [&](const char* name, std::uint64_t value) { json[name] = value; });
-    return json;
-}
-
-template <class Number>
-Number NumberOf(const Json& json, const char* key) {
-    const Json& value = json.at(key);
-    if (!value.is_number_integer() || (std::is_unsigned_v<Number> && !value.is_number_unsigned()))
-        throw std::invalid_argument(key);
-    return value.get<Number>();
-}
-
-ScanStatistic CountersFromJson(const Json& json) {
-    ScanStatistic statistic;
-    ForEachCounter(statistic,
-                   [&](const char* name, std::uint64_t& value) { value = NumberOf<std::uint64_t>(json, name); });
-    return statistic;
-}
+constexpr std::size_t MaxFileSize = 64 * 1024 * 1024;
 
 Json ToJson(const KeptStatistic& kept) {
     const OxsStatistic& statistic = kept.statistic;
@@ -91,6 +54,11 @@ KeptState FromJson(const Json& root) {
     state.odsTotal = CountersFromJson(root.at("odsTotal"));
     for (const Json& item : root.at("statistics"))
         state.statistics.push_back(StatisticFromJson(item));
+    if (root.contains("lastUpdate")) // older files have neither this nor tasks
+        state.lastUpdate = NumberOf<std::int64_t>(root, "lastUpdate");
+    if (const auto tasks = root.find("tasks"); tasks != root.end())
+        for (const Json& item : *tasks)
+            state.tasks.push_back(TaskFromJson(item));
     if (state.nextTaskId < FirstTemporaryTaskId || state.nextRunId == 0)
         throw std::invalid_argument("ids");
     return state;
@@ -123,18 +91,35 @@ LoadedState LoadKeptState(const std::string& path) {
     }
 }
 
+namespace {
+
+std::string Print(const KeptState& state, bool withTemporary) {
+    Json statistics = Json::array();
+    for (const KeptStatistic& kept : state.statistics)
+        statistics.push_back(ToJson(kept));
+    Json tasks = Json::array();
+    for (const KeptTask& task : state.tasks)
+        if (withTemporary || !task.owner)
+            tasks.push_back(ToJson(task));
+    const Json root{{"version", FileVersion},
+                    {"nextTaskId", state.nextTaskId},
+                    {"nextRunId", state.nextRunId},
+                    {"lastFullScan", state.lastFullScan},
+                    {"lastUpdate", state.lastUpdate},
+                    {"odsTotal", CountersToJson(state.odsTotal)},
+                    {"statistics", std::move(statistics)},
+                    {"tasks", std::move(tasks)}};
+    return root.dump(1) + "\n";
+}
+
+} // namespace
+
 result_t SaveKeptState(const std::string& path, const KeptState& state) noexcept {
     try {
-        Json statistics = Json::array();
-        for (const KeptStatistic& kept : state.statistics)
-            statistics.push_back(ToJson(kept));
-        const Json root{{"version", FileVersion},
-                        {"nextTaskId", state.nextTaskId},
-                        {"nextRunId", state.nextRunId},
-                        {"lastFullScan", state.lastFullScan},
-                        {"odsTotal", CountersToJson(state.odsTotal)},
-                        {"statistics", std::move(statistics)}};
-        return settings::WriteFileAtomically(path, root.dump(1) + "\n");
+        std::string text = Print(state, true);
+        if (text.size() > MaxFileSize) // what can't be read again is worth less than what is left out
+            text = Print(state, false);
+        return settings::WriteFileAtomically(path, text);
     } catch (const std::exception&) {
         return ulk::eOutOfMemory;
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/tasks.h>
+#include <service/tasks/kept_task.h>
 
 #include <cstdint>
 #include <string>
@@ -22,8 +23,10 @@ struct KeptState {
     std::uint64_t nextTaskId = FirstTemporaryTaskId;
     std::uint64_t nextRunId = 1;
     std::int64_t lastFullScan = 0; ///< when the full scan was last completed; seconds since the Unix epoch
+    std::int64_t lastUpdate = 0;   ///< the same of the update
     ScanStatistic odsTotal;        ///< of all finished on-demand scans
     std::vector<KeptStatistic> statistics;
+    std::vector<KeptTask> tasks; ///< those that always exist, and temporary ones whose run goes on
     friend bool operator==(const KeptState&, const KeptState&) = default;
 };
 
@@ -36,7 +39,7 @@ struct LoadedState {
 /// clock, so that they don't meet those of events already stored.
 LoadedState LoadKeptState(const std::string& path);
 
-/// Replaces the file atomically.
+/// Replaces the file atomically. Where it would become too large to be read again, temporary tasks are left out.
 result_t SaveKeptState(const std::string& path, const KeptState& state) noexcept;
 
 } // namespace tfs::service::tasks

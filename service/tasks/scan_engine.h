@@ -10,6 +10,13 @@
 
 namespace tfs::service::tasks {
 
+/// What a scan looks at.
+enum class ScanKind {
+    Files,       ///< of its areas
+    Memory,      ///< what running processes have mapped
+    BootRecords, ///< of disks and partitions
+};
+
 /// Implemented by the service's application object; outlives the task registry. Called on tasks' workers.
 class IScanEngine {
 public:
@@ -17,7 +24,8 @@ public:
     /// Waits until signatures are loaded, or have failed to be (eNotReady; `why` says why), or `cancelled` is true
     /// (eCancelled; looked at several times a second).
     virtual result_t WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) = 0;
-    virtual std::unique_ptr<scan::IScanRun> MakeRun(scan::ScanOptions options, scan::IScanObserver& observer) = 0;
+    virtual std::unique_ptr<scan::IScanRun> MakeRun(ScanKind kind, scan::ScanOptions options,
+                                                    scan::IScanObserver& observer) = 0;
 };
 
 } // namespace tfs::service::tasks

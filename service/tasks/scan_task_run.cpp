@@ -3,6 +3,7 @@
 #include <service/tasks/local_mounts.h>
 #include <service/tasks/scan_task_run.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <system_error>
@@ -11,6 +12,18 @@
 namespace tfs::service::tasks {
 namespace {
 
+RunEnd EndOf(scan::ScanEnd end) noexcept {
+    switch (end) {
+    case scan::ScanEnd::Completed:
+        return RunEnd::Completed;
+    case scan::ScanEnd::Stopped:
+        return RunEnd::Stopped;
+    case scan::ScanEnd::Failed:
+        break;
+    }
+    return RunEnd::Failed;
+}
+
 /// Four progress events a second at most.
 constexpr std::chrono::milliseconds ProgressInterval{250};
 /// In a long scan a percentage stands for minutes; what is counted must show all the same.
@@ -18,20 +31,21 @@ constexpr std::chrono::milliseconds SamePercentInterval{2000};
 
 } // namespace
 
-ScanTaskRun::ScanTaskRun(Description description, IScanEngine& engine, IRunHost& host, UserNames& names)
-    : m_description(std::move(description)), m_engine(engine), m_host(host), m_names(names) {}
+ScanTaskRun::ScanTaskRun(RunOrder order, Description description, IScanEngine& engine, IRunHost& host, UserNames& names)
+    : m_order(std::move(order)), m_description(std::move(description)), m_engine(engine), m_host(host), m_names(names),
+      m_counters(m_order.counters), m_bytes(m_order.bytes) {}
 
 void ScanTaskRun::Execute() noexcept {
     RunOutcome outcome;
     try {
         Run(outcome);
     } catch (const std::exception& e) {
-        outcome.end = scan::ScanEnd::Failed;
+        outcome.end = RunEnd::Failed;
         outcome.error = e.what();
     }
     try {
         TellCounters();
-        m_host.OnRunEnded(m_description.task, outcome);
+        m_host.OnRunEnded(m_order.task, outcome);
     } catch (const std::exception&) { // memory is short; the registry has changed what it could
     }
 }
@@ -39,29 +53,29 @@ void ScanTaskRun::Execute() noexcept {
 void ScanTaskRun::Run(RunOutcome& outcome) {
     const result_t ready = m_engine.WaitUntilReady([this] { return IsStopped(); }, outcome.error);
     if (!ULK_SUCCEEDED(ready) || IsStopped()) {
-        outcome.end = IsStopped() ? scan::ScanEnd::Stopped : scan::ScanEnd::Failed;
+        outcome.end = IsStopped() ? RunEnd::Stopped : RunEnd::Failed;
         return;
     }
-    if (m_description.areasOfUser)
+    if (m_order.isTemporary)
         AdmitAreas();
     if (m_description.withLocalMounts)
         m_description.options.areas = WithLocalMounts(m_description.options.areas);
     // Pausing is possible as soon as the run has begun: the scan must be there by then.
     std::shared_ptr<scan::IScanRun> inner;
-    if (!m_description.options.areas.empty())
-        inner = m_engine.MakeRun(m_description.options, *this);
+    if (m_description.kind != ScanKind::Files || !m_description.options.areas.empty())
+        inner = m_engine.MakeRun(m_description.kind, m_description.options, *this);
     {
         const ulk::LockGuard lock(m_mutex);
         m_inner = inner;
         if (m_stopped) {
-            outcome.end = scan::ScanEnd::Stopped;
+            outcome.end = RunEnd::Stopped;
             return;
         }
     }
-    m_host.OnRunBegun(m_description.task);
+    m_host.OnRunBegun(m_order.task);
     outcome.begun = true;
     if (!inner) {
-        outcome.end = scan::ScanEnd::Completed; // every area has been told as not processed
+        outcome.end = RunEnd::Completed; // every area has been told as not processed
         return;
     }
     scan::ScanResult result = inner->Run();
@@ -69,11 +83,9 @@ void ScanTaskRun::Run(RunOutcome& outcome) {
         const ulk::LockGuard lock(m_mutex);
         m_inner.reset();
     }
-    outcome.end = result.end;
+    outcome.end = EndOf(result.end);
     outcome.error = std::move(result.error);
-    m_counters.scannedObjects = result.counters.scannedObjects;
-    m_counters.skippedObjects = result.counters.skipped;
-    m_bytes = result.counters.scannedBytes;
+    TakeCounters(result.counters);
 }
 
 void ScanTaskRun::AdmitAreas() {
@@ -97,14 +109,14 @@ void ScanTaskRun::OnThreat(const scan::ThreatFound& threat) {
         m_lastInfected = threat.path;
     }
     m_host.PublishFinding(
-        MakeThreatDetected(m_description.task, m_description.initiator, threat, m_names.Resolve(threat.ownerUid)));
+        MakeThreatDetected(m_order.task, m_order.initiator, threat, m_names.Resolve(threat.ownerUid)));
     TellCounters();
 }
 
 void ScanTaskRun::OnNotProcessed(const scan::NotProcessed& object) {
     CountNotProcessed(object);
-    m_host.PublishFinding(MakeNotProcessed(m_description.task, m_description.initiator, object.path,
-                                           scan::ReasonText(object.reason), object.detail));
+    m_host.PublishFinding(
+        MakeNotProcessed(m_order.task, m_order.initiator, object.path, scan::ReasonText(object.reason), object.detail));
 }
 
 void ScanTaskRun::CountNotProcessed(const scan::NotProcessed& object) {
@@ -115,20 +127,32 @@ void ScanTaskRun::CountNotProcessed(const scan::NotProcessed& object) {
 }
 
 void ScanTaskRun::OnProgress(const scan::ScanProgress& progress) {
-    m_counters.scannedObjects = progress.scannedObjects;
-    m_counters.skippedObjects = progress.skipped;
-    m_bytes = progress.scannedBytes;
+    TakeCounters(progress);
     TellCounters();
+    const std::uint32_t percent = std::max(progress.percent, m_order.percent);
+    m_host.OnRunProgress(m_order.task, {percent, progress.secondsLeft});
     const auto now = std::chrono::steady_clock::now();
-    const auto interval = m_lastPercent == progress.percent ? SamePercentInterval : ProgressInterval;
+    const auto interval = m_lastPercent == percent ? SamePercentInterval : ProgressInterval;
     if (m_lastPercent && now - m_lastProgress < interval)
         return;
-    m_lastPercent = progress.percent;
+    m_lastPercent = percent;
     m_lastProgress = now;
-    m_host.PublishProgress(MakeProgress(m_description.task, progress.percent));
+    m_host.PublishProgress(MakeProgress(m_order.task, percent));
 }
 
-void ScanTaskRun::TellCounters() { m_host.OnRunCounters(m_description.task, m_counters, m_bytes); }
+/// The scanner counts from where the run goes on.
+void ScanTaskRun::TakeCounters(const scan::ScanProgress& progress) {
+    m_counters.scannedObjects = m_order.counters.scannedObjects + progress.scannedObjects;
+    m_counters.skippedObjects = m_order.counters.skippedObjects + progress.skipped;
+    m_bytes = m_order.bytes + progress.scannedBytes;
+}
+
+void ScanTaskRun::OnCheckpoint(const std::string& path) {
+    TellCounters(); // what is kept with it
+    m_host.OnRunCheckpoint(m_order.task, path);
+}
+
+void ScanTaskRun::TellCounters() { m_host.OnRunCounters(m_order.task, m_counters, m_bytes); }
 
 std::shared_ptr<scan::IScanRun> ScanTaskRun::Inner() const {
     const ulk::LockGuard lock(m_mutex);

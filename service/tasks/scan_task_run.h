@@ -5,7 +5,7 @@
 #include <foundation/sync.h>
 #include <service/scan/scan_run.h>
 #include <service/tasks/scan_engine.h>
-#include <service/tasks/task_events.h>
+#include <service/tasks/task_run.h>
 #include <service/tasks/user_names.h>
 
 #include <chrono>
@@ -15,57 +15,37 @@
 
 namespace tfs::service::tasks {
 
-/// How a run ended.
-struct RunOutcome {
-    bool begun = false; ///< false: the scanner wasn't to be had, or the task was stopped before
-    scan::ScanEnd end = scan::ScanEnd::Failed;
-    std::string error; ///< with Failed
-};
-
-/// The registry, as a run sees it. Called on the run's worker and the scan's threads, without a lock of the run held.
-class IRunHost {
+class ScanTaskRun final : public ITaskRun, public scan::IScanObserver {
 public:
-    virtual ~IRunHost() = default;
-    virtual void OnRunBegun(const TaskIdentity& task) = 0;
-    virtual void OnRunCounters(const TaskIdentity& task, const ScanStatistic& counters, std::uint64_t bytes) = 0;
-    /// Last call of a run.
-    virtual void OnRunEnded(const TaskIdentity& task, const RunOutcome& outcome) = 0;
-    /// Publishes behind all events of state changes that came before; returns when it is done.
-    virtual void PublishFinding(Event event) = 0;
-    virtual void PublishProgress(Event event) = 0;
-};
-
-class ScanTaskRun final : public scan::IScanObserver {
-public:
+    /// What the scanner is told beside the order.
     struct Description {
-        TaskIdentity task;
-        Initiator initiator;
+        ScanKind kind = ScanKind::Files;
         scan::ScanOptions options;
         bool withLocalMounts = false; ///< the areas' other local file systems are scanned too
-        bool areasOfUser = false;     ///< the areas were named by a user and are tested before they are scanned
     };
 
-    ScanTaskRun(Description description, IScanEngine& engine, IRunHost& host, UserNames& names);
+    ScanTaskRun(RunOrder order, Description description, IScanEngine& engine, IRunHost& host, UserNames& names);
 
-    /// On the task's worker, once.
-    void Execute() noexcept;
-    /// From any thread, at any time.
-    void Stop() noexcept;
-    void Pause() noexcept;
-    void Resume() noexcept;
+    void Execute() noexcept override;
+    void Stop() noexcept override;
+    void Pause() noexcept override;
+    void Resume() noexcept override;
 
 private:
     void OnThreat(const scan::ThreatFound& threat) override;
     void OnNotProcessed(const scan::NotProcessed& object) override;
     void OnProgress(const scan::ScanProgress& progress) override;
+    void OnCheckpoint(const std::string& path) override;
 
     void Run(RunOutcome& outcome);
     void AdmitAreas();
     void CountNotProcessed(const scan::NotProcessed& object);
+    void TakeCounters(const scan::ScanProgress& progress);
     void TellCounters();
     std::shared_ptr<scan::IScanRun> Inner() const;
     bool IsStopped() const;
 
+    const RunOrder m_order;
     Description m_description;
     IScanEngine& m_engine;
     IRunHost& m_host;

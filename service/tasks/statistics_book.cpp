@@ -27,11 +27,13 @@ bool IsPast(const KeptStatistic& kept) noexcept { return kept.statistic.isTempor
 
 } // namespace
 
-std::vector<KeptStatistic> StatisticsBook::Restore(KeptState state, std::int64_t now) {
+std::vector<KeptStatistic> StatisticsBook::Restore(KeptState state, const std::set<std::uint64_t>& goOn,
+                                                   std::int64_t now) {
     m_state = std::move(state);
+    m_state.tasks.clear();
     std::vector<KeptStatistic> interrupted;
     for (KeptStatistic& kept : m_state.statistics) {
-        if (!IsRunning(kept))
+        if (!IsRunning(kept) || goOn.contains(kept.statistic.taskId))
             continue;
         Finish(kept.statistic.taskId, now);
         interrupted.push_back(kept);

@@ -5,6 +5,7 @@
 #include <service/tasks/kept_state.h>
 
 #include <cstdint>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -16,8 +17,9 @@ public:
     /// Of temporary tasks at most `maxKept` finished records are kept; beyond it the oldest go.
     explicit StatisticsBook(std::size_t maxKept) : m_maxKept(maxKept) {}
 
-    /// Takes over what was kept. Runs that didn't end before are ended at `now` and returned.
-    std::vector<KeptStatistic> Restore(KeptState state, std::int64_t now);
+    /// Takes over what was kept, but for its tasks. Runs that didn't end before are ended at `now` and returned, except
+    /// those of the tasks of `goOn`.
+    std::vector<KeptStatistic> Restore(KeptState state, const std::set<std::uint64_t>& goOn, std::int64_t now);
     const KeptState& State() const noexcept { return m_state; }
 
     std::uint64_t TakeTaskId() noexcept { return m_state.nextTaskId++; }
@@ -27,6 +29,7 @@ public:
     void Update(std::uint64_t taskId, const ScanStatistic& counters, std::uint64_t bytes) noexcept;
     void Finish(std::uint64_t taskId, std::int64_t now) noexcept;
     void NoteFullScan(std::int64_t now) noexcept { m_state.lastFullScan = now; }
+    void NoteUpdate(std::int64_t now) noexcept { m_state.lastUpdate = now; }
 
     /// Null where there is none.
     const KeptStatistic* Find(std::uint64_t taskId) const noexcept;

@@ -16,10 +16,8 @@ using types::EventSeverity;
 Event MakeEvent(EventName::Type type, const Initiator& initiator) {
     Event event;
     event.type = type;
-    if (initiator) {
-        event.initiator = types::EventInitiator::User;
-        event.initiatorUser = initiator;
-    }
+    event.initiator = initiator.kind;
+    event.initiatorUser = initiator.user;
     return event;
 }
 
@@ -39,6 +37,12 @@ Event MakeTaskEvent(EventName::Type type, const TaskIdentity& task, const Initia
 template <class Enumeration>
 ulk::types::variant_t TableValue(Enumeration value) {
     return static_cast<std::uint32_t>(value);
+}
+
+types::ObjectName::Type ObjectOf(const TaskIdentity& task) noexcept {
+    if (task.taskType == task_type::MemoryScan)
+        return types::ObjectName::MemoryModule;
+    return task.taskType == task_type::BootScan ? types::ObjectName::PhysicalDisk : types::ObjectName::File;
 }
 
 struct KindOfName {
@@ -102,6 +106,18 @@ Event MakeTaskNotStarted(const TaskIdentity& task, const Initiator& initiator, t
     return event;
 }
 
+Event MakeSettingsChanged(const TaskIdentity& task, const Initiator& initiator, const std::string& settings) {
+    Event event = MakeTaskEvent(EventName::TaskSettingsChanged, task, initiator);
+    event.Add(AdditionalName::Settings, ulk::text::ToUtf16Lossy(settings));
+    return event;
+}
+
+Event MakeScheduleChanged(const TaskIdentity& task, const Initiator& initiator, const std::string& schedule) {
+    Event event = MakeTaskEvent(EventName::TaskScheduleChanged, task, initiator);
+    event.Add(AdditionalName::Settings, ulk::text::ToUtf16Lossy(schedule));
+    return event;
+}
+
 Event MakeInterrupted(const TaskIdentity& task, const std::string& reason) {
     Event event = MakeTaskEvent(EventName::OnDemandTaskInterrupted, task, {});
     event.severity = EventSeverity::Medium;
@@ -122,7 +138,7 @@ Event MakeThreatDetected(const TaskIdentity& task, const Initiator& initiator, c
     event.severity = type == DetectType::Adware || type == DetectType::SuspiciousPackedFiles ? EventSeverity::High
                                                                                              : EventSeverity::Critical;
     event.Add(AdditionalName::FileName, threat.path);
-    event.Add(AdditionalName::ObjectName, TableValue(types::ObjectName::File));
+    event.Add(AdditionalName::ObjectName, TableValue(ObjectOf(task)));
     event.Add(AdditionalName::DetectName, ulk::text::ToUtf16Lossy(threat.detectName));
     event.Add(AdditionalName::DetectType, TableValue(type));
     event.Add(AdditionalName::DetectCertainty, TableValue(DetectCertaintyOf(threat.detectName)));
@@ -141,7 +157,7 @@ Event MakeNotProcessed(const TaskIdentity& task, const Initiator& initiator, con
     Event event = MakeEvent(EventName::ObjectNotProcessed, initiator);
     event.severity = EventSeverity::Low;
     event.Add(AdditionalName::FileName, path);
-    event.Add(AdditionalName::ObjectName, TableValue(types::ObjectName::File));
+    event.Add(AdditionalName::ObjectName, TableValue(ObjectOf(task)));
     event.Add(AdditionalName::SkipReason, reason);
     if (!detail.empty())
         event.Add(AdditionalName::ObjectProcessError, detail);

@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tfs::service::tasks {
 
@@ -19,8 +20,14 @@ struct TaskIdentity {
     std::uint64_t runId = 0; ///< of the current or last run; 0 before the first
 };
 
-/// Who commands; empty where the service itself does.
-using Initiator = std::optional<EventUser>;
+/// Who commands; the service itself where nothing else is said.
+struct Initiator {
+    types::EventInitiator::Type kind = types::EventInitiator::Product;
+    std::optional<EventUser> user; ///< with User
+
+    static Initiator OfUser(EventUser user) { return {types::EventInitiator::User, std::move(user)}; }
+    static Initiator OfScheduler() { return {types::EventInitiator::Scheduler, {}}; }
+};
 
 Event MakeStateChanged(const TaskIdentity& task, const Initiator& initiator, types::TaskState::Type state,
                        types::TaskState::Type previous);
@@ -28,6 +35,10 @@ Event MakeTaskCreated(const TaskIdentity& task, const Initiator& initiator);
 Event MakeTaskDeleted(const TaskIdentity& task, const Initiator& initiator);
 Event MakeTaskNotStarted(const TaskIdentity& task, const Initiator& initiator, types::TaskNotStartedReason::Type reason,
                          const std::string& information);
+/// `settings` is what changed, as "key=value, key=value".
+Event MakeSettingsChanged(const TaskIdentity& task, const Initiator& initiator, const std::string& settings);
+/// `schedule` is the whole of it, in the same form.
+Event MakeScheduleChanged(const TaskIdentity& task, const Initiator& initiator, const std::string& schedule);
 /// The run ended before its work was done, and nobody asked for it.
 Event MakeInterrupted(const TaskIdentity& task, const std::string& reason);
 /// For PublishTransient.

@@ -6,12 +6,13 @@ import os
 import signal
 import subprocess
 import threading
+import time
 import unittest
 import zipfile
 
 from tesl_support import samples
 from tesl_support.case import ProductCase
-from tesl_support.processes import children_of
+from tesl_support.processes import children_of, is_running_program
 from tesl_support.waiting import wait_until
 
 
@@ -30,6 +31,7 @@ class WithoutService(ProductCase):
 
     def test_help_and_usage_need_no_service(self):
         self.assertIn(b"--scan-file", self.product.control("--help").stdout)
+        self.assertIn(b"--event-type NAME", self.product.control("--event-query", "--help").stdout)
         self.assertEqual(self.product.control("--bogus", check=False).returncode, 64)
 
     def test_a_stale_socket_file_is_no_service(self):
@@ -73,6 +75,60 @@ class WithService(ProductCase):
 
         run = wait_until(last_run, 60, "the scan ends")
         self.assertEqual((run["scannedObjects"], run["threatsFound"]), (2, 1))
+
+    def full_scan(self):
+        """The full scan's state and the counters of its last run."""
+        _, document = self.product.control_json("--get-task-state", "Scan_My_Computer")
+        return document["task"]["state"], document["lastRun"]
+
+    def start_and_suspend_the_full_scan(self):
+        """Over 53 files, with some behind it and some still before it."""
+        samples.write_large(os.path.join(self.scope, "large"), count=50, megabytes=16)
+        samples.write(os.path.join(self.scope, "a", "test-file.com"), samples.test_file())
+        samples.write(os.path.join(self.scope, "z", "test-file.com"), samples.test_file())
+        self.product.control("--start-task", "2")
+        wait_until(lambda: self.full_scan()[1]["scannedObjects"] > 2, 30, "the scan is on its way")
+        self.product.control("--suspend-task", "Scan_My_Computer")
+        wait_until(lambda: self.full_scan()[0] == "Suspended", 10, "the scan is suspended")
+
+    def test_a_suspended_scan_stands_still_and_goes_on(self):
+        self.assertEqual(self.product.control_json("--suspend-task", "2")[0], 65)
+        self.start_and_suspend_the_full_scan()
+        self.assertEqual(self.product.control_json("--suspend-task", "2")[0], 65)
+        self.assertEqual(self.product.control_json("--start-task", "2")[0], 65)
+        reading, since = self.full_scan(), time.monotonic()
+
+        def stands_still():
+            nonlocal reading, since
+            before, reading = reading, self.full_scan()
+            if reading != before:
+                since = time.monotonic()
+            return time.monotonic() - since > 3
+
+        # What was in hand when the command came may still be told.
+        wait_until(stands_still, 15, "the counters stand still for three seconds")
+        self.assertEqual(reading[0], "Suspended")
+        self.assertLess(reading[1]["scannedObjects"], 53)
+
+        _, document = self.product.control_json("--resume-task", "2")
+        self.assertIn(document["task"]["state"], ("Resuming", "Started"))
+        self.assertEqual(self.product.control_json("--resume-task", "2")[0], 65)
+        run = wait_until(lambda: self.full_scan()[0] == "Stopped" and self.full_scan()[1], 120, "the scan ends")
+        self.assertEqual((run["scannedObjects"], run["threatsFound"], run["scanErrors"]), (53, 2, 0))
+        self.assertTrue(run["finished"])
+        _, document = self.product.control_json("--event-query", "--event-type", "ThreatDetected")
+        self.assertEqual(len(document["events"]), 2)
+        _, document = self.product.control_json("--event-query", "--event-type", "TaskStateChanged", "--order", "asc")
+        states = [field["value"] for event in document["events"] for field in event["fields"]
+                  if field["name"] == "TaskState"]
+        self.assertEqual(states, ["Starting", "Started", "Pausing", "Suspended", "Resuming", "Started", "Stopped"])
+
+    def test_a_suspended_scan_can_be_stopped(self):
+        self.start_and_suspend_the_full_scan()
+        self.product.control("--stop-task", "2")
+        run = wait_until(lambda: self.full_scan()[0] == "Stopped" and self.full_scan()[1], 20, "the scan is stopped")
+        self.assertLess(run["scannedObjects"], 53)
+        self.assertEqual(self.product.control_json("--resume-task", "2")[0], 65)
 
     def test_tells_the_result_of_a_scan_by_its_code(self):
         self.assertEqual(self.scan(self.scope)[0], 0)
@@ -218,22 +274,6 @@ class WithService(ProductCase):
         output, _ = follower.communicate(timeout=20)
         self.assertEqual(follower.returncode, 69)
         self.assertEqual(json.loads(output.splitlines()[-1])["error"]["code"], "unavailable")
-
-    def test_a_second_service_is_refused(self):
-        first = self.product.service
-        second = self.product.spawn_service()
-        try:
-            self.assertNotEqual(second.wait(20), 0)
-        finally:
-            self.product.service = first
-        self.assertTrue(self.product.answers())
-
-
-def is_running_program(pid):
-    try:
-        return bool(os.readlink(f"/proc/{pid}/exe"))
-    except OSError:
-        return False
 
 
 if __name__ == "__main__":

@@ -16,8 +16,9 @@ class Journey(WindowCase):
     def test_a_scan_that_finds_a_threat(self):
         samples.write_large(self.scope, count=40, megabytes=16)
         samples.write(os.path.join(self.scope, "clean.txt"), b"nothing here\n")
-        samples.write(os.path.join(self.scope, "a", "test-file.com"), samples.test_file())
-        samples.write_zip(os.path.join(self.scope, "b", "test-file.zip"), {"test-file.com": samples.test_file()})
+        # Behind the large files in the order of the scan, so that there is something to watch until they are found.
+        samples.write(os.path.join(self.scope, "y", "test-file.com"), samples.test_file())
+        samples.write_zip(os.path.join(self.scope, "z", "test-file.zip"), {"test-file.com": samples.test_file()})
         # One worker, so that the bar can be watched while it moves.
         self.product.configure_service(scanScope=[self.scope], scannerWorkers=1)
         self.product.start_service()

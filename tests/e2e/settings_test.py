@@ -12,6 +12,11 @@ from tesl_support.case import ProductCase
 from tesl_support.waiting import wait_until
 
 
+def read_bytes(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
 class Settings(ProductCase):
     def setUp(self):
         super().setUp()
@@ -67,6 +72,9 @@ class Settings(ProductCase):
         self.assertEqual(glob.glob(pattern), [])
         self.assertEqual(self.set("TraceLevel=Detailed")[0], 0)
         wait_until(lambda: self.product.control("--app-info") and glob.glob(pattern), 20, "there is a trace")
+        self.assertEqual(self.set("TraceLevel=Loud")[0], 78)
+        reason = b"Cannot update settings: Cannot parse value 'Loud' for setting 'TraceLevel'"
+        wait_until(lambda: any(reason in read_bytes(path) for path in glob.glob(pattern)), 20, "the refusal is traced")
         self.assertEqual(self.set("TraceLevel=None")[0], 0)
         size = sum(os.path.getsize(path) for path in glob.glob(pattern))
         for _ in range(5):

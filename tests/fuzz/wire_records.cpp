@@ -64,6 +64,8 @@ constexpr Conversion Conversions[] = {
     Convert<schema::EventQuery, tfs::EventQuery>,
     Convert<schema::SettingsChangeList, tfs::settings::SettingsChangeList>,
     Convert<schema::ValidationMessage, tfs::settings::ValidationMessage>,
+    Convert<schema::UpdateSettings, tfs::UpdateSettings>,
+    Convert<schema::TaskProgress, tfs::TaskProgress>,
 };
 
 } // namespace

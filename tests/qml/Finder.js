@@ -12,3 +12,12 @@ function find(item, name) {
     }
     return null;
 }
+
+// Looks among what a window holds beside its items.
+function findResource(window, name) {
+    for (let i = 0; i < window.contentData.length; ++i) {
+        if (window.contentData[i].objectName === name)
+            return window.contentData[i];
+    }
+    return null;
+}

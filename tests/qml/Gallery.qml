@@ -5,6 +5,7 @@ import tl.qt.application.appInfo 1.0
 import tl.qt.application.taskList 1.0
 
 import "qrc:/CommonFunctions.js" as CommonFunctions
+import "Finder.js" as Finder
 
 // The scenes of the gallery, shown one after the other.
 QtObject {
@@ -14,14 +15,7 @@ QtObject {
     property int at: -1
 
     function find(item, name) {
-        if (item.objectName === name)
-            return item;
-        for (let i = 0; i < item.children.length; ++i) {
-            const found = find(item.children[i], name);
-            if (found)
-                return found;
-        }
-        return null;
+        return Finder.find(item, name);
     }
     readonly property var stack: window ? find(window.contentItem, "stack") : null
 

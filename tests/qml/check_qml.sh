@@ -1,18 +1,12 @@
 #!/bin/sh
 # SPDX-License-Identifier: GPL-2.0-or-later
-# check_qml.sh QMLLINT ROOT: syntax of all QML files and scripts; colours and letter sizes only in CommonProperties.js;
-# every QML file and image is in its resource file.
+# check_qml.sh QMLLINT ROOT: syntax of all QML files and scripts; every QML file and image is in its resource file.
 set -u
 lint=$1
 root=$2
 failed=0
 
 find "$root/gui/qml" "$root/tests/qml" \( -name '*.qml' -o -name '*.js' \) -exec "$lint" {} + || failed=1
-
-if find "$root/gui/qml" -name '*.qml*' -exec grep -HnE '"#[0-9A-Fa-f]{3,8}"|pixelSize: *[0-9]' {} +; then
-    echo "colour or letter size outside CommonProperties.js"
-    failed=1
-fi
 
 cd "$root/gui/qml" || exit 1
 for file in *.qml *.js kit/*.qml; do

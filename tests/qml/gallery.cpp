@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Shows the program's window over stand-in models in one scene after the other and saves a picture of each, for those
-// who judge how it looks. Usage: tesl-qml-gallery FOLDER; it wants a display.
+// Shows the program's window over stand-in models in one scene after the other, or the controls in each of their
+// states, and saves a picture of each, for those who judge how it looks. Usage: tesl-qml-gallery FOLDER [kit]; it wants
+// a display.
 #include <tests/qml/standin_models.h>
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
+#include <QtGui/QHoverEvent>
+#include <QtGui/QMouseEvent>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQml/QQmlContext>
 #include <QtQuick/QQuickItem>
@@ -20,6 +22,17 @@ public:
     Q_INVOKABLE bool shoot(QQuickWindow* window, const QString& name) {
         return window->grabWindow().save(m_folder.filePath(name + ".png"));
     }
+    // What the mouse does to an item, without a mouse: many items can look hovered or pressed at once.
+    Q_INVOKABLE void hover(QQuickItem* item) {
+        const QPointF centre = item->boundingRect().center();
+        QHoverEvent event(QEvent::HoverEnter, centre, QPointF());
+        QCoreApplication::sendEvent(item, &event);
+    }
+    Q_INVOKABLE void press(QQuickItem* item) {
+        const QPointF centre = item->boundingRect().center();
+        QMouseEvent event(QEvent::MouseButtonPress, centre, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(item, &event);
+    }
 
 private:
     QDir m_folder;
@@ -29,8 +42,9 @@ private:
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
-    if (argc != 2) {
-        qWarning("usage: %s FOLDER", argv[0]);
+    const bool kitOnly = argc == 3 && QByteArray(argv[2]) == "kit";
+    if (argc != 2 && !kitOnly) {
+        qWarning("usage: %s FOLDER [kit]", argv[0]);
         return 2;
     }
     QCoreApplication::setApplicationName("Tolvander Endpoint Security");
@@ -52,9 +66,11 @@ int main(int argc, char** argv) {
     context->setContextProperty("onlineHelpLink", QString());
     context->setContextProperty("language", "en");
     context->setContextProperty("iconButtonExit", "Exit");
-    engine.load(QUrl("qrc:/main.qml"));
-    engine.load(QUrl::fromLocalFile(QStringLiteral(QUICK_TEST_SOURCE_DIR "/Gallery.qml")));
-    return engine.rootObjects().size() == 2 ? application.exec() : 1;
+    const QDir sources(QStringLiteral(QUICK_TEST_SOURCE_DIR));
+    if (!kitOnly)
+        engine.load(QUrl("qrc:/main.qml"));
+    engine.load(QUrl::fromLocalFile(sources.filePath(kitOnly ? "KitScenes.qml" : "Gallery.qml")));
+    return engine.rootObjects().size() == (kitOnly ? 1 : 2) ? application.exec() : 1;
 }
 
 #include "gallery.moc"

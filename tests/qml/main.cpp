@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <tests/qml/assistive.h>
 #include <tests/qml/standin_models.h>
 
 #include <QtQml/QQmlContext>
@@ -13,6 +14,7 @@ class Setup : public QObject {
 public:
     // Whether the next window is one of a start into the tray.
     Q_INVOKABLE void setTrayOnly(bool trayOnly) { m_context->setContextProperty("isTrayOnly", trayOnly); }
+    Q_INVOKABLE void setLanguage(const QString& language) { m_context->setContextProperty("language", language); }
 
 public Q_SLOTS:
     void qmlEngineAvailable(QQmlEngine* engine) {
@@ -27,6 +29,7 @@ public Q_SLOTS:
         context->setContextProperty("trayAvailability", new tfs::tests::TrayAvailability);
         context->setContextProperty("mousePosition", new tfs::tests::MousePosition);
         context->setContextProperty("models", new tfs::tests::Models);
+        context->setContextProperty("assistive", &m_assistive);
         context->setContextProperty("isTrayOnly", false);
         context->setContextProperty("onlineHelpLink", QString());
         context->setContextProperty("language", "en");
@@ -35,6 +38,7 @@ public Q_SLOTS:
 
 private:
     QQmlContext* m_context = nullptr;
+    tfs::tests::Assistive m_assistive;
 };
 
 } // namespace

@@ -135,6 +135,13 @@ class Connection : public QObject {
 class TrayAvailability : public QObject {
     Q_OBJECT
     STANDIN_PROPERTY(bool, available, false)
+    STANDIN_PROPERTY(bool, watching, false)
+public:
+    Q_INVOKABLE void watch() {
+        m_watching = true;
+        Q_EMIT watchingChanged();
+    }
+    Q_INVOKABLE void showQuietly(QObject*) {}
 };
 
 class MousePosition : public QObject {

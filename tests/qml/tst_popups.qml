@@ -52,6 +52,28 @@ Item {
             tryCompare(last, "y", 0);
         }
 
+        function test_sizeFollowsTheLanguage_data() {
+            return [{ tag: "de", size: [430, 162] }, { tag: "ja", size: [350, 192] }, { tag: "fr", size: [350, 162] }];
+        }
+
+        function test_sizeFollowsTheLanguage(data) {
+            shellSetup.setLanguage(data.tag);
+            const popup = show("open");
+            compare([popup.width, popup.height], data.size);
+            compare([popup.minimumWidth, popup.maximumHeight], data.size);
+            tryCompare(popup, "x", fabric.Screen.desktopAvailableWidth - 32 - data.size[0]);
+            tryCompare(popup, "y", fabric.Screen.desktopAvailableHeight - 32 - data.size[1]);
+            shellSetup.setLanguage("en");
+        }
+
+        function test_escapeClosesThePopup() {
+            const popup = show("open");
+            tryVerify(() => popup.activeFocusItem);
+            // The window is gone before a release could reach it.
+            keyPress(Qt.Key_Escape);
+            compare(fabric.count, 0);
+        }
+
         function test_linkCallsTheHandlerAndClosesThePopup() {
             const popup = show("open");
             tryVerify(() => popup.x === fabric.Screen.desktopAvailableWidth - 32 - 350);

@@ -23,6 +23,7 @@ TestCase {
         serviceConnection.isConnectedToProduct = true;
         serviceConnection.isCertifiedBuild = false;
         trayAvailability.available = false;
+        trayAvailability.watching = false;
         const component = Qt.createComponent("qrc:/main.qml");
         compare(component.status, Component.Ready, component.errorString());
         window = component.createObject(null);
@@ -165,6 +166,7 @@ TestCase {
             tryCompare(page("emblem" + name), "opacity", level === data.tag ? 1 : 0);
             tryCompare(page("emblem" + name), "scale", level === data.tag ? 1 : 1.2);
             tryCompare(page("ground" + name), "opacity", level === data.tag ? 1 : 0);
+            tryCompare(page("ground" + name), "scale", level === data.tag ? 1 : 1.2);
         }
     }
 
@@ -225,8 +227,36 @@ TestCase {
         tryCompare(window, "width", 735);
     }
 
+    function test_fullScreenGivesThePlaceBack() {
+        window.x = 40;
+        window.y = 30;
+        window.canResize = true;
+        window.header.headerDoubleClick();
+        compare([window.x, window.y, window.visibility], [0, 0, Window.Maximized]);
+        window.header.headerDoubleClick();
+        compare([window.x, window.y, window.visibility], [40, 30, Window.Windowed]);
+    }
+
+    function test_footerIsToldWhereItHasAText() {
+        verify(page("footer").Accessible.ignored);
+        models.appInfo.licenseStatus = "Licence is active";
+        verify(!page("footer").Accessible.ignored);
+        compare(page("footer").Accessible.name, "Licence is active");
+    }
+
+    function test_repaintsWhileItShows() {
+        const timer = Finder.findResource(window, "timer");
+        compare([timer.running, timer.interval], [true, 1000]);
+        const other = createTemporaryQmlObject("import QtQuick.Window 2.15; Window { visible: true }", testCase);
+        other.requestActivate();
+        tryCompare(timer, "interval", 100);
+        window.hide();
+        verify(!timer.running);
+    }
+
     function test_trayIconWaitsForATray() {
         const loader = Finder.find(window.contentItem, "trayLoader");
+        tryCompare(trayAvailability, "watching", true);
         verify(!loader.item);
         trayAvailability.available = true;
         tryVerify(() => loader.item);

@@ -124,6 +124,91 @@ Item {
             verify(part(item, "mainButton").visible);
         }
 
+        // What a click calls follows the permissions alone where the button is enabled at all; a press that comes in by
+        // another way than the mouse obeys the same rule.
+        function test_clickByStateAndPermission_data() {
+            const rows = [];
+            for (const name in states)
+                for (const canBeStarted of [true, false])
+                    for (const canBeStopped of [true, false]) {
+                        const enabled = name === "Stopped" && canBeStarted || name === "Started" && canBeStopped;
+                        const call = name === "Stopped" ? "startTask 2" : "stopTask 2";
+                        rows.push({ tag: [name, canBeStarted, canBeStopped].join(), state: name,
+                                    canBeStarted: canBeStarted, canBeStopped: canBeStopped, enabled: enabled,
+                                    call: enabled ? call : "" });
+                    }
+            return rows;
+        }
+
+        function test_clickByStateAndPermission(data) {
+            const item = row({ "currentState": states[data.state], "canBeStarted": data.canBeStarted,
+                               "canBeStopped": data.canBeStopped });
+            const button = part(item, "mainButton");
+            compare(button.enabled, data.enabled);
+            mouseClick(button);
+            compare(tasks.calls.join(), data.call);
+            tasks.calls = [];
+            assistive.act(button, "Press");
+            compare(tasks.calls.join(), data.call);
+        }
+
+        function test_sizesOfTheButtons() {
+            const item = row({ "taskId": 100, "cannotBeDeleted": false, "progressInfo": ["one", "two"] });
+            const main = part(item, "mainButton");
+            const report = part(item, "reportButton");
+            const remove = part(item, "deleteButton");
+            compare([main.width, main.height], [116, 32]);
+            compare([report.width, report.height, report.text], [148, 32, "Show report"]);
+            compare(remove.width, 26);
+            compare([remove.imageSize.width, remove.imageSize.height], [10, 10]);
+            compare(report.x - main.x - main.width, 8);
+            compare(part(item, "details").spacing, 2);
+            verify(item.height >= 43);
+        }
+
+        function test_barFadesAsFastAsAButtonChanges() {
+            const item = row({ "currentState": states.Started });
+            const progress = part(item, "progress");
+            tryCompare(progress, "opacity", 1);
+            tasks.changeRow(0, { "currentState": states.Stopping });
+            compare(progress.state, "disabled");
+            verify(progress.opacity > 0);
+            tryCompare(progress, "visible", false, 150 + 500);
+        }
+
+        // Rows that differ in what they have to tell, while they run and while they don't.
+        function test_details_data() {
+            const rows = [];
+            for (const id of [2, 6])
+                for (const lines of [[], ["objects scanned: 3"]])
+                    for (const open of [true, false])
+                        rows.push({ tag: [id, lines.length, open].join(), id: id, lines: lines, open: open,
+                                    shown: open && (lines.length > 0 || id === 6) });
+            return rows;
+        }
+
+        function test_details(data) {
+            const item = row({ "taskId": data.id, "progressInfo": data.lines });
+            item.showFullInfo = data.open;
+            compare(part(item, "details").visible, data.shown);
+            compare(part(item, "expander").expanded, data.open);
+            compare(part(item, "rollback").visible, data.shown && data.id === 6);
+            const shown = [];
+            const children = part(item, "details").children;
+            for (let i = 0; i < children.length; ++i) {
+                if (children[i].visible && children[i].objectName === "")
+                    shown.push(children[i].text);
+            }
+            compare(shown.filter(text => text).join(), data.shown ? data.lines.join() : "");
+        }
+
+        // The model has a role of this name too; the row keeps its own.
+        function test_fullInfoOfTheModelOpensNothing() {
+            const item = row({ "progressInfo": ["line"], "showFullInfo": true });
+            verify(!item.showFullInfo);
+            verify(!part(item, "details").visible);
+        }
+
         function test_rules_data() {
             return Object.keys(states).map(name => ({
                 tag: name,
@@ -163,6 +248,16 @@ Item {
             compare(stack.calls.join(), "pop,pop,Reports 5");
         }
 
+        function test_reportButtonByState_data() {
+            return Object.keys(states).map(name => ({ tag: name }));
+        }
+
+        function test_reportButtonByState(data) {
+            const item = row({ "currentState": states[data.tag], "canBeStarted": false, "canBeStopped": false });
+            verify(part(item, "reportButton").visible);
+            verify(part(item, "reportButton").enabled);
+        }
+
         function test_reportButtonWaitsForItsPage() {
             stack.reportsExist = false;
             verify(!part(row({}), "reportButton").enabled);
@@ -195,15 +290,16 @@ Item {
 
         function test_expander_data() {
             const lines = ["objects scanned: 3"];
-            return [
-                { tag: "scan, stopped, lines", scan: true, id: 2, state: "Stopped", lines: lines, shown: true },
-                { tag: "scan, stopped, no lines", scan: true, id: 2, state: "Stopped", lines: [], shown: false },
-                { tag: "scan, started, lines", scan: true, id: 2, state: "Started", lines: lines, shown: false },
-                { tag: "scan, suspended, lines", scan: true, id: 2, state: "Suspended", lines: lines, shown: true },
-                { tag: "update mode, lines", scan: false, id: 8, state: "Stopped", lines: lines, shown: false },
-                { tag: "update task, no lines", scan: false, id: 6, state: "Stopped", lines: [], shown: true },
-                { tag: "update task, started", scan: false, id: 6, state: "Started", lines: [], shown: true }
-            ];
+            const rows = [];
+            for (const name in states)
+                for (const scan of [true, false])
+                    for (const id of [2, 6])
+                        for (const some of [[], lines])
+                            rows.push({ tag: [name, scan ? "scans" : "updates", id, some.length].join(), scan: scan, id: id,
+                                        state: name, lines: some,
+                                        shown: id === 6 || scan && some.length > 0
+                                            && ["Stopped", "Suspended", "Starting", "Resuming"].indexOf(name) >= 0 });
+            return rows;
         }
 
         function test_expander(data) {
@@ -312,6 +408,15 @@ Item {
             const expander = part(item, "expander");
             verify(label.truncated);
             verify(expander.mapToItem(item, expander.width, 0).x <= part(item, "mainButton").mapToItem(item, 0, 0).x);
+        }
+
+        function test_longNameMakesRoomForAButtonThatComesLater() {
+            const item = row({ "taskName": "x".repeat(300), "progressInfo": ["line"], "showStartButton": false });
+            const label = part(item, "taskName");
+            verify(label.truncated);
+            tasks.changeRow(0, { "currentState": states.Started });
+            verify(part(item, "mainButton").visible);
+            tryVerify(() => label.mapToItem(item, label.width, 0).x < part(item, "mainButton").mapToItem(item, 0, 0).x);
         }
 
         function test_anotherNameHasRoomOfItsOwn() {

@@ -3,45 +3,67 @@ import QtQuick 2.15
 
 import "../CommonProperties.js" as CommonProperties
 
-// A circle that fills and empties while something is waited for.
-Canvas {
+// Two arcs that turn while something is waited for, `loadtimer` milliseconds a turn. After half a turn they stand in
+// each other's place, so that half turns follow each other without a jump.
+Item {
     id: root
 
-    property int loadtimer: 1500
+    property int loadtimer: CommonProperties.TLBusyIndicatorTurn
     property color borderColor: CommonProperties.colorControlGreen
-    property int borderWidth: 2
+    property int borderWidth: CommonProperties.TLBusyIndicatorBorderWidth
     property bool running: true
-    property real angle: 180
+    readonly property alias angle: circle.rotation
 
     implicitWidth: CommonProperties.TLBusyIndicatorSize
-    implicitHeight: CommonProperties.TLBusyIndicatorSize
+    implicitHeight: width
     visible: running
 
     Accessible.role: Accessible.Indicator
     Accessible.name: CommonProperties.nameBusy
 
-    onAngleChanged: requestPaint()
-    onPaint: {
-        const context = getContext("2d");
-        const start = (rotationOfStart - 90) * Math.PI / 180;
-        context.reset();
-        context.lineWidth = borderWidth;
-        context.strokeStyle = borderColor;
-        context.lineCap = "round";
-        context.beginPath();
-        context.arc(width / 2, height / 2, (Math.min(width, height) - borderWidth) / 2, start,
-                    start + (angle - 180) * Math.PI / 180, false);
-        context.stroke();
-    }
+    // Drawn once; what turns is the picture.
+    Canvas {
+        id: circle
 
-    property real rotationOfStart: 0
+        readonly property int side: Math.min(root.width, root.height)
 
-    SequentialAnimation {
-        running: root.running
-        loops: Animation.Infinite
-        PropertyAction { target: root; property: "rotationOfStart"; value: 0 }
-        NumberAnimation { target: root; property: "angle"; from: 180; to: 360; duration: root.loadtimer / 2 }
-        PropertyAction { target: root; property: "rotationOfStart"; value: 180 }
-        NumberAnimation { target: root; property: "angle"; from: 180; to: 360; duration: root.loadtimer / 2 }
+        anchors.centerIn: parent
+        width: side
+        height: side
+        smooth: true
+
+        onPaint: {
+            const context = getContext("2d");
+            // Off the edge, where a turned picture would be cut.
+            const radius = (side - root.borderWidth) / 2 - CommonProperties.hairline;
+            const turn = 2 * Math.PI;
+            const length = CommonProperties.TLBusyIndicatorArc * turn;
+            context.reset();
+            context.lineWidth = root.borderWidth;
+            context.strokeStyle = CommonProperties.TLBusyIndicatorTrack;
+            context.beginPath();
+            context.arc(side / 2, side / 2, radius, 0, turn, false);
+            context.stroke();
+            context.strokeStyle = root.borderColor;
+            context.lineCap = "round";
+            for (const start of [0, turn / 2]) {
+                context.beginPath();
+                context.arc(side / 2, side / 2, radius, start, start + length, false);
+                context.stroke();
+            }
+        }
+
+        Connections {
+            target: root
+            function onBorderColorChanged() { circle.requestPaint(); }
+            function onBorderWidthChanged() { circle.requestPaint(); }
+        }
+
+        SequentialAnimation on rotation {
+            running: root.running
+            loops: Animation.Infinite
+            TLHalfTurn { duration: root.loadtimer / 2 }
+            TLHalfTurn { duration: root.loadtimer / 2 }
+        }
     }
 }

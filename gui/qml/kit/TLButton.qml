@@ -33,6 +33,11 @@ Rectangle {
     property string textColorPressed: CommonProperties.TLButtonTextPressed
     property string textColorDisabled: CommonProperties.TLButtonTextDisabled
 
+    // The width at which nothing of the text is cut.
+    readonly property real wantedWidth: label.implicitWidth + textReserve
+    readonly property real textReserve: 2 * CommonProperties.TLButtonTextSideMargin
+                                        + (icon.visible ? icon.width + content.spacing : 0)
+
     signal clicked(var event, var self)
 
     width: CommonProperties.TLButtonWidth
@@ -45,6 +50,7 @@ Rectangle {
     Accessible.role: Accessible.Button
     Accessible.name: text
     Accessible.focusable: enabled
+    Accessible.focused: activeFocus
     Accessible.onPressAction: area.activate(null)
 
     Row {
@@ -69,8 +75,7 @@ Rectangle {
             text: root.text
             textFormat: Text.PlainText
             visible: text.length > 0
-            width: Math.min(implicitWidth, root.width - 2 * CommonProperties.unit
-                            - (icon.visible ? icon.width + content.spacing : 0))
+            width: Math.min(implicitWidth, root.width - root.textReserve)
             elide: Text.ElideRight
             topPadding: CommonProperties.TLButtonTextMargin
             renderType: Text.NativeRendering

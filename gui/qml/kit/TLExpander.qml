@@ -17,19 +17,23 @@ Item {
     width: CommonProperties.TLExpanderWidth
     height: CommonProperties.TLExpanderHeight
 
+    opacity: enabled ? 1 : CommonProperties.disabledPictureOpacity
     activeFocusOnTab: true
     Keys.forwardTo: [area]
     Accessible.role: Accessible.Button
     Accessible.name: name
     Accessible.focusable: enabled
+    Accessible.focused: activeFocus
     Accessible.checkable: true
     Accessible.checked: expanded
     Accessible.onPressAction: area.activate(null)
+    Accessible.onToggleAction: area.activate(null)
 
     onExpandedChanged: toggled()
 
     Image {
         id: icon
+        objectName: "icon"
         property string name: ""
         anchors.centerIn: parent
         source: CommonFunctions.imageSource(name)
@@ -42,6 +46,9 @@ Item {
 
     TLPressArea {
         id: area
+        // Wide enough to be hit, where the control is lower than that.
+        anchors.topMargin: (root.height - CommonProperties.minimumHitArea) / 2
+        anchors.bottomMargin: anchors.topMargin
         onActivated: root.clicked()
     }
 

@@ -7,6 +7,7 @@ import "../CommonProperties.js" as CommonProperties
 Rectangle {
     property int offset: CommonProperties.focusRingOffset
 
+    objectName: "focusRing"
     anchors.fill: parent
     anchors.margins: -(offset + border.width)
     radius: CommonProperties.cornerRadius + Math.max(0, offset)

@@ -18,6 +18,11 @@ Rectangle {
     signal clicked
     signal loaded
 
+    // The card has room for four lines: other scripts, whose lines are higher by nature, get the same.
+    function lineOf(font) {
+        return Math.round(font.pixelSize * CommonProperties.TLInfoTabLineHeight);
+    }
+
     width: CommonProperties.TLInfoTabWidth
     height: CommonProperties.TLInfoTabHeight
     radius: CommonProperties.cornerRadius
@@ -29,6 +34,7 @@ Rectangle {
     Accessible.name: title
     Accessible.description: [infoText, errorText].filter(part => part.length > 0).join(" ")
     Accessible.focusable: enabled
+    Accessible.focused: activeFocus
     Accessible.onPressAction: area.activate(null)
 
     Component.onCompleted: loaded()
@@ -62,6 +68,8 @@ Rectangle {
         TLLabel {
             id: titleLabel
             objectName: "title"
+            lineHeightMode: Text.FixedHeight
+            lineHeight: root.lineOf(font)
             width: parent.width
             textValue: root.title
             elide: Text.ElideRight
@@ -73,11 +81,13 @@ Rectangle {
         TLLabel {
             id: infoLabel
             objectName: "info"
+            lineHeightMode: Text.FixedHeight
+            lineHeight: root.lineOf(font)
             width: parent.width
             textValue: root.infoText
             visible: text.length > 0
             wrapMode: Text.Wrap
-            maximumLineCount: errorLabel.lineCount > 1 ? 1 : 2
+            maximumLineCount: !errorLabel.visible ? 3 : errorLabel.lineCount > 1 ? 1 : 2
             elide: Text.ElideRight
             color: CommonProperties.colorLightGray
             font.pixelSize: CommonProperties.pixelSizeSmall
@@ -86,6 +96,8 @@ Rectangle {
         TLLabel {
             id: errorLabel
             objectName: "error"
+            lineHeightMode: Text.FixedHeight
+            lineHeight: root.lineOf(font)
             width: parent.width
             textValue: root.errorText
             visible: text.length > 0
@@ -152,7 +164,7 @@ Rectangle {
                 color: CommonProperties.TLInfoTabBackgroundPressed
                 border.color: CommonProperties.TLButtonBorderPressed
             }
-            PropertyChanges { target: iconBack; color: CommonProperties.TLInfoTabIconBack }
+            PropertyChanges { target: iconBack; color: CommonProperties.TLInfoTabIconBackPressed }
             PropertyChanges { target: titleLabel; color: CommonProperties.TLButtonTextPressed }
             PropertyChanges { target: icon; tone: "pressed" }
         }

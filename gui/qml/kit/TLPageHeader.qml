@@ -23,9 +23,10 @@ Item {
     Item {
         id: backButton
         objectName: "back"
-        x: CommonProperties.contentMargin - CommonProperties.unit
+        // The picture in it begins where the content of the page does.
+        x: CommonProperties.contentMargin - (width - CommonProperties.iconSize) / 2
         anchors.verticalCenter: parent.verticalCenter
-        width: height + CommonProperties.unit
+        width: height
         height: CommonProperties.TLPageHeaderButtonHeight
 
         activeFocusOnTab: true
@@ -33,6 +34,7 @@ Item {
         Accessible.role: Accessible.Button
         Accessible.name: CommonProperties.nameBack
         Accessible.focusable: true
+        Accessible.focused: activeFocus
         Accessible.onPressAction: area.activate(null)
 
         Image {
@@ -45,14 +47,13 @@ Item {
 
         TLPressArea {
             id: area
-            ringOffset: -CommonProperties.focusRingWidth
             onActivated: root.goBack()
         }
     }
 
     TLLabel {
         anchors.left: backButton.right
-        anchors.leftMargin: CommonProperties.unit / 2
+        anchors.leftMargin: CommonProperties.unit
         anchors.right: parent.right
         anchors.rightMargin: CommonProperties.contentMargin
         anchors.verticalCenter: parent.verticalCenter

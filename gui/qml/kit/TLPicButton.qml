@@ -22,11 +22,13 @@ Item {
     width: CommonProperties.minimumHitArea
     height: CommonProperties.minimumHitArea
 
+    opacity: enabled ? 1 : CommonProperties.disabledPictureOpacity
     activeFocusOnTab: true
     Keys.forwardTo: [area]
     Accessible.role: Accessible.Button
     Accessible.name: name
     Accessible.focusable: enabled
+    Accessible.focused: activeFocus
     Accessible.onPressAction: area.activate(null)
 
     Rectangle {

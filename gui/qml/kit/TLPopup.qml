@@ -26,11 +26,9 @@ Window {
         entrance.restart();
     }
 
-    function repaint() {
-        CommonFunctions.updateRecursive(content);
-    }
-
-    flags: Qt.Popup | Qt.FramelessWindowHint
+    // Wayland shows a popup only in answer to a press, and no longer than its window; a window of its own lands where the
+    // compositor puts it.
+    flags: (CommonFunctions.knowsItsPlace() ? Qt.Popup : Qt.Window) | Qt.FramelessWindowHint
     // It outlives a main window that is closed into the tray.
     transientParent: null
     color: CommonProperties.colorWindowBackground
@@ -43,8 +41,8 @@ Window {
     x: Screen.desktopAvailableWidth
     y: Screen.desktopAvailableHeight
 
-    onXChanged: repaint()
-    onYChanged: repaint()
+    onXChanged: repaintTimer.repaint()
+    onYChanged: repaintTimer.repaint()
 
     NumberAnimation {
         id: entrance
@@ -57,15 +55,14 @@ Window {
         alwaysRunToEnd: true
     }
 
-    Timer {
-        readonly property bool mainIsActive: {
-            const main = CommonFunctions.getAppWindow();
-            return main !== null && main.active;
-        }
+    TLRepaintTimer {
+        id: repaintTimer
+
+        readonly property var mainWindow: CommonFunctions.getAppWindow()
+
         running: popup.visible
-        repeat: true
-        interval: mainIsActive ? CommonProperties.repaintIntervalActive : CommonProperties.repaintIntervalInactive
-        onTriggered: popup.repaint()
+        active: mainWindow !== null && mainWindow.active
+        items: [content]
     }
 
     Rectangle {
@@ -140,7 +137,6 @@ Window {
             elide: Text.ElideRight
             wrapMode: Text.Wrap
             color: CommonProperties.colorLightGray
-            Accessible.name: popup.popupMessage.replace(/<[^>]*>/g, "")
         }
 
         TLLabel {
@@ -153,7 +149,7 @@ Window {
             textValue: popup.popupLinkText
             elide: Text.ElideRight
             link: popup.linkEnabled
-            color: popup.linkEnabled ? CommonProperties.colorLink : CommonProperties.colorDisabledText
+            color: link ? linkColor : CommonProperties.colorDisabledText
             whenClicked: function () { popup.popupLinkAction(popup); }
         }
     }

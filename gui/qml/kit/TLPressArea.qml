@@ -23,6 +23,7 @@ MouseArea {
             activated(event);
     }
 
+    objectName: "pressArea"
     anchors.fill: parent
     hoverEnabled: true
 

@@ -16,6 +16,11 @@ Item {
 
     signal clicked
 
+    // Scripts whose lines are higher by nature get no more: the tabs begin below.
+    function lineOf(font) {
+        return Math.round(font.pixelSize * CommonProperties.statusLineHeight);
+    }
+
     implicitHeight: CommonProperties.statusAreaHeight
     clip: true
 
@@ -24,6 +29,7 @@ Item {
     Accessible.role: clickable ? Accessible.Button : Accessible.StaticText
     Accessible.name: text
     Accessible.focusable: clickable
+    Accessible.focused: activeFocus
     Accessible.onPressAction: area.activate(null)
 
     TLStatusGround { id: groundOk; objectName: "groundOk"; name: "infotab" }
@@ -47,6 +53,8 @@ Item {
             readonly property bool large: metrics.advanceWidth <= width
 
             width: parent.width
+            lineHeightMode: Text.FixedHeight
+            lineHeight: root.lineOf(font)
             horizontalAlignment: Text.AlignHCenter
             textValue: root.lines[0]
             elide: Text.ElideRight
@@ -66,6 +74,8 @@ Item {
         TLLabel {
             id: count
             width: parent.width
+            lineHeightMode: Text.FixedHeight
+            lineHeight: root.lineOf(font)
             horizontalAlignment: Text.AlignHCenter
             textValue: root.lines.slice(1).join(" ")
             visible: text.length > 0
@@ -88,17 +98,17 @@ Item {
     states: [
         State {
             name: "OK"
-            PropertyChanges { target: groundOk; opacity: 1 }
+            PropertyChanges { target: groundOk; opacity: 1; scale: 1 }
             PropertyChanges { target: emblemOk; opacity: 1; scale: 1 }
         },
         State {
             name: "Warning"
-            PropertyChanges { target: groundWarning; opacity: 1 }
+            PropertyChanges { target: groundWarning; opacity: 1; scale: 1 }
             PropertyChanges { target: emblemWarning; opacity: 1; scale: 1 }
         },
         State {
             name: "Critical"
-            PropertyChanges { target: groundCritical; opacity: 1 }
+            PropertyChanges { target: groundCritical; opacity: 1; scale: 1 }
             PropertyChanges { target: emblemCritical; opacity: 1; scale: 1 }
         }
     ]

@@ -10,6 +10,7 @@ Image {
 
     anchors.fill: parent
     opacity: 0
+    scale: CommonProperties.statusImageHiddenScale
     source: opacity > 0 ? CommonFunctions.imageSource(name) : ""
     sourceSize: Qt.size(CommonProperties.mainWindowWidth, CommonProperties.statusAreaHeight)
     fillMode: Image.PreserveAspectCrop

@@ -3,6 +3,7 @@ import QtQuick 2.15
 import QtQuick.Window 2.15
 import tl.customFonts 1.0
 
+import "../CommonFunctions.js" as CommonFunctions
 import "../CommonProperties.js" as CommonProperties
 
 // The title bar of a frameless window: name, drag, help, minimise and close.
@@ -40,15 +41,16 @@ Rectangle {
             dragging = false;
         }
         onPositionChanged: {
-            if (!root.windowToMove)
+            if (!root.windowToMove || root.windowToMove.visibility === Window.Maximized)
                 return;
             if (!dragging) {
                 const way = Math.max(Math.abs(mouse.x - started.x), Math.abs(mouse.y - started.y));
                 if (way < Qt.styleHints.startDragDistance)
                     return;
                 dragging = true;
-                // The window manager moves best; not every one wants to.
-                movedBySystem = root.windowToMove.startSystemMove();
+                movedBySystem = !CommonFunctions.knowsItsPlace();
+                if (movedBySystem)
+                    root.windowToMove.startSystemMove();
             }
             if (movedBySystem)
                 return;

@@ -44,20 +44,27 @@ class ProductCase(unittest.TestCase):
 class WindowCase(ProductCase):
     """Tests with a window. A failed test leaves a picture of the screen in the log folder."""
 
+    has_tray = True
+    has_manager = True
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        cls.desktop = Desktop(os.path.join(cls.logs, "desktop"))
+        cls.desktop = cls.make_desktop(os.path.join(cls.logs, "desktop"))
         cls.enterClassContext(cls.desktop)
+
+    @classmethod
+    def make_desktop(cls, logs):
+        return Desktop(logs, cls.has_tray, cls.has_manager)
 
     def setUp(self):
         super().setUp()
         self._windows = []
         self.addCleanup(self._end_windows)
 
-    def open_window(self, name="gui", **environment):
+    def open_window(self, name="gui", arguments=(), program=None, **environment):
         from .window import Window  # needs the desktop's bus, which begins with the class
-        window = Window(self.product, self.desktop, name, **environment)
+        window = Window(self.product, self.desktop, name, arguments, program, **environment)
         self._windows.append(window)
         return window
 
@@ -69,4 +76,5 @@ class WindowCase(ProductCase):
 
     def _passed(self):
         outcome = self._outcome.result
-        return not any(case is self for case, _ in outcome.failures + outcome.errors)
+        # A failed sub-test stands there as a case of its own.
+        return not any(getattr(case, "test_case", case) is self for case, _ in outcome.failures + outcome.errors)

@@ -15,9 +15,11 @@ A11Y_LAUNCHERS = ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-
 class Desktop:
     """One for each test program: the accessibility library keeps its first connection. Use as a context."""
 
-    def __init__(self, logs):
+    def __init__(self, logs, tray=True, manager=True):
         os.makedirs(logs, exist_ok=True)
         self.logs = logs
+        self._tray = tray
+        self._manager = manager
         self._home = tempfile.mkdtemp(prefix="tesl-desktop-")
         self._processes = []
         self.environment = {}
@@ -46,25 +48,38 @@ class Desktop:
         env.update(HOME=self._home, XDG_RUNTIME_DIR=self._home, QT_QUICK_BACKEND="software",
                    QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", LANG="C.UTF-8")
         os.chmod(self._home, 0o700)
-        number = self._start_told("xvfb", env, lambda fd: [
-            "Xvfb", "-displayfd", str(fd), "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"])
-        env["DISPLAY"] = f":{number}"
+        self._start_display(env)
         env["DBUS_SESSION_BUS_ADDRESS"] = self._start_told("bus", env, lambda fd: [
             "dbus-daemon", "--session", "--nofork", f"--print-address={fd}"])
-        wait_until(lambda: self._ask(env, "xprop", "-root", "_NET_SUPPORTED") is not None, 20, "a display")
         launcher = next(path for path in A11Y_LAUNCHERS if os.path.exists(path))
         self._add("a11y", [launcher, "--launch-immediately", "--a11y=1"], env)
-        self._add("openbox", ["openbox"], env)
-        wait_until(lambda: "window id" in (self._ask(env, "xprop", "-root", "_NET_SUPPORTING_WM_CHECK") or ""), 20,
-                   "a window manager")
-        self._add("trayer", ["trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
-                             "--height", "28"], env)
-        wait_until(lambda: '("panel" "trayer")' in (self._ask(env, "xwininfo", "-root", "-tree") or ""), 20, "a tray")
+        if self._manager:
+            self._start_manager(env)
+        self.environment = env
+        if self._tray:
+            self.start_tray()
         wait_until(lambda: "org.a11y.Bus" in (self._ask(
             env, "dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
             "org.freedesktop.DBus.ListNames") or ""), 20, "an accessibility bus")
-        self.environment = env
-        os.environ.update({name: env[name] for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")})
+        os.environ.update({name: env[name] for name in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")})
+
+    def _start_display(self, env):
+        number = self._start_told("xvfb", env, lambda fd: [
+            "Xvfb", "-displayfd", str(fd), "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"])
+        env["DISPLAY"] = os.environ["DISPLAY"] = f":{number}"
+        wait_until(lambda: self._ask(env, "xprop", "-root", "_NET_SUPPORTED") is not None, 20, "a display")
+
+    def _start_manager(self, env):
+        self._add("openbox", ["openbox"], env)
+        wait_until(lambda: "window id" in (self._ask(env, "xprop", "-root", "_NET_SUPPORTING_WM_CHECK") or ""), 20,
+                   "a window manager")
+
+    def start_tray(self):
+        """A tray of X11, which ends with the desktop at the latest."""
+        tray = self._add("trayer", ["trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
+                                    "--height", "28"], self.environment)
+        wait_until(lambda: '("panel" "trayer")' in (self.ask("xwininfo", "-root", "-tree") or ""), 20, "a tray")
+        return tray
 
     def _add(self, name, command, env, pass_fds=()):
         process = Process(name, command, self.logs, env, pass_fds)

@@ -71,6 +71,11 @@ class Process:
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.pid}/fd"))
 
+    def memory(self):
+        """Bytes that lie in the machine's memory."""
+        with open(f"/proc/{self.pid}/statm", encoding="ascii") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
     def output(self):
         with open(self.log, encoding="utf-8", errors="replace") as file:
             return file.read()
@@ -90,6 +95,14 @@ def children_of(pid):
         if int(fields[1]) == pid:
             found.append(int(entry))
     return found
+
+
+def is_running_program(pid):
+    """False for what has ended, waited for or not."""
+    try:
+        return bool(os.readlink(f"/proc/{pid}/exe"))
+    except OSError:
+        return False
 
 
 def start_and_read_line(start, seconds, what):

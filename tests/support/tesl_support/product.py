@@ -5,6 +5,7 @@ import fcntl
 import json
 import os
 import shutil
+import socket
 import subprocess
 
 from .processes import Process
@@ -27,6 +28,7 @@ class Product:
         self.common = os.path.join(stage, "var/opt/tolvander/tesl/common")
         self.configuration = os.path.join(self.common, "tesl.ini")
         self.service_configuration = os.path.join(self.common, "service.json")
+        self.bases_folder = os.path.join(self.common, "bases")
         self.policy_folder = os.path.join(stage, "etc/opt/tolvander/tesl/policy.d")
         self.socket = os.path.join(stage, "var/run/bl4control")
         self.pid_file = os.path.join(stage, f"tmp/.tesl-gui-{os.getuid()}.pid")
@@ -65,14 +67,14 @@ class Product:
 
     # --- service
 
-    def spawn_service(self):
+    def spawn_service(self, name="service", **environment):
         """Starts the service and waits for nothing."""
-        self.service = Process("service", [self.service_program], self.logs)
+        self.service = Process(name, [self.service_program], self.logs, {**os.environ, **environment})
         return self.service
 
-    def start_service(self):
+    def start_service(self, **environment):
         """Starts the service and waits until it answers with its signatures loaded."""
-        self.spawn_service()
+        self.spawn_service(**environment)
         wait_until(lambda: not self.service.is_alive() or self.answers(), 60, "the service answers")
         assert self.service.is_alive(), "the service ended: " + self.service.output()[-2000:]
         return self.service
@@ -80,6 +82,11 @@ class Product:
     def answers(self):
         done = self.control("--app-info", "--json", check=False)
         return done.returncode == 0 and json.loads(done.stdout)["appInfo"]["basesLoaded"]
+
+    def listens(self):
+        """Something takes connections at the service's place."""
+        with socket.socket(socket.AF_UNIX) as visitor:
+            return visitor.connect_ex(self.socket) == 0
 
     def stop_service(self):
         """Asks the service to end and returns its exit code."""

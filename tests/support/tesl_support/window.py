@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The product's window, as a screen reader sees it."""
 
+import contextlib
 import time
 
 import gi
@@ -14,7 +15,17 @@ from .waiting import wait_until  # noqa: E402
 UNAVAILABLE = "The application is unavailable"
 
 
-def _safely(function, fallback):
+@contextlib.contextmanager
+def patience(seconds=15):
+    """Within, a slow answer is waited for, and so measured; else one that takes 0.8 s counts as none."""
+    Atspi.set_timeout(seconds * 1000, 0)
+    try:
+        yield
+    finally:
+        Atspi.set_timeout(800, 15000)  # the library's own
+
+
+def safely(function, fallback):
     """Objects die between two calls; that is an answer too."""
     try:
         return function()
@@ -29,13 +40,13 @@ class Node:
         self._accessible = accessible
 
     def name(self):
-        return _safely(self._accessible.get_name, "") or ""
+        return safely(self._accessible.get_name, "") or ""
 
     def role(self):
-        return _safely(self._accessible.get_role_name, "") or ""
+        return safely(self._accessible.get_role_name, "") or ""
 
     def has_state(self, state):
-        states = _safely(self._accessible.get_state_set, None)
+        states = safely(self._accessible.get_state_set, None)
         return states is not None and states.contains(state)
 
     def is_showing(self):
@@ -44,18 +55,21 @@ class Node:
     def is_enabled(self):
         return self.has_state(Atspi.StateType.ENABLED)
 
+    def is_focused(self):
+        return self.has_state(Atspi.StateType.FOCUSED)
+
     def percent(self):
         """What a progress bar tells: its description is the number and "%". None where it tells nothing."""
-        text = _safely(self._accessible.get_description, "") or ""
+        text = safely(self._accessible.get_description, "") or ""
         return int(text[:-1]) if text.endswith("%") and text[:-1].isdigit() else None
 
     def parent(self):
-        parent = _safely(self._accessible.get_parent, None)
+        parent = safely(self._accessible.get_parent, None)
         return Node(parent) if parent else None
 
     def children(self):
-        count = _safely(self._accessible.get_child_count, 0)
-        found = (_safely(lambda i=i: self._accessible.get_child_at_index(i), None) for i in range(count))
+        count = safely(self._accessible.get_child_count, 0)
+        found = (safely(lambda i=i: self._accessible.get_child_at_index(i), None) for i in range(count))
         return [Node(child) for child in found if child]
 
     def walk(self):
@@ -75,23 +89,25 @@ class Node:
                 if self._accessible.get_action_name(i).lower() in ("press", "click"):
                     return self._accessible.do_action(i)
             return False
-        return _safely(press_action, False)
+        return safely(press_action, False)
 
 
 class Window:
     """tesl-gui on a desktop."""
 
-    def __init__(self, product, desktop, name="gui", **environment):
+    def __init__(self, product, desktop, name="gui", arguments=(), program=None, **environment):
+        """`program` where it isn't the installed one."""
         self._desktop = desktop
-        self.process = Process(name, [product.gui_program], product.logs, {**desktop.environment, **environment})
+        self.process = Process(name, [program or product.gui_program, *arguments], product.logs,
+                               {**desktop.environment, **environment})
 
     def application(self):
         """The program's root in the accessibility tree, or None."""
         screen = Atspi.get_desktop(0)
         screen.clear_cache()
-        for i in range(_safely(screen.get_child_count, 0)):
-            child = _safely(lambda i=i: screen.get_child_at_index(i), None)
-            if child and _safely(child.get_process_id, -1) == self.process.pid:
+        for i in range(safely(screen.get_child_count, 0)):
+            child = safely(lambda i=i: screen.get_child_at_index(i), None)
+            if child and safely(child.get_process_id, -1) == self.process.pid:
                 child.set_cache_mask(Atspi.Cache.NONE)
                 return Node(child)
         return None
@@ -114,7 +130,8 @@ class Window:
 
     def wait_open(self, seconds=30):
         wait_until(lambda: self.application() or not self.process.is_alive(), seconds, "the window opens")
-        assert self.process.is_alive(), "the window's program ended: " + self.process.output()[-2000:]
+        assert self.process.is_alive(), \
+            f"the window's program ended with {self.process.wait()}: " + self.process.output()[-2000:]
         wait_until(self.nodes, seconds, "the window has content")
 
     def is_unavailable(self):
@@ -135,11 +152,11 @@ class Window:
 
     def answer_time(self):
         """Seconds that the program takes to answer a question about its tree."""
-        begin = time.monotonic()
-        root = self.application()
-        assert root is not None, "the window doesn't answer"
-        root.children()
-        return time.monotonic() - begin
+        with patience():
+            begin = time.monotonic()
+            root = self.application()
+            assert root is not None and root.children(), "the window doesn't answer"
+            return time.monotonic() - begin
 
     def close(self):
         return self.process.stop()

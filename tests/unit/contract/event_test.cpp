@@ -47,7 +47,7 @@ TEST(Event, AFailedLookupLeavesTheOutputAsItWas) {
     Event event;
     event.Add(AdditionalName::Size, variant_t());
     event.Add(AdditionalName::Reason, variant_t(variant_t::Vector{variant_t(1)}));
-    event.Add(AdditionalName::UpdateTime, ulk::types::FileTime{1});
+    event.Add(AdditionalName::UpdateTime, ulk::types::FileTime{-1});
     const struct {
         AdditionalName::Type name;
         result_t code;

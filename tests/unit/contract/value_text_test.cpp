@@ -62,21 +62,23 @@ TEST(ValueText, MatchesExactly) {
               "Invalid value provided: 7 for type EventName::Type");
 }
 
-TEST(ValueText, ABooleanHasThreeWordsForEachSide) {
+TEST(ValueText, ABooleanIsShownByOneWordAndReadFromTwo) {
     EXPECT_EQ(ToString(true), "Yes");
     EXPECT_EQ(ToString(false), "No");
-    for (const char* text : {"Yes", "yes", "true"}) {
+    EXPECT_EQ(ToSettingText(true), "yes");
+    EXPECT_EQ(ToSettingText(false), "no");
+    for (const char* text : {"yes", "true"}) {
         bool value = false;
         FromString(text, value);
         EXPECT_TRUE(value) << text;
     }
-    for (const char* text : {"No", "no", "false"}) {
+    for (const char* text : {"no", "false"}) {
         bool value = true;
         FromString(text, value);
         EXPECT_FALSE(value) << text;
     }
     bool value = true;
-    for (const char* text : {"", "YES", "True", "1", "0", "yes ", "on"})
+    for (const char* text : {"", "Yes", "No", "YES", "True", "1", "0", "yes ", "on"})
         EXPECT_EQ(Failure([&] { FromString(text, value); }), std::string("There is no such 'bool' value: ") + text);
     EXPECT_TRUE(value);
 }

@@ -17,6 +17,8 @@ TEST(CommandLine, TakesEachCommandWithItsArgument) {
     EXPECT_TRUE(ParseCommandLine({"--json", "--app-info"}).json);
     EXPECT_EQ(ParseCommandLine({"--start-task", "2"}).task, "2");
     EXPECT_EQ(ParseCommandLine({"--stop-task=Scan_My_Computer"}).task, "Scan_My_Computer");
+    EXPECT_EQ(ParseCommandLine({"--suspend-task", "2"}).command, CommandKind::SuspendTask);
+    EXPECT_EQ(ParseCommandLine({"--resume-task=5"}).task, "5");
     EXPECT_EQ(ParseCommandLine({"--get-task-state", "7"}).command, CommandKind::GetTaskState);
     EXPECT_EQ(ParseCommandLine({"-h"}).command, CommandKind::Help);
 }
@@ -39,6 +41,23 @@ TEST(CommandLine, TakesSettings) {
     EXPECT_TRUE(set.acceptTsn);
     EXPECT_TRUE(set.paths.empty());
     EXPECT_EQ(ParseCommandLine({"--set-app-settings", "--file", "x y.ini"}).file, "x y.ini");
+}
+
+TEST(CommandLine, TakesTaskCommands) {
+    EXPECT_TRUE(ParseCommandLine({"--start-task", "2", "--wait"}).wait);
+    EXPECT_TRUE(ParseCommandLine({"--start-task", "2", "--progress"}).progress);
+    EXPECT_THAT(ParseCommandLine({"--get-statistics", "2", "Update"}).tasks, ElementsAre("2", "Update"));
+    const CommandLine created = ParseCommandLine({"--create-task", "a", "--file", "s.ini", "b"});
+    EXPECT_THAT(created.paths, ElementsAre("a", "b"));
+    EXPECT_EQ(created.file, "s.ini");
+    const CommandLine get = ParseCommandLine({"--get-settings", "2", "ScanArchived", "--file", "s.ini"});
+    EXPECT_EQ(get.task, "2");
+    EXPECT_THAT(get.keys, ElementsAre("ScanArchived"));
+    const CommandLine set = ParseCommandLine({"--set-schedule", "Update", "RuleType=Daily", "StartTime=03:00"});
+    EXPECT_EQ(set.task, "Update");
+    EXPECT_THAT(set.changes,
+                ElementsAre(settings::ChangeItem{"RuleType", "Daily"}, settings::ChangeItem{"StartTime", "03:00"}));
+    EXPECT_TRUE(ParseCommandLine({"--set-settings", "2", "--set-to-default"}).setToDefault);
 }
 
 class WrongLine : public testing::TestWithParam<Arguments> {};
@@ -67,7 +86,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Arguments{"--set-app-settings", "=b"}, Arguments{"--set-app-settings", "A=b", "--file", "c"},
                     Arguments{"--set-app-settings", "--file", ""}, Arguments{"--set-app-settings", "--accept-tsn"},
                     Arguments{"--app-info", "--accept-tsn"}, Arguments{"--get-app-settings", "--file", "c"},
-                    Arguments{"--scan-file=0", "a"}, Arguments{"--app-info", "--json=2"}));
+                    Arguments{"--scan-file=0", "a"}, Arguments{"--start-task", "2", "--wait", "--progress"},
+                    Arguments{"--stop-task", "2", "--wait"}, Arguments{"--update", "6"}, Arguments{"--create-task"},
+                    Arguments{"--get-schedule", "2", "RuleType"}, Arguments{"--set-settings", "2"},
+                    Arguments{"--set-settings", "2", "A=b", "--set-to-default"},
+                    Arguments{"--set-schedule", "2", "--file", "a", "--set-to-default"},
+                    Arguments{"--set-app-settings", "--set-to-default"}, Arguments{"--set-settings", "", "A=b"},
+                    Arguments{"--get-settings", "2", "--file", ""}, Arguments{"--app-info", "--json=2"}));
 
 TEST(CommandLine, JsonIsSeenOnAWrongLineButNotAmongFileNames) {
     EXPECT_TRUE(AsksForJson({"--bogus", "--json"}));

@@ -19,9 +19,23 @@ class FakeTasks : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, ITfsTaskM
 public:
     std::vector<core::TaskInfo> tasks;
     std::vector<OxsStatistic> statistics;
-    std::vector<std::string> createdAreas;
+    ScanSettings created;
     std::vector<string16_t> commands;
+    struct Change {
+        string16_t what;
+        settings::SettingsChangeList list;
+        bool toDefault = false;
+    };
+    std::vector<Change> asked; ///< changes of settings and schedules
+    std::vector<settings::ValidationMessage> messages;
+    settings::SettingsChangeList taskSettings;
+    TaskSchedule schedule;
+    TaskProgress progress;
+    int progressQuestions = 0;
+    result_t progressResult = ulk::eNotSupported;
+    result_t setResult = ulk::sOk;
     result_t startResult = ulk::sOk;
+    result_t pauseResult = ulk::sOk;
     std::function<void()> onStart = [] {};
     std::function<void()> onStop = [] {};
 
@@ -54,14 +68,23 @@ public:
         onStop();
         return ulk::sOk;
     }
-    result_t PauseTask(const string16_t&) override { return ulk::eNotSupported; }
-    result_t ResumeTask(const string16_t&) override { return ulk::eNotSupported; }
+    result_t PauseTask(const string16_t& idOrName) override {
+        commands.push_back(string16_t(u"pause ") + idOrName);
+        return pauseResult;
+    }
+    result_t ResumeTask(const string16_t& idOrName) override {
+        commands.push_back(string16_t(u"resume ") + idOrName);
+        return ulk::sOk;
+    }
     result_t DeleteTask(const string16_t& taskName) override {
         commands.push_back(string16_t(u"delete ") + taskName);
         return ulk::sOk;
     }
     result_t DeleteStatistic(const OxsStatistic&) override { return ulk::eNotSupported; }
-    result_t GetSchedule(const string16_t&, TaskSchedule&) override { return ulk::eNotSupported; }
+    result_t GetSchedule(const string16_t&, TaskSchedule& out) override {
+        out = schedule;
+        return ulk::sOk;
+    }
     result_t GetTaskInfo(const string16_t& idOrName, core::TaskInfo& out) override {
         for (const core::TaskInfo& task : tasks) {
             if (task.taskName == idOrName || ulk::text::ToUtf8Lossy(idOrName) == std::to_string(task.taskId)) {
@@ -72,12 +95,34 @@ public:
         return ulk::eNotFound;
     }
     result_t CreateScanTask(const ScanSettings& settings, core::TaskInfo& out) override {
-        createdAreas = settings.areas;
+        created = settings;
         out.taskId = FirstTemporaryTaskId;
         out.taskName = u"Scan_File_100";
         tasks.push_back(out);
         tasks.back().state = types::TaskState::Started;
         return ulk::sOk;
+    }
+    result_t GetProgress(const string16_t&, TaskProgress& out) override {
+        ++progressQuestions;
+        out = progress;
+        return progressResult;
+    }
+    result_t GetTaskSettings(const string16_t& idOrName, settings::SettingsChangeList& out) override {
+        core::TaskInfo task;
+        out = taskSettings;
+        return GetTaskInfo(idOrName, task);
+    }
+    result_t SetTaskSettings(const string16_t&, const settings::SettingsChangeList& changes, bool toDefault,
+                             std::vector<settings::ValidationMessage>& told) override {
+        asked.push_back({u"settings", changes, toDefault});
+        told = messages;
+        return setResult;
+    }
+    result_t SetSchedule(const string16_t&, const settings::SettingsChangeList& changes, bool toDefault,
+                         std::vector<settings::ValidationMessage>& told) override {
+        asked.push_back({u"schedule", changes, toDefault});
+        told = messages;
+        return setResult;
     }
 };
 

@@ -80,16 +80,31 @@ TEST_F(Program, StartsAndStops) {
     EXPECT_EQ(locator->tasks->commands, (std::vector<test::string16_t>{u"start 2", u"stop Scan_My_Computer"}));
 }
 
+TEST_F(Program, SuspendsAndResumes) {
+    ASSERT_EQ(Run({"--suspend-task", "2", "--json"}), 0);
+    EXPECT_EQ(Json().at("command"), "suspend");
+    EXPECT_EQ(Json().at("task").at("id"), 2);
+    ASSERT_EQ(Run({"--resume-task", "Scan_My_Computer", "--json"}), 0);
+    EXPECT_EQ(Json().at("command"), "resume");
+    EXPECT_EQ(locator->tasks->commands, (std::vector<test::string16_t>{u"pause 2", u"resume Scan_My_Computer"}));
+}
+
 TEST_F(Program, TellsEveryFailureByCodeAndText) {
     locator->tasks->startResult = ulk::eInvalidState;
+    locator->tasks->pauseResult = ulk::eInvalidState;
     const struct {
         std::vector<std::string> arguments;
         int code;
         const char* name;
     } cases[] = {
-        {{"--start-task", "2"}, 65, "invalid-state"}, {{"--get-task-state", "99"}, 66, "not-found"},
-        {{"--stop-task", "\xff\n"}, 66, "not-found"}, {{"--scan-file", "/nonexistent"}, 66, "not-found"},
-        {{"--scan-file", ""}, 64, "usage"},           {{"--nonsense"}, 64, "usage"},
+        {{"--start-task", "2"}, 65, "invalid-state"},
+        {{"--get-task-state", "99"}, 66, "not-found"},
+        {{"--suspend-task", "2"}, 65, "invalid-state"},
+        {{"--resume-task", "\xff\n"}, 66, "not-found"},
+        {{"--stop-task", "\xff\n"}, 66, "not-found"},
+        {{"--scan-file", "/nonexistent"}, 66, "not-found"},
+        {{"--scan-file", ""}, 64, "usage"},
+        {{"--nonsense"}, 64, "usage"},
     };
     for (auto [arguments, code, name] : cases) {
         EXPECT_EQ(Run(arguments), code);

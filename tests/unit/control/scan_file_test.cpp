@@ -71,7 +71,7 @@ protected:
 TEST_F(ScanFileCommand, TellsACleanResult) {
     AfterStart({StateEvent(types::TaskState::Started), StateEvent(types::TaskState::Stopped)});
     EXPECT_EQ(Run(), ExitCode::Ok);
-    EXPECT_EQ(m_locator->tasks->createdAreas, std::vector<std::string>{"/"});
+    EXPECT_EQ(m_locator->tasks->created.areas, std::vector<std::string>{"/"});
     EXPECT_FALSE(m_locator->subscriber->receiver);
     const auto document = Document();
     EXPECT_TRUE(document.at("threats").empty());

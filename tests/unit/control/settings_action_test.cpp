@@ -128,9 +128,32 @@ TEST_F(SettingsActionTest, AnEmptyRequestIsRefusedUnlessItMayBeEmpty) {
     EXPECT_EQ(handler->asked.size(), 1u);
 }
 
+TEST_F(SettingsActionTest, AFileWithoutItemsIsAnEmptyRequestToo) {
+    const std::string path = folder.Write("blank.ini", " \n\t\n[Section]\n");
+    EXPECT_EQ(Thrown<InvalidSettingsException>({}, path), "Could not parse provided settings");
+    EXPECT_TRUE(handler->asked.empty());
+    SettingsChangeList list;
+    list.allowEmpty = true;
+    EXPECT_EQ(MakeSetAppSettings(local.Get(), path, false, std::move(list))->Exec(remote.Get()).code, ulk::sOk);
+    ASSERT_EQ(handler->asked.size(), 1u);
+    EXPECT_TRUE(handler->asked[0].allowEmpty);
+}
+
+TEST_F(SettingsActionTest, EachRunReadsTheFileAnew) {
+    const std::string path = folder.Write("a.ini", "TraceLevel=None\n");
+    const auto action = MakeSetAppSettings(local.Get(), path, false, {});
+    action->Exec(remote.Get());
+    action->Exec(remote.Get());
+    folder.Write("a.ini", "UseSyslog=yes\n");
+    action->Exec(remote.Get());
+    ASSERT_EQ(handler->asked.size(), 3u);
+    EXPECT_EQ(handler->asked[1].items, (std::vector<ChangeItem>{{"TraceLevel", "None"}}));
+    EXPECT_EQ(handler->asked[2].items, (std::vector<ChangeItem>{{"UseSyslog", "yes"}}));
+}
+
 TEST_F(SettingsActionTest, AFileIsReadOrRefused) {
     const std::string path = folder.Write("a.ini", "TraceLevel=None\n[S]\nk = \"v\"\n");
-    Run({}, path);
+    Run({{"of", "the list"}}, path);
     EXPECT_EQ(handler->asked.at(0).items, (std::vector<ChangeItem>{{"TraceLevel", "None"}, {"S.k", "v"}}));
 
     ASSERT_EQ(::mkfifo(folder.File("pipe").c_str(), 0600), 0);

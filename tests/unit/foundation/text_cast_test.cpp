@@ -105,6 +105,18 @@ TEST(Cast, BrokenUtf8Fails) {
     EXPECT_EQ(Cast<std::string>(string16_t()), "");
 }
 
+TEST(Cast, TheFrameworksNarrowStringHoldsUtf8) {
+    const std::u16string wide = u"a longer text than fits inline: \u00E4\U0001F600";
+    const auto narrow = Cast<types::string8_t>(wide);
+    EXPECT_EQ(std::string_view(narrow), Cast<std::string>(wide));
+    EXPECT_EQ(Cast<string16_t>(narrow), string16_t(wide));
+    EXPECT_TRUE(Cast<types::string8_t>(std::u16string_view()).empty());
+    EXPECT_THROW(Cast<types::string8_t>(u"a\xD800"), std::bad_cast);
+    types::string8_t kept("as it was");
+    EXPECT_EQ(Convert(std::u16string_view(u"\xDC00"), kept), eInvalidArgument);
+    EXPECT_EQ(kept, "as it was");
+}
+
 TEST(Cast, AgreesWithTheSystemsConverterOnRandomText) {
     std::mt19937 random(7);
     const auto pick = [&random](unsigned bound) { return static_cast<unsigned>(random() % bound); };
@@ -151,10 +163,13 @@ TEST_F(LocaleText, GoesCharacterByCharacterAndKeepsOneUnitAtMost) {
     EXPECT_THROW(FromLocale("\xFF"), std::bad_cast);
     EXPECT_THROW(FromLocale("\xC3"), std::bad_cast);
     EXPECT_THROW(ToLocale(u"\xD800"), std::bad_cast);
+    EXPECT_EQ(ToLocaleLossy("a\xC3\xA4\xF0\x9F\x98\x80z"), "a\xC3\xA4\xF0\x9F\x98\x80z");
+    EXPECT_EQ(ToLocaleLossy("\xFF\xC3"), "??");
 
     ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
     EXPECT_EQ(ToLocale(u"plain"), "plain");
     EXPECT_THROW(ToLocale(u"\u20AC"), std::bad_cast);
+    EXPECT_EQ(ToLocaleLossy("a\xE2\x82\xAC\xF0\x9F\x98\x80z\xFF"), "a??z?");
 }
 
 } // namespace

@@ -112,6 +112,14 @@ result_t FakeTaskManager::GetOdsStatistics(ScanStatistic& statistic) {
     return ulk::sOk;
 }
 
+result_t FakeTaskManager::DeleteTask(const String& taskName) {
+    const result_t result = Note("delete", taskName);
+    const std::lock_guard lock(m_mutex);
+    if (ULK_SUCCEEDED(result))
+        std::erase_if(m_tasks, [&](const auto& entry) { return entry.second.taskName == taskName; });
+    return result;
+}
+
 result_t FakeTaskManager::DeleteStatistic(const OxsStatistic& statistics) {
     const result_t result = Note("delete statistics", statistics.taskName);
     if (ULK_SUCCEEDED(result))

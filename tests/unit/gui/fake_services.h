@@ -78,11 +78,21 @@ public:
     result_t StopTask(const String& idOrName) override { return Note("stop", idOrName); }
     result_t PauseTask(const String& idOrName) override { return Note("pause", idOrName); }
     result_t ResumeTask(const String& idOrName) override { return Note("resume", idOrName); }
-    result_t DeleteTask(const String& taskName) override { return Note("delete", taskName); }
+    result_t DeleteTask(const String& taskName) override;
     result_t DeleteStatistic(const OxsStatistic& statistics) override;
     result_t GetSchedule(const String& taskName, TaskSchedule& schedule) override;
     result_t GetTaskInfo(const String& idOrName, core::TaskInfo& task) override;
     result_t CreateScanTask(const ScanSettings&, core::TaskInfo&) override { return ulk::eNotSupported; }
+    result_t GetProgress(const String&, TaskProgress&) override { return ulk::eNotSupported; }
+    result_t GetTaskSettings(const String&, settings::SettingsChangeList&) override { return ulk::eNotSupported; }
+    result_t SetTaskSettings(const String&, const settings::SettingsChangeList&, bool,
+                             std::vector<settings::ValidationMessage>&) override {
+        return ulk::eNotSupported;
+    }
+    result_t SetSchedule(const String&, const settings::SettingsChangeList&, bool,
+                         std::vector<settings::ValidationMessage>&) override {
+        return ulk::eNotSupported;
+    }
 
     void SetTask(const core::TaskInfo& task);
     void RemoveTask(std::uint64_t id);

@@ -84,7 +84,9 @@ TEST_F(ProductSettingsActionsTest, readsOrLeavesWhatItWasGiven) {
     m_app.settings->failure = ulk::sOk;
     m_app.settings->empty = true;
     EXPECT_TRUE(ULK_FAILED(m_actions.GetAppSettings(Remote(), settings)));
-    EXPECT_TRUE(IsTraced("Application settings are not valid"));
+    EXPECT_TRUE(IsTraced("product_settings_actions.cpp:"));
+    EXPECT_TRUE(IsTraced("(appSettingsHandler->GetAppSettings(holder)),(ULK_SUCCEEDED(_result)) failed: "
+                         "result = 0x8000005dApplication settings are not valid"));
     EXPECT_TRUE(IsTraced("cannot get app settings"));
 
     m_app.remote->Remove(IAppInfoProvider::Iid);
@@ -108,11 +110,14 @@ TEST_F(ProductSettingsActionsTest, refusedSettingsAreCodes) {
     for (const auto& [answer, expected] : cases) {
         m_app.tracer->Clear();
         m_app.settings->setResult = answer;
-        EXPECT_EQ(Set("UseSyslog", "Yes"), expected);
+        EXPECT_EQ(Set("UseSyslog", "yes"), expected);
         EXPECT_EQ(IsTraced("cannot set app settings"), ULK_FAILED(expected)) << expected;
     }
-    EXPECT_EQ(m_app.settings->Changes().back(), "1611243813: UseSyslog=Yes");
+    EXPECT_EQ(m_app.settings->Changes().back(), "1611243813: UseSyslog=yes");
     EXPECT_EQ(m_actions.SetAppSettings(Remote(), {}), ulk::eInvalidArgument);
+    EXPECT_TRUE(IsTraced("settings_request.cpp:"));
+    EXPECT_TRUE(IsTraced("(action->Exec(remoteSl)),(ULK_SUCCEEDED(_result)) failed: "
+                         "result = 0x80000046Could not parse provided settings"));
 }
 
 TEST_F(ProductSettingsActionsTest, traceLevelAndDateOfTheSignatures) {

@@ -14,8 +14,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tfs::gui {
 namespace {
@@ -51,6 +54,34 @@ TEST(StartSettings, tracerSettingsAreThoseOfTheConfiguration) {
     EXPECT_TRUE(settings.lineFormat == u"%Y.%m.%d %X\t%I\t%p\t");
     EXPECT_EQ(ulk::text::ToUtf8Lossy(settings.modulePath),
               std::string(paths::Root) + "/opt/tolvander/tesl/libarm64/libinstrumental_services.so");
+}
+
+TEST(StartSettings, waylandIsAskedForWhereItIsTheOnlyDisplay) {
+    const struct {
+        const char* x11;
+        const char* wayland;
+        const char* asked;
+        const char* platform;
+    } rows[] = {{"", "wayland-0", nullptr, "wayland"}, {nullptr, "wayland-0", nullptr, "wayland"},
+                {":0", "wayland-0", nullptr, nullptr}, {":0", nullptr, nullptr, nullptr},
+                {nullptr, nullptr, nullptr, nullptr},  {nullptr, "", nullptr, nullptr},
+                {nullptr, "wayland-0", "xcb", "xcb"}};
+    const char* const names[] = {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"};
+    const auto set = [](const char* name, const char* value) {
+        (void)(value ? ::setenv(name, value, 1) : ::unsetenv(name));
+    };
+    std::vector<std::optional<std::string>> saved;
+    for (const char* const name : names)
+        saved.push_back(std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt);
+    for (const auto& row : rows) {
+        set("DISPLAY", row.x11);
+        set("WAYLAND_DISPLAY", row.wayland);
+        set("QT_QPA_PLATFORM", row.asked);
+        ChooseDisplay();
+        EXPECT_STREQ(std::getenv("QT_QPA_PLATFORM"), row.platform) << &row - rows;
+    }
+    for (std::size_t i = 0; i < saved.size(); ++i)
+        set(names[i], saved[i] ? saved[i]->c_str() : nullptr);
 }
 
 TEST(StartSettings, anUnknownLocaleIsPutBack) {

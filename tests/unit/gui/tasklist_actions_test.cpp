@@ -103,7 +103,7 @@ TEST_F(TaskListActionsTest, aTaskIsFoundByIdAndByName) {
     EXPECT_EQ(m_app.tracer->Count("found 2 tasks, try to return the first one"), 1u);
     TaskInfo task;
     for (const char* text : {"99", "", "2x", "-2", "18446744073709551616"})
-        EXPECT_FALSE(ULK_SUCCEEDED(m_actions.GetTaskInfo(Remote(), text, task))) << text;
+        EXPECT_EQ(m_actions.GetTaskInfo(Remote(), text, task), ulk::eNotFound) << text;
     EXPECT_EQ(m_app.tracer->Count(300, "vector_t::at()"), 5u);
 }
 
@@ -126,6 +126,27 @@ TEST_F(TaskListActionsTest, anOutageGivesTheListsOfTheLastSuccess) {
     EXPECT_EQ(monitoring.size(), 1u);
     m_app.remote->Remove(ITfsTaskManager::Iid);
     EXPECT_EQ(m_actions.GetScanTaskList(Remote(), scans), 1);
+}
+
+TEST_F(TaskListActionsTest, withoutAPolicyProviderThereIsNoList) {
+    m_app.remote->Remove(IPolicyProvider::Iid);
+    ulk::types::vector_t<TaskInfo> scans;
+    EXPECT_EQ(m_actions.GetScanTaskList(Remote(), scans), 1);
+    EXPECT_EQ(m_app.tracer->Count(300, "Cannot get interface IPolicyProvider"), 1u);
+    EXPECT_EQ(m_app.tracer->Count("Read from product: "), 1u);
+    EXPECT_EQ(m_app.tracer->Count(300, "GetScanTaskList cannot get task list, use previous value"), 1u);
+    EXPECT_GE(m_app.tracer->Count(300, "result = "), 2u);
+    TaskInfo task;
+    EXPECT_EQ(m_actions.GetTaskInfo(Remote(), "2", task), ulk::eNoInterface);
+    EXPECT_EQ(m_app.tracer->Count(300, "() cannot get task settings"), 1u);
+}
+
+TEST_F(TaskListActionsTest, aTaskWithoutScheduleIsListedAllTheSame) {
+    m_app.tasks->SetTask(MakeTask(40, u"Unscheduled", task_type::BootScan));
+    const TaskInfo task = Fetch("40");
+    EXPECT_EQ(task.scheduleMode, 0u);
+    EXPECT_TRUE(task.scheduleText.empty());
+    EXPECT_EQ(m_app.tracer->Count(300, "Cannot get schedule for Unscheduled"), 1u);
 }
 
 TEST_F(TaskListActionsTest, deletingTakesTheTaskThenItsStatistics) {

@@ -4,7 +4,9 @@
 #include "process_test.h"
 
 #include <foundation/exceptions.h>
+#include <gui/qml/qml_resources.h>
 #include <gui/tesl_gui.h>
+#include <gui/window_icon.h>
 
 #include <memory>
 
@@ -114,6 +116,14 @@ TEST_F(TeslGuiAppTest, theFirstObjectStaysUntilItIsReset) {
     EXPECT_EQ(QCoreApplication::instance(), nullptr);
     EXPECT_EQ(application::GetLocalServiceLocator(), nullptr);
     EXPECT_THROW((void)application::AcquireRemoteServiceLocator(), ulk::RuntimeError);
+}
+
+TEST_F(TeslGuiAppTest, anIconIsDrawnInSeveralSizesFromAFileWithoutASuffix) {
+    const std::shared_ptr<TeslGuiApp> app = TeslGuiApp::GetInstance(Make(), true);
+    InitQmlResources();
+    EXPECT_EQ(ReadIcon(QStringLiteral(":/icon-t")).availableSizes(),
+              QList<QSize>({QSize(16, 16), QSize(32, 32), QSize(48, 48)}));
+    EXPECT_TRUE(ReadIcon(QStringLiteral(":/no-such-icon")).isNull());
 }
 
 } // namespace

@@ -61,7 +61,7 @@ TEST(DatabasesState, changesAtThreeAndEightWholeDays) {
         info.avBasesDate = now - row.age;
         EXPECT_EQ(ClassifyDatabases(info, now), row.state) << row.age;
     }
-    info.avBasesDate = 1;
+    info.avBasesDate = -1;
     EXPECT_THROW(ClassifyDatabases(info, now), ulk::datetime::TimeSystemError);
 }
 
@@ -105,6 +105,15 @@ TEST(TaskNames, customScansAreNamedAfterTheirPaths) {
     EXPECT_EQ(shortened.size(), 50);
     EXPECT_TRUE(shortened.startsWith(QLatin1String("/beginning")));
     EXPECT_TRUE(shortened.endsWith(QLatin1String("/end")));
+    // Characters of two units, wherever the cut falls: none is cut in half.
+    for (int offset = 0; offset < 2; ++offset) {
+        std::string path(static_cast<std::size_t>(offset), 'x');
+        for (int i = 0; i < 60; ++i)
+            path += "\xf0\x9f\x98\x80";
+        const QString cut = ShortenedPath(path + std::string(static_cast<std::size_t>(offset), 'x'));
+        EXPECT_LE(cut.size(), 50);
+        EXPECT_TRUE(cut.toUcs4().indexOf(0xFFFD) == -1) << offset;
+    }
 }
 
 TEST(TaskNames, displayNameOfTheConsoleWinsForOtherTasks) {
@@ -114,6 +123,22 @@ TEST(TaskNames, displayNameOfTheConsoleWinsForOtherTasks) {
     EXPECT_EQ(ShownTaskName(task).toStdString(), "Nightly scan");
     task.taskId = static_cast<std::uint64_t>(FixedTaskId::FullScan);
     EXPECT_EQ(ShownTaskName(task).toStdString(), "Scan my computer");
+}
+
+TEST(TaskNames, everyFixedTaskHasItsNameInASentence) {
+    const std::pair<std::uint64_t, std::pair<const char16_t*, const char*>> rows[] = {
+        {1, {task_type::OAS, "File Threat Protection"}},
+        {2, {task_type::ODS, "Scan my computer"}},
+        {3, {task_type::ODS, "Custom scan"}},
+        {4, {task_type::BootScan, "Boot sector scan"}},
+        {5, {task_type::MemoryScan, "Memory scan"}},
+        {6, {task_type::Update, "Update"}},
+        {7, {task_type::Rollback, "Update rollback"}},
+    };
+    for (const auto& [id, expected] : rows) {
+        const core::TaskInfo task = test::MakeTask(id, u"Its_Own_Name", expected.first);
+        EXPECT_EQ(LocalizedTaskName(task).toStdString(), expected.second) << id;
+    }
 }
 
 TEST(TaskEventFields, badFieldsCountAsMissing) {

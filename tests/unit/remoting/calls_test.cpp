@@ -152,6 +152,48 @@ TEST_F(CallsTest, TaskReadsBringAllFields) {
     EXPECT_EQ(service.Last().text, u"2");
 }
 
+TEST_F(CallsTest, ProgressAndSettingsOfATaskArriveWhole) {
+    service.progress = {57, 0};
+    service.taskSettings = {ScanSettings::TypeNumber, {{"ScanAreas.item_0000", "/bad\xff\n"}, {"TimeLimit", ""}}, true};
+    Start();
+    Client client(folder.File("socket"));
+    const auto manager = client.Get<ITfsTaskManager>();
+    ASSERT_EQ(client.result, ulk::sOk);
+    TaskProgress progress;
+    ASSERT_EQ(manager->GetProgress(u"Update", progress), ulk::sOk);
+    EXPECT_EQ(progress, service.progress) << "no time left isn't an unknown time";
+    EXPECT_EQ(service.Last().text, u"Update");
+    service.progress.secondsLeft.reset();
+    ASSERT_EQ(manager->GetProgress(u"2", progress), ulk::sOk);
+    EXPECT_EQ(progress, service.progress);
+    settings::SettingsChangeList settings;
+    ASSERT_EQ(manager->GetTaskSettings(u"2", settings), ulk::sOk);
+    EXPECT_EQ(settings, service.taskSettings);
+}
+
+TEST_F(CallsTest, ChangesOfATaskCarryTheListAndBringTheMessagesWithEveryCode) {
+    service.messages = {{"KeyOfAText", {u"StartTime", u"\xd800"}}, {"Another", {}}};
+    Start();
+    Client client(folder.File("socket"));
+    const auto manager = client.Get<ITfsTaskManager>();
+    ASSERT_EQ(client.result, ulk::sOk);
+    const settings::SettingsChangeList changes{ScheduleSettings::TypeNumber, {{"RuleType", "Daily"}}, true};
+    const std::pair<decltype(&ITfsTaskManager::SetSchedule), const char*> operations[] = {
+        {&ITfsTaskManager::SetSchedule, "SetSchedule"}, {&ITfsTaskManager::SetTaskSettings, "SetTaskSettings"}};
+    for (const auto& [operation, name] : operations)
+        for (const result_t code : {ulk::sOk, sInvalidSettings, ulk::eAccessDenied}) {
+            service.code = code;
+            std::vector<settings::ValidationMessage> messages(5);
+            EXPECT_EQ((manager.Get()->*operation)(u"Update", changes, code == ulk::sOk, messages), code);
+            EXPECT_EQ(messages, service.messages);
+            EXPECT_EQ(service.Last().method, name);
+            EXPECT_EQ(service.Last().text, u"Update");
+            EXPECT_EQ(service.Last().changes, changes);
+            EXPECT_EQ(service.Last().toDefault, code == ulk::sOk);
+            EXPECT_EQ(service.Last().caller.uid, ::geteuid());
+        }
+}
+
 TEST_F(CallsTest, CommandsCarryTextsAndTheCaller) {
     service.tasks = {FullTaskInfo()};
     Start();

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace tfs::test {
 
@@ -140,6 +141,37 @@ TEST_F(EventsTest, SubscriberThatFellBehindCatchesUpFromTheStore) {
         feed->Publish(Numbered(i));
     ASSERT_TRUE(WaitFor([&] { return receiver->Count() >= 30'010; }));
     ExpectRun(*receiver, 0, 30'009);
+}
+
+TEST_F(EventsTest, SubscribersThatFellBehindTogetherShareWhatIsReadForThem) {
+    constexpr int Count = 20'000;
+    constexpr std::size_t Subscribers = 8;
+    Start(64);
+    std::atomic<bool> hold{true};
+    auto settings = Settings(folder.File("socket"));
+    settings.heartbeatMs = 60'000; // these receivers block their own loop
+    Client slow(settings);
+    const auto slowSubscriber = slow.Get<IEventSubscriber>();
+    std::vector<ulk::Ptr<Receiver>> receivers;
+    for (std::size_t i = 0; i < Subscribers; ++i) {
+        receivers.push_back(MakeReceiver());
+        receivers.back()->onEvent = [&, i](const Event& event) {
+            WaitFor([&] { return !hold.load(); });
+            if (i == 0 && NumberOf(event) == Count / 2) // goes while the others go on
+                slowSubscriber->Unsubscribe(receivers[0].Get());
+        };
+        ASSERT_EQ(slowSubscriber->Subscribe(receivers.back().Get(), {}), ulk::sOk);
+    }
+    for (int i = 0; i < Count; ++i)
+        feed->Publish(Numbered(i, 200));
+    hold = false;
+    for (std::size_t i = 1; i < Subscribers; ++i) {
+        ASSERT_TRUE(WaitFor([&] { return receivers[i]->Count() >= Count; })) << i;
+        ExpectRun(*receivers[i], 0, Count - 1);
+    }
+    ExpectRun(*receivers[0], 0, Count / 2);
+    EXPECT_GT(feed->storeReads.load(), 1);
+    EXPECT_LT(feed->storeReads.load(), Count / 256 * 3); // by itself each would need about Count / 256
 }
 
 TEST_F(EventsTest, SubscriberThatNeverReadsCostsItsWindowAndBlocksNobody) {

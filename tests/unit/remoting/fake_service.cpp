@@ -118,6 +118,16 @@ result_t FakeService::CreateScanTask(const Caller& caller, const ScanSettings& s
     return Note({"CreateScanTask", {}, caller, settings, {}});
 }
 
+result_t FakeService::GetProgress(const std::u16string& name, TaskProgress& out) noexcept {
+    out = progress;
+    return Note({"GetProgress", name, {}, {}, {}});
+}
+
+result_t FakeService::GetTaskSettings(const std::u16string& name, settings::SettingsChangeList& out) noexcept {
+    out = taskSettings;
+    return Note({"GetTaskSettings", name, {}, {}, {}});
+}
+
 result_t FakeService::NoteBlocking(Seen seen) noexcept {
     {
         const std::lock_guard lock(m_mutex);
@@ -127,6 +137,20 @@ result_t FakeService::NoteBlocking(Seen seen) noexcept {
     if (duringBlocking)
         duringBlocking();
     return code.load();
+}
+
+result_t FakeService::SetTaskSettings(const Caller& caller, const std::u16string& name,
+                                      const settings::SettingsChangeList& changes, bool toDefault,
+                                      std::vector<settings::ValidationMessage>& out) noexcept {
+    out = messages;
+    return NoteBlocking({"SetTaskSettings", name, caller, {}, {}, changes, false, {}, toDefault});
+}
+
+result_t FakeService::SetSchedule(const Caller& caller, const std::u16string& name,
+                                  const settings::SettingsChangeList& changes, bool toDefault,
+                                  std::vector<settings::ValidationMessage>& out) noexcept {
+    out = messages;
+    return NoteBlocking({"SetSchedule", name, caller, {}, {}, changes, false, {}, toDefault});
 }
 
 result_t FakeService::SetAppSettings(const Caller& caller, const settings::SettingsChangeList& changes, bool acceptTsn,
@@ -199,7 +223,15 @@ core::TaskInfo FullTaskInfo() {
     task.taskName = u"Scan_File";
     task.taskType = u"ODS";
     task.state = types::TaskState::Pausing;
-    task.settings.Set(ScanSettings{{"/home", "/bad\xff\xfe/n\name"s}});
+    task.settings.Set(ScanSettings{{"/home", "/bad\xff\xfe/n\name"s},
+                                   {"/a"},
+                                   {"*.iso", ""},
+                                   false,
+                                   1ull << 40,
+                                   7,
+                                   false,
+                                   types::ThreatAction::Remove,
+                                   true});
     task.isTemporary = true;
     task.startTime = 1700000001;
     task.stopTime = 1700000002;

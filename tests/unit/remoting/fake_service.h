@@ -25,6 +25,8 @@ public:
     std::vector<OxsStatistic> statistics;
     ScanStatistic scanStatistic;
     TaskSchedule schedule;
+    TaskProgress progress;
+    settings::SettingsChangeList taskSettings;
     std::atomic<result_t> code{ulk::sOk};
     /// Called inside each call, on the loop's thread.
     std::function<void()> during;
@@ -46,6 +48,7 @@ public:
         settings::SettingsChangeList changes{};
         bool acceptTsn = false;
         EventQuery query{};
+        bool toDefault = false;
     };
     Seen Last() const;
     int Calls() const noexcept { return m_calls.load(); }
@@ -73,7 +76,15 @@ public:
     result_t DeleteStatistic(const service::rpc::Caller& caller, const OxsStatistic& statistic) noexcept override;
     result_t CreateScanTask(const service::rpc::Caller& caller, const ScanSettings& settings,
                             core::TaskInfo& out) noexcept override;
+    result_t GetProgress(const std::u16string& name, TaskProgress& out) noexcept override;
+    result_t GetTaskSettings(const std::u16string& name, settings::SettingsChangeList& out) noexcept override;
 
+    result_t SetTaskSettings(const service::rpc::Caller& caller, const std::u16string& name,
+                             const settings::SettingsChangeList& changes, bool toDefault,
+                             std::vector<settings::ValidationMessage>& out) noexcept override;
+    result_t SetSchedule(const service::rpc::Caller& caller, const std::u16string& name,
+                         const settings::SettingsChangeList& changes, bool toDefault,
+                         std::vector<settings::ValidationMessage>& out) noexcept override;
     result_t SetAppSettings(const service::rpc::Caller& caller, const settings::SettingsChangeList& changes,
                             bool acceptTsn, std::vector<settings::ValidationMessage>& out) noexcept override;
     result_t GetEventCount(const service::rpc::Caller& caller, std::uint64_t& count) noexcept override;

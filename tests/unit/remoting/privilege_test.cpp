@@ -53,8 +53,8 @@ TEST(MethodTables, HoldEveryMethodOfTheSchemaUnderItsOwnName) {
 }
 
 TEST(MethodTables, DeclareTheAgreedPrivileges) {
-    const std::set<std::string> owners = {"startTask",  "stopTask",   "pauseTask",
-                                          "resumeTask", "deleteTask", "deleteStatistic"};
+    const std::set<std::string> owners = {"startTask",  "stopTask",        "pauseTask",       "resumeTask",
+                                          "deleteTask", "deleteStatistic", "setTaskSettings", "setSchedule"};
     const std::set<std::string> administrators = {"setAppSettings"};
     for (const auto table : service::rpc::AllMethodTables())
         for (const Method& method : table)

@@ -36,11 +36,10 @@ public:
     std::size_t limit = 0;
 };
 
-Collector Walk(const std::vector<std::string>& areas, const std::vector<std::string>& excluded = {}) {
+Collector Walk(const std::vector<std::string>& areas, const std::vector<std::string>& excluded = {},
+               const std::vector<std::string>& masks = {}) {
     Collector collector;
-    FileWalker walker(excluded, false, collector);
-    for (const std::string& area : areas)
-        walker.Walk(area);
+    FileWalker(Exclusions(excluded, masks), false, collector).Walk(areas);
     return collector;
 }
 
@@ -161,7 +160,7 @@ TEST(FileWalker, ComesThroughBindMountLoopsOnce) {
     if (::mount(folder.Path().c_str(), (folder / "a/again").c_str(), nullptr, MS_BIND, nullptr) != 0)
         GTEST_SKIP() << "mounting needs CAP_SYS_ADMIN";
     Collector found;
-    FileWalker(std::vector<std::string>{}, true, found).Walk(folder.Path());
+    FileWalker(Exclusions(), true, found).Walk({folder.Path()});
     ::umount2((folder / "a/again").c_str(), MNT_DETACH);
     EXPECT_EQ(found.files.size(), 1u);
     EXPECT_EQ(found.files.begin()->second, 1);
@@ -174,7 +173,7 @@ TEST(FileWalker, CrossesIntoAnotherFileSystemOnlyWhenTold) {
         GTEST_SKIP() << "mounting needs CAP_SYS_ADMIN";
     folder.Write("mounted/file", "x");
     Collector crossing;
-    FileWalker(std::vector<std::string>{}, true, crossing).Walk(folder.Path());
+    FileWalker(Exclusions(), true, crossing).Walk({folder.Path()});
     const Collector staying = Walk({folder.Path()});
     ::umount2((folder / "mounted").c_str(), MNT_DETACH);
     EXPECT_EQ(crossing.files.size(), 1u);
@@ -187,7 +186,7 @@ TEST(FileWalker, StopsWhenTold) {
         folder.Write("d" + std::to_string(i) + "/file", "x");
     Collector collector;
     collector.limit = 5;
-    FileWalker({}, false, collector).Walk(folder.Path());
+    FileWalker(Exclusions(), false, collector).Walk({folder.Path()});
     EXPECT_EQ(collector.files.size(), 5u);
 }
 

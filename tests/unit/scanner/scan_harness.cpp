@@ -103,10 +103,7 @@ Scanner::Scanner(ScannerConfig config)
 
 bool Scanner::Busy() {
     const auto workers = Workers();
-    return std::any_of(workers.begin(), workers.end(), [](pid_t each) {
-        const char state = ProcessState(each);
-        return state == 'R' || state == 'D';
-    });
+    return std::any_of(workers.begin(), workers.end(), IsAtWork);
 }
 
 bool Scanner::WaitUntilIdle() {
@@ -143,6 +140,21 @@ ScanOptions Area(const std::string& path) {
     return options;
 }
 
+bool PauseInAFile(Scanner& scanner, RunningScan& scan) {
+    const auto held = [&] {
+        const auto workers = scanner.Workers();
+        return std::any_of(workers.begin(), workers.end(), [](pid_t each) { return ProcessState(each) == 'T'; });
+    };
+    while (!scan.Ended()) {
+        EXPECT_TRUE(Eventually([&] { return scanner.Busy() || scan.Ended(); }));
+        scan.Run().Pause();
+        if (Eventually(held, std::chrono::seconds(1)))
+            return true;
+        scan.Run().Resume(); // no file was in hand yet
+    }
+    return false;
+}
+
 void WaitUntilOld(const std::string& path) {
     // The status time can't be set.
     struct stat status {};
@@ -160,6 +172,11 @@ char ProcessState(pid_t process) {
     std::getline(status, text);
     const std::size_t end = text.rfind(") ");
     return end == std::string::npos ? '\0' : text[end + 2];
+}
+
+bool IsAtWork(pid_t worker) {
+    const char state = ProcessState(worker);
+    return state == 'R' || state == 'D';
 }
 
 std::size_t OpenDescriptors() {

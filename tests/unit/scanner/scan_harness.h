@@ -88,10 +88,14 @@ private:
 
 /// Options for one area.
 ScanOptions Area(const std::string& path);
+/// Pauses a run over large files so that a worker is held in the midst of one. False where the run ended before.
+bool PauseInAFile(Scanner& scanner, RunningScan& scan);
 /// Waits until a file is old enough to be remembered as clean.
 void WaitUntilOld(const std::string& path);
 /// State letter of a process as the kernel tells it ('T' is stopped), 0 when it is gone.
 char ProcessState(pid_t process);
+/// The worker has a file in hand: one that hasn't sleeps.
+bool IsAtWork(pid_t worker);
 /// Descriptors that this process has open.
 std::size_t OpenDescriptors();
 

@@ -110,13 +110,37 @@ TEST_F(Unpacking, PartsThatAreCutAtTheLimitAreNotClean) {
     EXPECT_EQ(m_result.counters.scannedObjects, 0u);
 }
 
-TEST_F(Unpacking, EncryptedArchivesAreNotProcessed) {
+/// A document of one empty page.
+std::string Document() {
+    const std::string objects[] = {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                                   "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 100 100] /Contents 4 0 R >>",
+                                   "<< /Length 9 >>\nstream\n0 0 m 9 l\nendstream"};
+    std::string out = "%PDF-1.4\n";
+    std::string table = "0000000000 65535 f \n";
+    for (std::size_t i = 0; i < std::size(objects); ++i) {
+        const std::string at = std::to_string(out.size());
+        table += std::string(10 - at.size(), '0') + at + " 00000 n \n";
+        out += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    return out + "xref\n0 5\n" + table + "trailer << /Size 5 /Root 1 0 R >>\nstartxref\n" + std::to_string(out.size()) +
+           "\n%%EOF\n";
+}
+
+TEST_F(Unpacking, WhatIsEncryptedIsNotProcessed) {
     m_folder.Write("e.com", TestThreat());
-    RunCommand("cd '" + m_folder.Path() + "' && zip -q -P secret encrypted.zip e.com && rm e.com");
+    m_folder.Write("plain.pdf", Document());
+    RunCommand("cd '" + m_folder.Path() +
+               "' && zip -q -P secret old.zip e.com && 7zz a -psecret -tzip -mem=AES256 new.zip e.com >/dev/null && " +
+               "7zz a -psecret part.7z e.com >/dev/null && 7zz a -psecret -mhe=on whole.7z e.com >/dev/null && " +
+               "rm e.com && qpdf --encrypt secret secret 256 -- plain.pdf new.pdf && " +
+               "qpdf --allow-weak-crypto --encrypt secret secret 40 -- plain.pdf old.pdf");
     Scan();
-    EXPECT_EQ(ReasonOf(m_folder / "encrypted.zip"), "encrypted");
-    EXPECT_EQ(m_result.counters.encrypted, 1u);
-    EXPECT_EQ(m_result.counters.scannedObjects, 0u);
+    constexpr const char* Encrypted[] = {"old.zip", "new.zip", "part.7z", "whole.7z", "new.pdf", "old.pdf"};
+    for (const char* name : Encrypted)
+        EXPECT_EQ(ReasonOf(m_folder / name), "encrypted") << name;
+    EXPECT_EQ(ReasonOf(m_folder / "plain.pdf"), "");
+    EXPECT_EQ(m_result.counters.encrypted, std::size(Encrypted));
+    EXPECT_EQ(m_result.counters.scannedObjects, 1u);
 }
 
 } // namespace

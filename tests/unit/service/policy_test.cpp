@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/settings/policy_folder.h>
 #include <service/settings/policy_watcher.h>
+#include <tests/unit/foundation/test_services.h>
 #include <tests/unit/service/temp_folder.h>
 #include <tests/unit/service/waiting.h>
 
@@ -25,7 +26,7 @@ struct PolicyFolderTest : testing::Test {
         ASSERT_EQ(::chmod(File(name).c_str(), 0644), 0);
     }
     std::string File(const std::string& name) const { return path + name; }
-    Policy Read() const { return ReadPolicyFolder(path, ::geteuid()); }
+    Policy Read() const { return ReadPolicyFolder(services.locator.Get(), path, ::geteuid()); }
     /// One file is refused, for a reason that names it, and "good.ini" beside it counts.
     void ExpectOneRefused(const std::string& name, const char* reason) {
         const Policy policy = Read();
@@ -36,6 +37,7 @@ struct PolicyFolderTest : testing::Test {
         EXPECT_NE(policy.problems[0].reason.find(reason), std::string::npos) << policy.problems[0].reason;
     }
 
+    ulk::test::Services services;
     TempFolder folder;
     std::string path = folder.File("policy.d/");
 };
@@ -44,7 +46,7 @@ TEST_F(PolicyFolderTest, FilesCountInTheOrderOfTheirNames) {
     EXPECT_EQ(Read(), Policy());
     Write("20-site.ini", "UseTSN=Off\nTraceLevel=Detailed\n[Policy]\nName = Site \"policy\"\n"
                          "AllowUserManageLocalTasks=no\nAllowUserManageGroupTasks=yes\n");
-    Write("10-base.ini", "UseTSN=Basic\nUseSyslog=Yes\n[Policy]\nAllowUserManageLocalTasks=yes\n");
+    Write("10-base.ini", "UseTSN=Basic\nUseSyslog=yes\n[Policy]\nAllowUserManageLocalTasks=yes\n");
     Write("30-late.ini~", "UseTSN=Extended\n");
     Write(".hidden.ini", "UseTSN=Extended\n");
     const Policy policy = Read();
@@ -55,7 +57,7 @@ TEST_F(PolicyFolderTest, FilesCountInTheOrderOfTheirNames) {
     EXPECT_EQ(policy.allowUserManageGroupTasks, true);
     EXPECT_EQ(policy.settings.items,
               (std::vector<ChangeItem>{
-                  {"UseTSN", "Basic"}, {"UseSyslog", "Yes"}, {"UseTSN", "Off"}, {"TraceLevel", "Detailed"}}));
+                  {"UseTSN", "Basic"}, {"UseSyslog", "yes"}, {"UseTSN", "Off"}, {"TraceLevel", "Detailed"}}));
     EXPECT_TRUE(policy.Locks("UseTSN"));
     EXPECT_FALSE(policy.Locks("usetsn"));
     EXPECT_FALSE(policy.Locks("MaxEventsNumber"));
@@ -68,7 +70,7 @@ TEST_F(PolicyFolderTest, AFileThatSaysNothingIsAPolicyUnderItsOwnName) {
 }
 
 TEST_F(PolicyFolderTest, AFileWithAnythingWrongInItIsNotAppliedAtAll) {
-    Write("good.ini", "UseSyslog=Yes\n");
+    Write("good.ini", "UseSyslog=yes\n");
     const struct {
         const char* content;
         const char* reason;
@@ -78,7 +80,7 @@ TEST_F(PolicyFolderTest, AFileWithAnythingWrongInItIsNotAppliedAtAll) {
         {"MaxEventsNumber=1\n", "MaxEventsNumber"},
         {"[Policy]\nAllowUserManageLocalTasks=perhaps\n", "bool"},
         {"[Policy]\nAllowEverything=yes\n", "AllowEverything"},
-        {"[Other]\nUseSyslog=Yes\n", "Other.UseSyslog"},
+        {"[Other]\nUseSyslog=yes\n", "Other.UseSyslog"},
         {"; a remark\n", "remark"},
     };
     for (const auto& [content, reason] : cases) {
@@ -91,7 +93,7 @@ TEST_F(PolicyFolderTest, AFileWithAnythingWrongInItIsNotAppliedAtAll) {
 }
 
 TEST_F(PolicyFolderTest, AFileThatAnotherMayHaveWrittenIsNotApplied) {
-    Write("good.ini", "UseSyslog=Yes\n");
+    Write("good.ini", "UseSyslog=yes\n");
     Write("a.ini", "TraceLevel=Detailed\n");
     for (const mode_t mode : {0664u, 0646u, 0666u}) {
         ASSERT_EQ(::chmod(File("a.ini").c_str(), mode), 0);
@@ -118,9 +120,16 @@ TEST_F(PolicyFolderTest, AFileThatAnotherMayHaveWrittenIsNotApplied) {
     ExpectOneRefused("a.ini", "1 MiB");
 }
 
+TEST_F(PolicyFolderTest, ItsReadingIsTraced) {
+    Write("a.ini", "UseSyslog=yes\nTraceLevel=None\n");
+    EXPECT_TRUE(Read().inForce);
+    EXPECT_EQ(services.tracer->lines, std::vector<std::string>{"ReadIni: 2 items"});
+    EXPECT_TRUE(ReadPolicyFolder(nullptr, path, ::geteuid()).inForce);
+}
+
 TEST_F(PolicyFolderTest, OwnersOtherThanTheRightOneAreRefused) {
-    Write("good.ini", "UseSyslog=Yes\n");
-    const Policy policy = ReadPolicyFolder(path, ::geteuid() + 1);
+    Write("good.ini", "UseSyslog=yes\n");
+    const Policy policy = ReadPolicyFolder(nullptr, path, ::geteuid() + 1);
     if (::geteuid() == 0) {
         EXPECT_TRUE(policy.inForce); // root's word counts whoever is asked for
         ASSERT_EQ(::chown(File("good.ini").c_str(), 65534, 65534), 0);
@@ -135,7 +144,7 @@ TEST_F(PolicyFolderTest, OwnersOtherThanTheRightOneAreRefused) {
 }
 
 TEST_F(PolicyFolderTest, AFolderThatAnotherMayWriteIsNotRead) {
-    Write("good.ini", "UseSyslog=Yes\n");
+    Write("good.ini", "UseSyslog=yes\n");
     ASSERT_EQ(::chmod(path.c_str(), 0775), 0);
     EXPECT_FALSE(Read().inForce);
     EXPECT_EQ(Read().problems.at(0).path, path);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/app/bases_seeder.h>
 #include <service/app/folders.h>
 #include <service/app/instance_lock.h>
 #include <tests/unit/remoting/listening_descriptor.h>
@@ -58,65 +57,6 @@ TEST(Folders, SharedOnesAreStickyAndNobodyElses) {
         EXPECT_EQ(MakeSharedFolder(folder.File("target")), ulk::eAccessDenied);
         EXPECT_EQ(ModeOf(folder.File("target")), 0700u);
     }
-}
-
-struct SeedFixture : testing::Test {
-    SeedFixture() {
-        ::mkdir(seeds.c_str(), 0700);
-        ::mkdir(bases.c_str(), 0700);
-    }
-    result_t Seed() { return SeedBases(seeds, bases, copied); }
-    TempFolder folder;
-    std::string seeds = folder.File("seeds");
-    std::string bases = folder.File("bases");
-    std::size_t copied = 0;
-};
-
-using SeedBasesTest = SeedFixture;
-
-TEST_F(SeedBasesTest, AnEmptyFolderIsFilledOnceAndReadableByTheScanner) {
-    folder.Write("seeds/tesl.hdb", "one");
-    folder.Write("seeds/tesl.ndb", "two");
-    folder.Write("seeds/.hidden", "no");
-    const auto released = std::filesystem::file_time_type::clock::now() - std::chrono::hours(240);
-    std::filesystem::last_write_time(seeds + "/tesl.ndb", released);
-    ASSERT_EQ(::symlink("/etc/passwd", (seeds + "/link.ndb").c_str()), 0);
-    ASSERT_EQ(Seed(), ulk::sOk);
-    EXPECT_EQ(copied, 2u);
-    EXPECT_EQ(Content(bases + "/tesl.ndb"), "two");
-    EXPECT_EQ(ModeOf(bases + "/tesl.ndb"), 0644u);
-    // A copy is as old as what it was copied from.
-    EXPECT_EQ(std::filesystem::last_write_time(bases + "/tesl.ndb"),
-              std::filesystem::last_write_time(seeds + "/tesl.ndb"));
-    EXPECT_FALSE(std::filesystem::exists(bases + "/link.ndb"));
-    folder.Write("seeds/tesl.ndb", "newer");
-    ASSERT_EQ(Seed(), ulk::sOk);
-    EXPECT_EQ(copied, 0u);
-    EXPECT_EQ(Content(bases + "/tesl.ndb"), "two");
-}
-
-TEST_F(SeedBasesTest, AnOfficialSetIsLeftAlone) {
-    folder.Write("seeds/tesl.hdb", "one");
-    folder.Write("bases/daily.cvd", "official");
-    ASSERT_EQ(Seed(), ulk::sOk);
-    EXPECT_EQ(copied, 0u);
-    EXPECT_FALSE(std::filesystem::exists(bases + "/tesl.hdb"));
-}
-
-TEST_F(SeedBasesTest, ASeedingThatWasCutShortIsBegunAnew) {
-    folder.Write("seeds/a.hdb", "one");
-    folder.Write("seeds/b.ndb", "two");
-    folder.Write("bases/a.hdb", "one");
-    folder.Write("bases/b.ndb.seeding", "tw");
-    ASSERT_EQ(Seed(), ulk::sOk);
-    EXPECT_EQ(copied, 2u);
-    EXPECT_EQ(Content(bases + "/b.ndb"), "two");
-    EXPECT_FALSE(std::filesystem::exists(bases + "/b.ndb.seeding"));
-}
-
-TEST_F(SeedBasesTest, MissingSeedsAreAFailureThatIsTold) {
-    ASSERT_EQ(::rmdir(seeds.c_str()), 0);
-    EXPECT_TRUE(ULK_FAILED(Seed()));
 }
 
 TEST(InstanceLock, IsHeldAgainstAnotherHolderAndGoesWithItsProcess) {

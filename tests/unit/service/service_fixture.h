@@ -7,8 +7,10 @@
 #include <tests/unit/service/waiting.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace tfs::service::app {
@@ -30,6 +32,14 @@ inline ServicePaths PathsIn(const tests::TempFolder& folder) {
     paths.socket = folder.File("run/socket");
     paths.lock = folder.File("run/lock");
     return paths;
+}
+
+/// In one step, so that the service never reads half of it.
+inline void WritePolicy(const tests::TempFolder& folder, const std::string& name, const std::string& content) {
+    ::mkdir(folder.File("policy.d").c_str(), 0755);
+    const std::string hidden = folder.Write("policy.d/." + name, content);
+    ASSERT_EQ(::chmod(hidden.c_str(), 0600), 0);
+    ASSERT_EQ(::rename(hidden.c_str(), folder.File("policy.d/" + name).c_str()), 0);
 }
 
 inline std::vector<types::EventName::Type> TypesOf(store::EventBus& events) {

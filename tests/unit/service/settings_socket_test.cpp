@@ -101,11 +101,11 @@ TEST_F(SettingsSocketTest, EachRefusalReachesTheUser) {
               std::string::npos);
 
     ASSERT_EQ(::mkdir(folder.File("policy.d").c_str(), 0755), 0);
-    folder.Write("policy.d/a.ini", "UseSyslog=No\n");
+    folder.Write("policy.d/a.ini", "UseSyslog=no\n");
     ASSERT_EQ(::chmod(folder.File("policy.d/a.ini").c_str(), 0600), 0);
     PolicyState state;
     ASSERT_TRUE(Eventually([&] { return service->Api().GetPolicy(state) == ulk::sOk; }));
-    answer = Control({"--set-app-settings", "UseSyslog=Yes"});
+    answer = Control({"--set-app-settings", "UseSyslog=yes"});
     EXPECT_EQ(answer.code, 4);
     EXPECT_NE(answer.document.at("error").at("text").get<std::string>().find("UseSyslog"), std::string::npos);
 
@@ -120,8 +120,8 @@ TEST_F(SettingsSocketTest, AStrangerMayReadAndNotChange) {
             ASSERT_EQ(::syscall(SYS_setresuid, -1, Nobody, -1), 0);
         }
         EXPECT_EQ(Control({"--get-app-settings"}).code, 0);
-        EXPECT_EQ(Control({"--set-app-settings", "UseSyslog=Yes"}).code, 77);
-        EXPECT_EQ(Control({"--set-app-settings", "NoSuchKey=Yes"}).code, 77);
+        EXPECT_EQ(Control({"--set-app-settings", "UseSyslog=yes"}).code, 77);
+        EXPECT_EQ(Control({"--set-app-settings", "NoSuchKey=yes"}).code, 77);
     }).join();
     EXPECT_EQ(CountOf(service->Events(), EventName::ApplicationSettingsChanged), 0u);
     EXPECT_FALSE(std::filesystem::exists(PathsIn(folder).configuration));

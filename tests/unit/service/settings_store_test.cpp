@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/settings/settings_store.h>
+#include <tests/unit/foundation/test_services.h>
 #include <tests/unit/service/temp_folder.h>
 #include <tests/unit/service/waiting.h>
 #include <tfs_common/validation_text.h>
@@ -39,8 +40,10 @@ struct SettingsStoreTest : testing::Test {
     SettingsStoreTest() { folder.Write("statement", "what is sent"); }
 
     void Open() {
-        store =
-            std::make_unique<SettingsStore>(SettingsStore::Options{path, folder.File("statement")}, LoadSettings(path));
+        store = std::make_unique<SettingsStore>(
+            SettingsStore::Options{path, folder.File("statement"),
+                                   ulk::Ptr<ulk::IServiceLocator>(services.locator.Get())},
+            LoadSettings(path));
         store->Listen([this](const SettingsChange& change) { told.push_back(change); });
     }
     result_t Apply(std::vector<ChangeItem> items, bool acceptTsn = false) {
@@ -59,6 +62,7 @@ struct SettingsStoreTest : testing::Test {
         EXPECT_NE(text.find(named), std::string::npos) << text;
     }
 
+    ulk::test::Services services;
     TempFolder folder;
     std::string path = folder.File("service.json");
     std::unique_ptr<SettingsStore> store;
@@ -91,7 +95,7 @@ TEST_F(SettingsStoreTest, AChangeIsInForceOnDiskAndToldOnce) {
 TEST_F(SettingsStoreTest, ARefusalNamesItsCauseAndChangesNothing) {
     folder.Write("service.json", R"({"application": {"MaxEventsNumber": "2000"}})");
     Open();
-    store->SetPolicy(Locking({{"UseSyslog", "Yes"}}));
+    store->SetPolicy(Locking({{"UseSyslog", "yes"}}));
     told.clear();
     ExpectRefused({{"TraceLevel", "Detailed"}, {"NoSuchKey", "1"}}, sInvalidSettings, "NoSuchKey");
     ExpectRefused({{"TraceLevel", "Detailed"}, {"MaxEventsNumber", "7"}}, sInvalidSettings, "MaxEventsNumber");
@@ -99,12 +103,17 @@ TEST_F(SettingsStoreTest, ARefusalNamesItsCauseAndChangesNothing) {
     ExpectRefused({{"EventsStoragePath", "relative"}}, sInvalidSettings, "EventsStoragePath");
     ExpectRefused({{"EventsStoragePath", "/folder/"}}, sInvalidSettings, "EventsStoragePath");
     ExpectRefused({{"TraceFolder", "/\xff"}}, sInvalidSettings, "TraceFolder");
-    ExpectRefused({{"TraceLevel", "Detailed"}, {"UseSyslog", "Yes"}}, eBlockedByPolicy, "UseSyslog");
+    ExpectRefused({{"TraceLevel", "Detailed"}, {"UseSyslog", "yes"}}, eBlockedByPolicy, "UseSyslog");
     ExpectRefused({{"UseSyslog", "Perhaps"}}, sInvalidSettings, "UseSyslog"); // sense is asked for before leave
     ExpectRefused({{"TraceLevel", "Detailed"}, {"UseTSN", "Basic"}}, eTsnNotAccepted, "statement");
 
-    EXPECT_EQ(Apply(std::vector<ChangeItem>(5000, {"UseSyslog", "Yes"})), eBlockedByPolicy);
+    EXPECT_EQ(Apply(std::vector<ChangeItem>(5000, {"UseSyslog", "yes"})), eBlockedByPolicy);
     EXPECT_EQ(messages.size(), 1u); // an answer has little room
+
+    services.tracer->lines.clear();
+    EXPECT_EQ(Apply({{"UseTSN", "basic"}}), sInvalidSettings);
+    ASSERT_FALSE(services.tracer->lines.empty());
+    EXPECT_EQ(services.tracer->lines.back(), "Cannot update settings: Cannot parse value 'basic' for setting 'UseTSN'");
 
     EXPECT_EQ(store->Apply(Changes({}), false, Uid, messages), sInvalidSettings);
     EXPECT_EQ(localization::ValidationText(messages), "Could not parse provided settings");
@@ -133,6 +142,16 @@ TEST_F(SettingsStoreTest, ParticipationNeedsTheStatementThatIsThereNow) {
     EXPECT_EQ(store->Current()->application.useTsn, TsnUsage::SaveStatisticsToFile);
     EXPECT_EQ(Apply({{"UseTSN", "Basic"}}, true), ulk::sOk);
 
+    // Another text is accepted for the same participation: that is told as well.
+    folder.Write("statement", "still more is sent");
+    told.clear();
+    ASSERT_EQ(Apply({{"UseTSN", "Basic"}}, true), ulk::sOk);
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].items, (std::vector<ChangeItem>{{"UseTSN", "Basic"}}));
+    EXPECT_EQ(told[0].uid, Uid);
+    ASSERT_EQ(Apply({{"UseTSN", "Basic"}}, true), ulk::sOk);
+    EXPECT_EQ(told.size(), 1u);
+
     ASSERT_EQ(::unlink(folder.File("statement").c_str()), 0); // nobody can have read it
     EXPECT_EQ(Apply({{"UseTSN", "Extended"}}, true), eTsnNotAccepted);
     EXPECT_EQ(Apply({{"TraceLevel", "Detailed"}}), ulk::sOk);
@@ -151,25 +170,13 @@ TEST_F(SettingsStoreTest, AFailedWriteLeavesEverythingAndGivesTheSystemsCode) {
     EXPECT_EQ(Apply({{"MaxEventsNumber", "3000"}}), ulk::sOk);
 }
 
-TEST_F(SettingsStoreTest, AFileThatWasNotUsedIsKeptWhenANewOneIsWritten) {
-    const std::string written = R"({"scanScope": []})";
-    folder.Write("service.json", written);
-    Open();
-    EXPECT_EQ(Content(path), written);
-    ASSERT_EQ(Apply({{"TraceLevel", "Detailed"}}), ulk::sOk);
-    EXPECT_EQ(Content(path + ".damaged"), written);
-    EXPECT_EQ(LoadSettings(path).origin, SettingsOrigin::File);
-    ASSERT_EQ(Apply({{"TraceLevel", "None"}}), ulk::sOk);
-    EXPECT_EQ(Content(path + ".damaged"), written);
-}
-
 TEST_F(SettingsStoreTest, APolicyLiesOverWhatIsStoredAndLeavesItWhenItGoes) {
     Open();
     ASSERT_EQ(Apply({{"TraceLevel", "NotDetailed"}}), ulk::sOk);
     const std::string content = Content(path);
     told.clear();
 
-    Policy policy = Locking({{"TraceLevel", "Detailed"}, {"UseSyslog", "Yes"}});
+    Policy policy = Locking({{"TraceLevel", "Detailed"}, {"UseSyslog", "yes"}});
     policy.allowUserManageLocalTasks = false;
     store->SetPolicy(policy);
     EXPECT_EQ(store->Current()->application.traceLevel, TraceLevel::Detailed);
@@ -238,11 +245,11 @@ TEST_F(SettingsStoreTest, AListenerMayChangeSettingsToo) {
         std::vector<ValidationMessage> own;
         if (std::exchange(done, true))
             return;
-        EXPECT_EQ(store->Apply(Changes({{"UseSyslog", "Yes"}}), false, Uid, own), ulk::sOk);
+        EXPECT_EQ(store->Apply(Changes({{"UseSyslog", "yes"}}), false, Uid, own), ulk::sOk);
     });
     ASSERT_EQ(Apply({{"TraceLevel", "Detailed"}}), ulk::sOk);
     ASSERT_EQ(told.size(), 2u);
-    EXPECT_EQ(told[1].items, (std::vector<ChangeItem>{{"UseSyslog", "Yes"}}));
+    EXPECT_EQ(told[1].items, (std::vector<ChangeItem>{{"UseSyslog", "yes"}}));
 }
 
 } // namespace

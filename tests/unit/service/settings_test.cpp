@@ -61,6 +61,7 @@ TEST(ServiceSettings, KeysOfALaterVersionAreKept) {
         "service.json", R"({"later": {"a": [1, null]}, "application": {"UseSyslog": "Yes", "LaterKey": "x"}})");
     LoadedSettings loaded = LoadSettings(path);
     ASSERT_EQ(loaded.origin, SettingsOrigin::File) << loaded.problem;
+    EXPECT_TRUE(loaded.settings.application.useSyslog) << "earlier versions wrote this word";
     loaded.settings.application.useSyslog = false;
     ASSERT_EQ(SaveSettings(path, loaded.settings), ulk::sOk);
     EXPECT_EQ(LoadSettings(path).settings, loaded.settings);

@@ -2,6 +2,7 @@
 // A task registry whose scans do what the test says.
 #pragma once
 
+#include <service/tasks/scan_run_factory.h>
 #include <service/tasks/task_registry.h>
 #include <tests/unit/service/temp_folder.h>
 #include <tests/unit/service/waiting.h>
@@ -43,6 +44,11 @@ public:
         m_finish = true;
         m_changed.notify_all(); // under the lock: the run is gone as soon as it has seen it
     }
+    /// What it ends with when it is stopped.
+    void SetResult(scan::ScanResult result) {
+        const std::lock_guard lock(m_mutex);
+        m_result = std::move(result);
+    }
     scan::IScanObserver& Observer() { return m_observer; }
     const scan::ScanOptions& Options() const { return m_options; }
     bool IsPaused() {
@@ -83,9 +89,11 @@ public:
             m_changed.wait_for(lock, std::chrono::milliseconds(5));
         }
     }
-    std::unique_ptr<scan::IScanRun> MakeRun(scan::ScanOptions options, scan::IScanObserver& observer) override {
+    std::unique_ptr<scan::IScanRun> MakeRun(ScanKind kind, scan::ScanOptions options,
+                                            scan::IScanObserver& observer) override {
         auto run = std::make_unique<ScriptedRun>(std::move(options), observer);
         const std::lock_guard lock(m_mutex);
+        m_lastKind = kind;
         m_last = run.get();
         ++m_made;
         return run;
@@ -107,6 +115,10 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_last;
     }
+    ScanKind LastKind() {
+        const std::lock_guard lock(m_mutex);
+        return m_lastKind;
+    }
     int Made() {
         const std::lock_guard lock(m_mutex);
         return m_made;
@@ -118,6 +130,7 @@ private:
     bool m_ready = true;
     std::string m_broken;
     ScriptedRun* m_last = nullptr;
+    ScanKind m_lastKind = ScanKind::Files;
     int m_made = 0;
 };
 
@@ -135,6 +148,10 @@ public:
         return events;
     }
     bool Has(EventName::Type type) const { return !Of(type).empty(); }
+    void Clear() {
+        const std::lock_guard lock(m_mutex);
+        m_events.clear();
+    }
 
 private:
     void Add(Event event) {
@@ -163,7 +180,7 @@ protected:
     void Make(TaskRegistry::Options options = {}) {
         m_registry.reset();
         options.stateFile = m_folder.File("tasks.json");
-        m_registry = std::make_unique<TaskRegistry>(options, m_engine, m_recorder, ulk::Ptr<ulk::ITracer>());
+        m_registry = std::make_unique<TaskRegistry>(options, m_factories, m_recorder, ulk::Ptr<ulk::ITracer>());
         m_registry->Load();
     }
     TaskState::Type State(std::u16string_view task) {
@@ -191,6 +208,8 @@ protected:
 
     TempFolder m_folder;
     ScriptedEngine m_engine;
+    ScanRunFactory m_scans{m_engine, {"/private"}};
+    RunFactories m_factories{{task_type::ODS, &m_scans}};
     Recorder m_recorder;
     std::unique_ptr<TaskRegistry> m_registry;
 };

@@ -78,7 +78,9 @@ TEST(FormatText, ReadsEitherStyleAndNeverThrows) {
     EXPECT_EQ(Format("%1$s", "100 %s and %1$s"), "100 %s and %1$s") << "values are no formats";
     EXPECT_EQ(Format("no directive", 1), "no directive");
     EXPECT_EQ(Format("%1$s and %2$s", 1), "%1$s and %2$s");
-    EXPECT_EQ(Format("%1$s", 1, 2), "%1$s");
+    EXPECT_EQ(Format("%1$s and %2$s", 1, 2, 3), "1 and 2") << "surplus values are ignored";
+    EXPECT_EQ(Format("%d of them", 1, "surplus"), "1 of them");
+    EXPECT_EQ(Format("100 %%", 1), "100 %");
     EXPECT_EQ(Format("50% of %1$s", 1), "50% of %1$s");
     EXPECT_EQ(Format("%", 1), "%");
     EXPECT_EQ(Format("%2$-5s|%1$03d%%", 7, "ab"), "ab   |007%");

@@ -2,6 +2,7 @@
 #include <foundation/exceptions.h>
 #include <tests/unit/foundation/test_services.h>
 #include <tests/unit/tfs_common/test_folder.h>
+#include <tests/unit/tfs_common/unprivileged.h>
 #include <tfs_common/settings_tools.h>
 
 #include <gtest/gtest.h>
@@ -178,6 +179,14 @@ TEST_F(SettingsFile, OnlyARegularFileIsRead) {
     const std::string loop = m_folder / "loop";
     ASSERT_EQ(::symlink(loop.c_str(), loop.c_str()), 0);
     EXPECT_EQ(Load(loop, "Invalid state"), ulk::eInvalidState);
+    const std::string secret = m_folder / "secret";
+    test::WriteFile(secret, "a=1");
+    ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
+    ASSERT_EQ(::chmod(m_folder.Path().c_str(), 0755), 0);
+    {
+        const test::Unprivileged unprivileged;
+        EXPECT_EQ(Load(secret, "Access denied"), ulk::eAccessDenied);
+    }
     // What stands behind a NUL would be left out of the name.
     test::WriteFile(m_folder / "real", "a=1");
     EXPECT_EQ(Load((m_folder / "real") + std::string("\0.ini", 5), "Invalid argument"), ulk::eInvalidArgument);

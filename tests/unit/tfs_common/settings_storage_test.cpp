@@ -176,8 +176,8 @@ TEST(SettingValue, WordsAreThoseOfTheTable) {
     ExpectValue(type, "Basic", "Basic");
     for (const char* text : {"", "basic", "2", "Basic ", "No"})
         ExpectFault(type, text, ValueFault::NotNamed);
-    ExpectValue(Boolean(), "true", "Yes");
-    ExpectValue(Boolean(), "no", "No");
+    ExpectValue(Boolean(), "true", "yes");
+    ExpectValue(Boolean(), "no", "no");
     for (const char* text : {"", "1", "TRUE"})
         ExpectFault(Boolean(), text, ValueFault::NotNamed);
 }

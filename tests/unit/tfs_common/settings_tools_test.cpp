@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <foundation/exceptions.h>
 #include <tests/unit/foundation/test_services.h>
-#include <tfs_common/setting_keys.h>
 #include <tfs_common/settings_tools.h>
+#include <tfs_common/update_failure.h>
 #include <tfs_common/validation_text.h>
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <set>
+#include <new>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tfs::tools {
@@ -56,7 +57,7 @@ TEST(UpdateSettings, AppliesTheListToACopy) {
                                                          {"UseSyslog", "true"},
                                                          {"MaxEventsNumber", "2000"},
                                                          {"TraceFolder", "/var/log/elsewhere/"},
-                                                         {"UIReportsForRootOnly", "Yes"},
+                                                         {"UIReportsForRootOnly", "yes"},
                                                          {"MaxEventsNumber", "3000"},
                                                          {"UseTSN", "Basic"}}),
                                                 messages);
@@ -82,7 +83,7 @@ TEST(UpdateSettings, WhatIsListedIsTaken) {
     const auto items = ListSettings(nullptr, Holder(settings));
     ASSERT_EQ(items.size(), 14u);
     EXPECT_EQ(items.front(), (ChangeItem{"SambaConfigPath", "/a b/\xFF"}));
-    EXPECT_EQ(items.back(), (ChangeItem{"UseSyslog", "No"}));
+    EXPECT_EQ(items.back(), (ChangeItem{"UseSyslog", "no"}));
     Messages messages;
     EXPECT_EQ(*UpdateSettings(nullptr, Holder(), Changes(items), messages).Get<AppSettings>(), settings);
     EXPECT_TRUE(ListSettings(nullptr, {}).empty());
@@ -116,9 +117,9 @@ TEST(UpdateSettings, AFailureSaysItsReasonAndChangesNothing) {
     } rows[] = {
         {foreign, ulk::eInvalidType, 0,
          "Cannot update settings: Expected settings type 5 but current type is 1611243813"},
-        {Changes({{"UseSyslog", "Yes"}, {"UseTSN", "basic"}}), ulk::eInvalidArgument, 1,
+        {Changes({{"UseSyslog", "yes"}, {"UseTSN", "basic"}}), ulk::eInvalidArgument, 1,
          "Cannot update settings: Cannot parse value 'basic' for setting 'UseTSN'"},
-        {Changes({{"UseSyslog", "Yes"}, {"unique_id", "1"}}), ulk::eNotFound, 1,
+        {Changes({{"UseSyslog", "yes"}, {"unique_id", "1"}}), ulk::eNotFound, 1,
          "Cannot update settings: Cannot validate change list"},
     };
     for (const auto& row : rows) {
@@ -140,6 +141,30 @@ TEST(UpdateSettings, AFailureSaysItsReasonAndChangesNothing) {
         } else if (row.code == ulk::eInvalidArgument) {
             EXPECT_EQ(services.tracer->lines.front(), "There is no such 'TsnUsage::Type' value: basic");
         }
+        // The form by value tells the same, and then throws.
+        const auto lines = std::exchange(services.tracer->lines, {});
+        EXPECT_THROW(UpdateSettings(services.locator.Get(), Holder(), row.changes, messages),
+                     ulk::CheckResultFailedException);
+        EXPECT_EQ(services.tracer->lines.size(), lines.size());
+        EXPECT_EQ(services.tracer->lines.back(), lines.back());
+    }
+}
+
+TEST(UpdateSettings, AFailureWithoutATextIsUnexpected) {
+    const struct {
+        std::exception_ptr failure;
+        result_t code;
+        const char* text;
+    } rows[] = {
+        {std::make_exception_ptr(std::runtime_error("why")), ulk::eUnexpected, "Cannot update settings: why"},
+        {std::make_exception_ptr(std::runtime_error("")), ulk::eUnexpected, "Cannot update settings: Unexpected error"},
+        {std::make_exception_ptr(7), ulk::eUnexpected, "Cannot update settings: Unexpected error"},
+        {std::make_exception_ptr(std::bad_alloc()), ulk::eOutOfMemory, "Cannot update settings: std::bad_alloc"},
+    };
+    for (const auto& row : rows) {
+        const UpdateFailure failure = DescribeUpdateFailure(row.failure);
+        EXPECT_EQ(failure.code, row.code);
+        EXPECT_EQ(failure.text, row.text);
     }
 }
 
@@ -152,9 +177,9 @@ TEST(ValidateChangeList, TellsEachFaultWithWhatIsAllowed) {
     } rows[] = {
         {{"Nothing", "1"}, ulk::eNotFound, {"UnsupportedSetting1", {u"Nothing"}}},
         {{"", ""}, ulk::eNotFound, {"UnsupportedSetting1", {u""}}},
-        {{"usesyslog", "Yes"}, ulk::eNotFound, {"UnsupportedSetting1", {u"usesyslog"}}},
-        {{"UseSyslog.item_0000", "Yes"}, ulk::eNotFound, {"UnsupportedSetting1", {u"UseSyslog.item_0000"}}},
-        {{"UseSyslog", "1"}, sInvalidSettings, {"SettingShouldBeValueOrValue3", {u"UseSyslog", u"Yes", u"No"}}},
+        {{"usesyslog", "yes"}, ulk::eNotFound, {"UnsupportedSetting1", {u"usesyslog"}}},
+        {{"UseSyslog.item_0000", "yes"}, ulk::eNotFound, {"UnsupportedSetting1", {u"UseSyslog.item_0000"}}},
+        {{"UseSyslog", "1"}, sInvalidSettings, {"SettingShouldBeValueOrValue3", {u"UseSyslog", u"yes", u"no"}}},
         {{"UseTSN", "On"},
          sInvalidSettings,
          {"SettingShouldBeValueOrValue3", {u"UseTSN", u"Off, Extended, Basic", u"SaveStatisticsToFile"}}},
@@ -187,7 +212,7 @@ TEST(ValidateChangeList, TellsEachFaultWithWhatIsAllowed) {
 TEST(ValidateChangeList, TellsAllFaultsButNotWithoutEnd) {
     Messages messages{{"UnsupportedSetting1", {u"of before"}}};
     EXPECT_EQ(ValidateChangeList(nullptr, Holder(),
-                                 Changes({{"UseTSN", "x"}, {"a", "1"}, {"UseSyslog", "No"}, {"TraceLevel", "y"}}),
+                                 Changes({{"UseTSN", "x"}, {"a", "1"}, {"UseSyslog", "no"}, {"TraceLevel", "y"}}),
                                  messages),
               ulk::eNotFound);
     ASSERT_EQ(messages.size(), 4u);
@@ -200,19 +225,6 @@ TEST(ValidateChangeList, TellsAllFaultsButNotWithoutEnd) {
         ulk::eNotFound);
     EXPECT_EQ(messages.size(), GreatestMessageCount);
     EXPECT_LT(messages.front().arguments.front().size(), 300u);
-}
-
-TEST(SettingKeys, AreOfOneKindEach) {
-    std::set<std::string_view> names;
-    for (const settings::SettingKey* key : settings::SettingKeys) {
-        names.insert(key->name);
-        EXPECT_EQ(key->table != nullptr, key->kind == settings::SettingKeyKind::Enumerated) << key->name;
-    }
-    EXPECT_EQ(names.size(), 60u);
-    EXPECT_EQ(std::size(settings::SettingKeys), 60u);
-    EXPECT_EQ(settings::SettingKeys[0]->name, "HeuristicLevel");
-    EXPECT_EQ(settings::SettingKeys[50]->name, "BlockFilesGreaterMaxFileNamePath");
-    EXPECT_EQ(settings::SettingKeys[59]->name, "BackupSizeLimit");
 }
 
 } // namespace

@@ -1,22 +1,25 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <tests/unit/tfs_common/recording_tracer.h>
 #include <tests/unit/tfs_common/test_folder.h>
+#include <tests/unit/tfs_common/unprivileged.h>
 #include <tfs_common/translator.h>
 
 #include <clocale>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
 
 using namespace tfs::localization;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 class TranslatorTest : public ::testing::Test {
 protected:
@@ -117,7 +120,7 @@ TEST_F(TranslatorTest, MissingPluralKeysFitTheLanguage) {
 TEST_F(TranslatorTest, WrongShapesKeepTheEntry) {
     Put("ru.loc", R"({"GuiDaysAgo":"plain","GuiHoursAgo":["1","2"],"GuiMinutesAgo":["1","2","3","4"],
         "GuiSysTrayExit":["array"],"GuiMainErrorsCount":[["a"],["b"],["c"]],
-        "GuiMainWarningsCount":{"one":"a","few":"b","many":"c"},"GuiTaskListStopTask":{"a":"b"},
+        "GuiMainWarningsCount":{"one":"a","few":"b"},"GuiTaskListStopTask":{"a":"b"},
         "GuiMainRecomendationsCount":["\u0430","\u0431","\u0432"]})");
     Load("ru_RU");
     for (const char* key : {"GuiDaysAgo", "GuiHoursAgo", "GuiMinutesAgo", "GuiSysTrayExit", "GuiMainErrorsCount",
@@ -128,6 +131,11 @@ TEST_F(TranslatorTest, WrongShapesKeepTheEntry) {
     EXPECT_THAT(Forms(entry::GuiMainErrorsCount), ElementsAre("%d threat", "%d threats", "%d threat"));
     EXPECT_EQ(m_translator.GetString(entry::GuiSysTrayExit), "Exit");
     EXPECT_THAT(Forms(entry::GuiMainRecomendationsCount), ElementsAre("а", "б", "в"));
+
+    // Of an object only the number and the order of its members count.
+    Put("ru.loc", R"({"GuiMainWarningsCount":{"many":"a","one":"b","few":"c"}})");
+    Load("ru_RU");
+    EXPECT_THAT(Forms(entry::GuiMainWarningsCount), ElementsAre("a", "b", "c"));
 
     // A longer list than the language's is left alone here, unlike where the key is missing.
     Put("ja.loc", R"({"GuiDaysAgo":"plain"})");
@@ -146,15 +154,24 @@ TEST_F(TranslatorTest, ValuesThatAreNoStringsArriveAsText) {
     EXPECT_EQ(m_translator.GetString(entry::GuiTaskListStartTask), "null");
 }
 
+TEST_F(TranslatorTest, BracketsInATextAreNoNesting) {
+    const std::string brackets(1000, '[');
+    Put("en.loc", R"({"GuiSysTrayExit":"\")" + brackets + R"(\\","GuiTaskListStopTask":"{"})");
+    Load("en_GB");
+    EXPECT_EQ(m_translator.GetString(entry::GuiSysTrayExit), "\"" + brackets + "\\");
+    EXPECT_EQ(m_translator.GetString(entry::GuiTaskListStopTask), "{");
+}
+
 TEST_F(TranslatorTest, BadFilesChangeNothing) {
     std::string lastLine = "{\n";
     for (const auto& [id, forms] : m_english)
         lastLine += "\"" + std::string(m_translator.Catalogue().Find(id)->key) + "\": \"changed\",\n";
     lastLine += "\"GuiSysTrayExit\": }\n";
-    const std::string deep = "{\"a\":" + std::string(1000000, '[');
-    for (const std::string& bad : {lastLine, deep, std::string(), std::string("\0\0\0", 3), std::string("[1,2"),
-                                   std::string("{\"GuiSysTrayExit\":\"x\"} trailing"),
-                                   std::string("{\"GuiSysTrayExit\":\"a\xC3\"}"), std::string("\xFF\xFE{\"a\":1}")}) {
+    const std::string deep = std::string(1000000, '[');
+    for (const std::string& bad :
+         {lastLine, R"({"a":)" + deep, R"({"a":"\\\\","b":)" + deep, std::string(), std::string("\0\0\0", 3),
+          std::string("[1,2"), std::string("{\"GuiSysTrayExit\":\"x\"} trailing"),
+          std::string("{\"GuiSysTrayExit\":\"a\xC3\"}"), std::string("\xFF\xFE{\"a\":1}")}) {
         Put("fr_FR.loc", bad);
         EXPECT_EQ(m_translator.LoadFile(m_tracer.Get(), m_folder / "fr_FR.loc", 2, true), ulk::eUnspecified)
             << bad.substr(0, 40);
@@ -164,10 +181,31 @@ TEST_F(TranslatorTest, BadFilesChangeNothing) {
     EXPECT_TRUE(m_tracer->Has("300 Localization resources were not loaded (fr, fr_FR)"));
 }
 
-TEST_F(TranslatorTest, FolderInPlaceOfAFile) {
+TEST_F(TranslatorTest, OnlyAReadableRegularFileOfSomeSizeIsRead) {
+    const auto expectRefused = [this](const std::string& reason) {
+        const std::string path = m_folder / "fr.loc";
+        EXPECT_EQ(m_translator.LoadFile(m_tracer.Get(), path, 2, true), ulk::eUnspecified) << reason;
+        EXPECT_EQ(m_tracer->Lines().back(), "300 Cannot load localization resources: " + path + ": " + reason);
+        ExpectBuiltInEnglish();
+        std::filesystem::remove(path);
+    };
     std::filesystem::create_directory(m_folder / "fr.loc");
-    EXPECT_EQ(m_translator.LoadFile(m_tracer.Get(), m_folder / "fr.loc", 2, true), ulk::eUnspecified);
-    EXPECT_THAT(m_tracer->Lines().back(), StartsWith("300 Cannot load localization resources: "));
+    expectRefused("Invalid type");
+    ASSERT_EQ(::mkfifo((m_folder / "fr.loc").c_str(), 0600), 0); // nobody writes: reading would wait for ever
+    expectRefused("Invalid type");
+    std::filesystem::create_symlink("/dev/zero", m_folder / "fr.loc");
+    expectRefused("Invalid type");
+    Put("fr.loc", std::string(std::size_t{100} << 20, '['));
+    expectRefused("Invalid size");
+
+    Put("fr.loc", R"({"GuiSysTrayExit":"Quitter"})");
+    std::filesystem::permissions(m_folder / "fr.loc", std::filesystem::perms::none);
+    std::filesystem::permissions(m_folder.Path(), std::filesystem::perms(0755));
+    {
+        const test::Unprivileged unprivileged;
+        EXPECT_EQ(m_translator.LoadFile(m_tracer.Get(), m_folder / "fr.loc", 2, true), ulk::eUnspecified);
+    }
+    EXPECT_THAT(m_tracer->Lines().back(), EndsWith("fr.loc: Access denied"));
     ExpectBuiltInEnglish();
 }
 

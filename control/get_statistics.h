@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Command --get-statistics.
+#pragma once
+
+#include <control/command_context.h>
+
+#include <string>
+#include <vector>
+
+namespace tfs::control {
+
+/// Reports the statistics of the tasks that are named, or of all that have any, in the order of their ids; those of
+/// temporary tasks outlive them. Throws Failure, with ExitCode::NotFound for a task without statistics.
+ExitCode GetStatistics(const CommandContext& context, const std::vector<std::string>& idsOrNames);
+
+} // namespace tfs::control

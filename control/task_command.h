@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What the commands that drive a task have in common.
+#pragma once
+
+#include <contract/tfs/tasks.h>
+#include <control/command_context.h>
+
+#include <string>
+
+namespace tfs::control {
+
+using TaskMethod = result_t (ITfsTaskManager::*)(const ulk::types::string16_t& idOrName);
+
+/// Gives the command and tells the task as it is after that. `verb` names the command to the user. Throws Failure.
+ExitCode CommandTask(const CommandContext& context, const std::string& idOrName, const std::string& verb,
+                     TaskMethod method);
+
+} // namespace tfs::control

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/update/bases_task_run.h>
+#include <service/update/update_events.h>
+
+#include <exception>
+#include <utility>
+
+namespace tfs::service::update {
+namespace {
+
+/// Four progress events a second at most.
+constexpr std::chrono::milliseconds ProgressInterval{250};
+
+} // namespace
+
+BasesTaskRun::BasesTaskRun(tasks::RunOrder order, tasks::IRunHost& host, UpdateArea& area, IBasesUser& user)
+    : m_order(std::move(order)), m_area(area), m_user(user), m_host(host) {}
+
+void BasesTaskRun::Execute() noexcept {
+    tasks::RunOutcome outcome;
+    try {
+        outcome = Run();
+    } catch (const std::exception&) {
+        outcome.error = ulk::ResultText(ulk::eUnexpected);
+    }
+    try {
+        m_host.OnRunEnded(m_order.task, outcome);
+    } catch (const std::exception&) { // memory is short; the registry has changed what it could
+    }
+}
+
+tasks::RunOutcome BasesTaskRun::Run() {
+    tasks::RunOutcome outcome;
+    if (IsStopped()) {
+        outcome.end = tasks::RunEnd::Stopped;
+        return outcome;
+    }
+    if (!Prepare()) {
+        outcome.reason = types::TaskNotStartedReason::InternalSettingsError;
+        outcome.error = m_failure;
+        return outcome;
+    }
+    UpdateArea::Turn turn(m_area);
+    SignatureSets* sets = turn.Sets();
+    if (sets == nullptr) {
+        outcome.error = "another update or rollback is running";
+        return outcome;
+    }
+    m_host.OnRunBegun(m_order.task);
+    outcome.begun = true;
+    try {
+        switch (Work(*sets)) {
+        case End::Completed:
+            outcome.end = tasks::RunEnd::Completed;
+            break;
+        case End::Stopped:
+            outcome.end = tasks::RunEnd::Stopped;
+            break;
+        case End::Failed:
+            outcome.error = m_failure;
+            break;
+        }
+    } catch (const std::exception& e) {
+        outcome.error = e.what();
+    }
+    if (outcome.end != tasks::RunEnd::Completed)
+        sets->Discard();
+    return outcome;
+}
+
+void BasesTaskRun::Stop() noexcept { m_stopped = true; }
+
+result_t BasesTaskRun::Replace(const std::string& folder, std::string& why) {
+    const result_t result = m_user.Replace(
+        folder, [this] { return IsStopped(); }, why);
+    if (!ULK_SUCCEEDED(result) && why.empty())
+        why = ulk::ResultText(result);
+    why = CleanLine(why);
+    return result;
+}
+
+void BasesTaskRun::Progress(std::uint32_t percent) {
+    if (m_percent && percent <= *m_percent)
+        return;
+    m_percent = percent;
+    m_host.OnRunProgress(m_order.task, {percent, std::nullopt});
+    const auto now = std::chrono::steady_clock::now();
+    if (m_told && now - *m_told < ProgressInterval)
+        return;
+    m_told = now;
+    m_host.PublishProgress(MakeUpdateProgress(m_order.task, percent));
+}
+
+} // namespace tfs::service::update

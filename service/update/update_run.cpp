@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/update/update_events.h>
+#include <service/update/update_run.h>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <functional>
+#include <utility>
+
+namespace tfs::service::update {
+namespace {
+
+constexpr std::uint32_t FetchedPercent = 80;
+constexpr std::uint32_t KeptPercent = 85;
+constexpr std::uint32_t LoadedPercent = 95;
+constexpr std::size_t MostFiles = 20000;
+
+/// Signature files of an open folder.
+std::vector<std::string> SignatureFilesOf(const Descriptor& folder) {
+    std::vector<std::string> names;
+    if (!folder || ListFolder(folder.Get(), MostFiles, names) != 0)
+        return {};
+    std::erase_if(names, [](const std::string& name) { return !IsSignatureFile(name); });
+    return names;
+}
+
+bool HoldSame(const std::string& oneFolder, const std::string& otherFolder, const std::function<bool()>& cancelled) {
+    const Descriptor one = OpenFolder(AT_FDCWD, oneFolder.c_str());
+    const Descriptor other = OpenFolder(AT_FDCWD, otherFolder.c_str());
+    const std::vector<std::string> names = SignatureFilesOf(one);
+    return names == SignatureFilesOf(other) && std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+               return SameContent(one.Get(), name, other.Get(), name, cancelled);
+           });
+}
+
+} // namespace
+
+void UpdateRun::Stop() noexcept {
+    BasesTaskRun::Stop();
+    const ulk::LockGuard lock(m_mutex);
+    if (m_fetcher)
+        m_fetcher->Stop();
+}
+
+bool UpdateRun::Accepts(const ulk::types::any_struct_t& settings, std::string& problem) {
+    const auto* update = settings.Get<UpdateSettings>();
+    std::vector<UpdateSource> sources;
+    return update == nullptr || ULK_SUCCEEDED(SourcesOf(*update, sources, problem));
+}
+
+bool UpdateRun::Prepare() {
+    if (const auto* settings = m_order.settings.Get<UpdateSettings>())
+        m_settings = *settings;
+    else if (!m_order.settings.empty())
+        m_failure = "the settings aren't those of an update";
+    return m_failure.empty() && ULK_SUCCEEDED(SourcesOf(m_settings, m_sources, m_failure));
+}
+
+BasesTaskRun::End UpdateRun::Fail(std::string why) {
+    m_failure = std::move(why);
+    Publish(MakeUpdateError(m_order.task, m_order.initiator, m_failure));
+    return End::Failed;
+}
+
+BasesTaskRun::End UpdateRun::Work(SignatureSets& sets) {
+    Progress(0);
+    std::string folder;
+    FetchResult fetched = FetchFromAny(sets, folder);
+    if (fetched.end == FetchEnd::Stopped || IsStopped())
+        return End::Stopped;
+    if (fetched.end == FetchEnd::Failed)
+        return Fail(std::move(fetched.why));
+    Progress(FetchedPercent);
+    const bool isSame = fetched.end == FetchEnd::NothingToUpdate ||
+                        HoldSame(folder, sets.CurrentFolder(), [this] { return IsStopped(); });
+    if (IsStopped())
+        return End::Stopped;
+    if (isSame) {
+        sets.Discard();
+        Progress(100);
+        Publish(MakeNothingToUpdate(m_order.task, m_order.initiator));
+        return End::Completed;
+    }
+    return TakeIntoUse(sets, folder);
+}
+
+FetchResult UpdateRun::FetchFromAny(SignatureSets& sets, std::string& folder) {
+    std::string failures;
+    for (const UpdateSource& source : m_sources) {
+        if (IsStopped())
+            return {FetchEnd::Stopped, {}};
+        Publish(MakeUpdateSourceSelected(m_order.task, m_order.initiator, source.location));
+        FetchResult result = Fetch(sets, source, folder);
+        if (result.end != FetchEnd::Failed)
+            return result;
+        failures += (failures.empty() ? "" : "; ") + result.why;
+    }
+    return {FetchEnd::Failed, CleanLine(failures)};
+}
+
+FetchResult UpdateRun::Fetch(SignatureSets& sets, const UpdateSource& source, std::string& folder) {
+    std::string problem;
+    if (const result_t begun = sets.BeginNew(folder, problem); !ULK_SUCCEEDED(begun))
+        return {FetchEnd::Failed, problem.empty() ? std::string(ulk::ResultText(begun)) : problem};
+    SetFetcher* fetcher = nullptr;
+    {
+        const ulk::LockGuard lock(m_mutex);
+        if (!m_fetcher)
+            m_fetcher = std::make_unique<SetFetcher>(m_area.Config());
+        fetcher = m_fetcher.get();
+    }
+    if (IsStopped())
+        fetcher->Stop();
+    FetchObserver observer;
+    observer.progress = [this](std::uint32_t percent) { Progress(percent * FetchedPercent / 100); };
+    observer.updated = [this](const std::string& file) {
+        Publish(MakeModuleDownloaded(m_order.task, m_order.initiator, file));
+    };
+    return fetcher->Fetch(source, folder, m_settings.connectionTimeout, observer);
+}
+
+BasesTaskRun::End UpdateRun::TakeIntoUse(SignatureSets& sets, std::string& folder) {
+    std::string problem;
+    if (const result_t kept = sets.Keep(folder, problem); !ULK_SUCCEEDED(kept))
+        return Fail(problem.empty() ? std::string(ulk::ResultText(kept)) : problem);
+    Progress(KeptPercent);
+    const std::string inUse = sets.CurrentFolder();
+    const result_t loaded = Replace(folder, problem);
+    if (loaded == ulk::eCancelled && IsStopped())
+        return End::Stopped;
+    if (!ULK_SUCCEEDED(loaded)) {
+        Publish(MakeBasesNotLoaded(m_order.task, m_order.initiator, problem));
+        return Fail(std::move(problem));
+    }
+    Progress(LoadedPercent);
+    if (const result_t adopted = sets.Adopt(problem); !ULK_SUCCEEDED(adopted)) {
+        std::string ignored;
+        (void)m_user.Replace(
+            inUse, [] { return false; }, ignored);
+        return Fail(problem.empty() ? std::string(ulk::ResultText(adopted)) : problem);
+    }
+    Progress(100);
+    return End::Completed;
+}
+
+} // namespace tfs::service::update
