@@ -86,7 +86,10 @@ fuzz_target() {
     local name=${1##*/} status=0
     mkdir -p "build/fuzz/corpus/$name"
     "$1" -max_total_time="$fuzz" -timeout=20 -artifact_prefix="build/fuzz/$name-" \
-        "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name" "${@:2}" >"build/fuzz/logs/$name.log" 2>&1 || status=$?
+        "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name" "${@:2}" >"build/fuzz/logs/$name.log" 2>&1 &
+    # shellcheck disable=SC2064
+    trap "kill $!" TERM # a script that is ended leaves no fuzzer behind
+    wait $! || status=$?
     echo "$status" >"build/fuzz/logs/$name.status"
 }
 

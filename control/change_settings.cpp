@@ -26,10 +26,10 @@ std::string CannotSetSettings() { return localization::GetLocalizedString(locali
 } // namespace
 
 ExitCode ChangeSettings(const CommandContext& context, const std::string& what,
-                        const std::function<CommandResult()>& change) {
+                        const std::function<CommandResult()>& change, const TaskRefusals& refusals) {
     try {
         const CommandResult result = change();
-        ThrowIfFailed(result.code, what);
+        ThrowIfRefused(result.code, what, refusals);
         context.reporter.SettingsChanged(OneLine(result.message));
         return ExitCode::Ok;
     } catch (const remote_actions::InvalidSettingsException& e) {

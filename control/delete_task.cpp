@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/delete_task.h>
+#include <control/task_refusal.h>
 #include <control/task_text.h>
+#include <tfs_common/catalogue_entries.h>
 
 namespace tfs::control {
 
@@ -9,7 +11,9 @@ ExitCode DeleteTask(const CommandContext& context, const std::string& idOrName) 
     const std::string failure = "Cannot delete " + TaskQuoted(idOrName);
     core::TaskInfo task;
     ThrowIfFailed(tasks->GetTaskInfo(TaskText(idOrName), task), failure);
-    ThrowIfFailed(tasks->DeleteTask(task.taskName), failure);
+    ThrowIfRefused(tasks->DeleteTask(task.taskName), failure,
+                   {.invalidState = localization::entry::CannotDeleteNonStoppedTask,
+                    .notSupported = localization::entry::CannotDeleteSystemTask});
     context.reporter.TaskDeleted(task);
     return ExitCode::Ok;
 }

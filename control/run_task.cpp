@@ -2,6 +2,7 @@
 #include <control/event_subscription.h>
 #include <control/run_task.h>
 #include <control/scan_watch.h>
+#include <control/task_command.h>
 #include <control/task_text.h>
 #include <control/task_wait.h>
 #include <control/update_watch.h>
@@ -17,7 +18,10 @@ void Start(ITfsTaskManager& tasks, const core::TaskInfo& task, const RunOptions&
     const result_t started = tasks.StartTask(ulk::text::Cast<ulk::types::string16_t>(std::string_view(id)));
     if (ULK_FAILED(started) && options.deleteUnlessStarted)
         tasks.DeleteTask(task.taskName); // a task that never ran doesn't go by itself
-    ThrowIfFailed(started, "Cannot start " + TaskQuoted(Utf8(task.taskName)));
+    if (started == ulk::eInvalidState && task.taskType == task_type::Rollback &&
+        task.state == types::TaskState::Stopped)
+        throw Failure(ExitCode::InvalidState, "There are no databases to go back to.");
+    ThrowIfRefused(started, "Cannot start " + TaskQuoted(Utf8(task.taskName)), RefusalsOfStart(task.state));
 }
 
 /// Counters of the run: the service's, where it still has them, and never fewer findings than were told.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/stop_task.h>
+#include <control/task_refusal.h>
 #include <control/task_text.h>
+#include <tfs_common/catalogue_entries.h>
 
 namespace tfs::control {
 
@@ -10,7 +12,8 @@ ExitCode StopTask(const CommandContext& context, const std::string& idOrName) {
     // Read first: a temporary task may be gone once it has stopped.
     core::TaskInfo task;
     ThrowIfFailed(tasks->GetTaskInfo(text, task), "Cannot stop " + TaskQuoted(idOrName));
-    ThrowIfFailed(tasks->StopTask(text), "Cannot stop " + TaskQuoted(idOrName));
+    ThrowIfRefused(tasks->StopTask(text), "Cannot stop " + TaskQuoted(idOrName),
+                   {.invalidState = localization::entry::CannotStopNonStartedTask});
     core::TaskInfo after;
     if (ULK_SUCCEEDED(tasks->GetTaskInfo(text, after)))
         task = std::move(after);

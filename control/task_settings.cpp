@@ -4,6 +4,7 @@
 #include <control/task_settings.h>
 #include <control/task_text.h>
 #include <remote_actions/settings_request.h>
+#include <tfs_common/catalogue_entries.h>
 #include <tfs_common/settings_tools.h>
 #include <tfs_common/task_schedule.h>
 #include <tfs_common/validation_text.h>
@@ -11,6 +12,7 @@
 namespace tfs::control {
 namespace {
 
+namespace entry = localization::entry;
 using settings::SettingsChangeList;
 
 SettingsChangeList ReadSettings(ITfsTaskManager& tasks, const std::string& idOrName) {
@@ -48,9 +50,10 @@ ExitCode GetSettings(const CommandContext& context, const std::string& idOrName,
 ExitCode SetSettings(const CommandContext& context, const std::string& idOrName, const TaskChanges& changes) {
     const auto tasks = Service<ITfsTaskManager>(context);
     const std::uint32_t typeNumber = ReadSettings(*tasks, idOrName).typeNumber;
-    return ChangeSettings(context, "Cannot change the settings of " + TaskQuoted(idOrName), [&] {
-        return Send(context, *tasks, idOrName, changes, typeNumber, &ITfsTaskManager::SetTaskSettings);
-    });
+    return ChangeSettings(
+        context, "Cannot change the settings of " + TaskQuoted(idOrName),
+        [&] { return Send(context, *tasks, idOrName, changes, typeNumber, &ITfsTaskManager::SetTaskSettings); },
+        {.invalidState = entry::CannotApplySettingsForNonStoppedTasks});
 }
 
 ExitCode GetSchedule(const CommandContext& context, const std::string& idOrName, const std::string& file) {
@@ -65,9 +68,12 @@ ExitCode GetSchedule(const CommandContext& context, const std::string& idOrName,
 
 ExitCode SetSchedule(const CommandContext& context, const std::string& idOrName, const TaskChanges& changes) {
     const auto tasks = Service<ITfsTaskManager>(context);
-    return ChangeSettings(context, "Cannot change the schedule of " + TaskQuoted(idOrName), [&] {
-        return Send(context, *tasks, idOrName, changes, ScheduleSettings::TypeNumber, &ITfsTaskManager::SetSchedule);
-    });
+    return ChangeSettings(context, "Cannot change the schedule of " + TaskQuoted(idOrName),
+                          [&] {
+                              return Send(context, *tasks, idOrName, changes, ScheduleSettings::TypeNumber,
+                                          &ITfsTaskManager::SetSchedule);
+                          },
+                          {.notSupported = entry::ScheduleNotSupported});
 }
 
 } // namespace tfs::control

@@ -22,12 +22,13 @@ void TaskWait::UntilEnd(bool showProgress) {
         if (const auto event = m_events.Pop(Step)) {
             m_watch.Take(*event);
             lastEvent = Clock::now();
-            continue;
-        }
-        if (!m_context.isServiceAlive())
+        } else if (!m_context.isServiceAlive()) {
             throw Failure(ExitCode::Unavailable,
                           "The service went away while " + TaskQuoted(Utf8(m_name)) + " was running.");
-        HeedStopRequest();
+        }
+        if (m_watch.HasEnded())
+            break;
+        HeedStopRequest(); // also where events come faster than they can be told
         if (showProgress)
             TellProgress();
         if (Clock::now() - lastEvent >= QuietTime) {

@@ -66,17 +66,21 @@ ulk::types::string16_t Quoted(std::string_view text) {
     return ulk::text::ToUtf16Lossy(std::string(text.substr(0, LongestQuotation)) + "...");
 }
 
+ulk::types::string16_t Assignment(std::string_view key, std::string_view text) {
+    return Quoted(key) + std::u16string_view(u"=") + Quoted(text);
+}
+
 ulk::types::string16_t Number(std::int64_t value) { return ulk::text::ToUtf16Lossy(std::to_string(value)); }
 
-ValidationMessage DescribeWords(std::string_view key, const ValueType& type) {
+ValidationMessage DescribeWords(std::string_view key, const ValueType& type, std::string_view text) {
     if (type.kind == ValueKind::Boolean)
-        return {"SettingShouldBeValueOrValue3", {Quoted(key), u"yes", u"no"}};
+        return {"SettingShouldBeValueOrValue3", {Assignment(key, text), u"yes", u"no"}};
     const auto rows = type.table().Rows();
     std::string allButLast;
     for (const types::ValueRow& row : rows.first(rows.size() - 1))
         allButLast.append(allButLast.empty() ? "" : ", ").append(row.name);
     return {"SettingShouldBeValueOrValue3",
-            {Quoted(key), ulk::text::ToUtf16Lossy(allButLast), ulk::text::ToUtf16Lossy(rows.back().name)}};
+            {Assignment(key, text), ulk::text::ToUtf16Lossy(allButLast), ulk::text::ToUtf16Lossy(rows.back().name)}};
 }
 
 } // namespace
@@ -119,21 +123,25 @@ std::string PrintValue(const ValueType& type, const variant_t& value) {
 ValidationMessage DescribeFault(ValueFault fault, std::string_view key, const ValueType& type, std::string_view text) {
     switch (fault) {
     case ValueFault::NotANumber:
-        return {"SettingValueIsNotValidInteger", {Quoted(key)}};
+        return {"SettingValueIsNotValidInteger", {Assignment(key, text)}};
     case ValueFault::OutOfRange:
-        return {"SettingValueIsOutOfRangeInt3", {Quoted(key), Number(type.least), Number(type.greatest)}};
+        return {"SettingValueIsOutOfRangeInt3", {Assignment(key, text), Number(type.least), Number(type.greatest)}};
     case ValueFault::NotNamed:
-        return DescribeWords(key, type);
+        return DescribeWords(key, type, text);
     case ValueFault::TooLong:
-        return {"SettingIsTooLongAllowedSize2", {Quoted(key), Number(type.greatest)}};
+        return {"SettingIsTooLongAllowedSize2", {Assignment(key, text), Number(type.greatest)}};
     case ValueFault::NotAbsolute:
         return {"IncorrectSettingsPathShouldBeAbsolute2", {Quoted(text), Quoted(key)}};
     case ValueFault::NotAllowed:
+        if (type.kind == ValueKind::Path)
+            return {"IncorrectSettingsPathShouldBeAbsolute2", {Quoted(text), Quoted(key)}};
         break;
     }
     return {"InvalidValue1Settings2", {Quoted(text), Quoted(key)}};
 }
 
-ValidationMessage DescribeUnknownKey(std::string_view key) { return {"UnsupportedSetting1", {Quoted(key)}}; }
+ValidationMessage DescribeUnknownKey(std::string_view key, std::string_view text) {
+    return {"UnsupportedSetting1", {Assignment(key, text)}};
+}
 
 } // namespace tfs::settings

@@ -36,9 +36,9 @@ ulk::types::variant_t ParseValue(const ValueType& type, std::string_view text);
 /// What ParseValue reads. A number that the table doesn't name throws std::invalid_argument.
 std::string PrintValue(const ValueType& type, const ulk::types::variant_t& value);
 
-/// Says that a setting doesn't take a text and, where that can be told, what it takes.
+/// Names the setting and the text that it doesn't take and, where that can be told, what it takes.
 ValidationMessage DescribeFault(ValueFault fault, std::string_view key, const ValueType& type, std::string_view text);
 /// Says that there is no such setting.
-ValidationMessage DescribeUnknownKey(std::string_view key);
+ValidationMessage DescribeUnknownKey(std::string_view key, std::string_view text);
 
 } // namespace tfs::settings

@@ -116,7 +116,7 @@ result_t ValidateChangeList(ulk::IServiceLocator* locator, const any_struct_t& s
     for (const ChangeItem& item : changes.items) {
         IStorage* const node = settings::FindNode(*root, item.key);
         if (node == nullptr || node->Type().kind == ValueKind::Structure) {
-            tell(settings::DescribeUnknownKey(item.key));
+            tell(settings::DescribeUnknownKey(item.key, item.value));
             result = ulk::eNotFound;
             continue;
         }

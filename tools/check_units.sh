@@ -21,3 +21,4 @@ systemd-tmpfiles --create --root="$scratch/root" "$scratch/tesl.conf"
 for folder in var/opt/tolvander/tesl/common/dumps-user var/log/tolvander/tesl-user; do
     [[ $(stat -c %a "$scratch/root/$folder") == 1777 ]]
 done
+[[ $(stat -c %a "$scratch/root/etc/opt/tolvander/tesl/policy.d") == 755 ]]

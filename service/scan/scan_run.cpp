@@ -73,11 +73,14 @@ void RunCore::Count() noexcept {
 void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
     std::deque<Notable> notables;
     std::string reached;
+    ScanProgress counters;
     {
         ulk::LockGuard lock(m_lock);
         notables.swap(m_notables);
-        if (checkpoint && m_source->IsOrdered())
+        if (checkpoint && m_source->IsOrdered()) {
             reached = m_trail.Reached();
+            counters = m_tally.Take(false);
+        }
         m_room.notify_one();
     }
     for (const Notable& each : notables) {
@@ -89,6 +92,7 @@ void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
     if (reached.empty() || reached == m_checkpoint)
         return;
     m_checkpoint = std::move(reached);
+    observer.OnProgress(counters); // a run that goes on behind the checkpoint counts on from these
     observer.OnCheckpoint(m_checkpoint);
 }
 

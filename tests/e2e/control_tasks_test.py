@@ -3,7 +3,6 @@
 that a terminal shows."""
 
 import fcntl
-import hashlib
 import os
 import pty
 import re
@@ -14,6 +13,7 @@ import unittest
 
 from tesl_support import samples
 from tesl_support.case import ProductCase
+from tesl_support.source_folder import SourceFolder
 from tesl_support.waiting import wait_until
 
 COLUMNS = 40
@@ -107,13 +107,9 @@ class TaskCommands(ProductCase):
 
     def make_source(self, sample):
         """A folder with the signatures in use and one more, of the sample."""
-        source = os.path.join(self.folder, "source")
-        shutil.copytree(os.path.join(self.product.top, "shared/bases"), source)
-        line = f"{hashlib.md5(sample).hexdigest()}:{len(sample)}:Sample.OfThisTest\n"
-        samples.write(os.path.join(source, "extra.hdb"), line.encode())
-        self.product.control("--set-settings", "Update", "SourceType=Custom", f"CustomSources.item_0000={source}",
-                             "UseTLServersWhenUnavailable=no")
-        return source
+        source = SourceFolder(self.product, os.path.join(self.folder, "source"))
+        source.add_file(sample, "Sample.OfThisTest")
+        return source.path
 
     def test_update_and_rollback_tell_their_results(self):
         sample = b"a sample that nobody else has\n" * 20

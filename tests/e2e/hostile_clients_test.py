@@ -1,18 +1,16 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Clients that do everything wrong: each costs its own connection, and the service goes on for all others."""
 
-import json
 import os
 import random
 import signal
 import socket
 import struct
-import subprocess
-import threading
 import unittest
 
 from tesl_support import samples
 from tesl_support.case import ProductCase
+from tesl_support.event_follower import EventFollower
 from tesl_support.waiting import wait_until
 
 THREATS = 4000
@@ -21,33 +19,15 @@ IDLE = 400
 GROWTH = 1.3
 
 
-class Follower:
-    """tesl-control that follows threats. Their paths stand in `paths`, in the order in which they were told."""
+class Follower(EventFollower):
+    """Follows threats. Their paths stand in `paths`, in the order in which they were told."""
 
     def __init__(self, product):
-        self.paths = []
-        self._process = subprocess.Popen(
-            [product.control_program, "--wait-events", "--json", "--event-type", "ThreatDetected"],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
-        self._reader = threading.Thread(target=self._read)
-        self._reader.start()
+        super().__init__(product, "--event-type", "ThreatDetected")
 
-    def _read(self):
-        for line in self._process.stdout:
-            fields = {field["name"]: field["value"] for field in json.loads(line)["fields"]}
-            self.paths.append(fields["FileName"])
-
-    def is_alive(self):
-        return self._process.poll() is None
-
-    def signal(self, number):
-        self._process.send_signal(number)
-
-    def close(self):
-        self._process.kill()
-        self._process.wait()
-        self._reader.join()
-        self._process.stdout.close()
+    @property
+    def paths(self):
+        return [path for _, path in self.told("FileName")]
 
 
 def message(segments, words, content=b""):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The window in Russian: chosen in the configuration, for a machine that has the locale."""
+"""Window and command line in Russian, for a machine that has the locale."""
 
 import json
 import os
@@ -8,7 +8,7 @@ import subprocess
 import unittest
 
 from tesl_support import samples
-from tesl_support.case import WindowCase
+from tesl_support.case import ProductCase, WindowCase
 from tesl_support.waiting import wait_until
 
 LOCALE = "ru_RU.UTF-8"
@@ -21,13 +21,40 @@ def texts_of(product):
         return json.load(file)
 
 
-class Russian(WindowCase):
+def make_locales(folder):
+    """A locale of our own: the machine need not have any beside C."""
+    locales = os.path.join(folder, "locales")
+    os.makedirs(locales)
+    subprocess.run(["localedef", "-i", "ru_RU", "-f", "UTF-8", os.path.join(locales, LOCALE)], check=True)
+    return locales
+
+
+class RussianCommandLine(ProductCase):
     def setUp(self):
         super().setUp()
-        # A locale of our own: the machine need not have any beside C.
-        self.locales = os.path.join(self.folder, "locales")
-        os.makedirs(self.locales)
-        subprocess.run(["localedef", "-i", "ru_RU", "-f", "UTF-8", os.path.join(self.locales, LOCALE)], check=True)
+        self.texts = texts_of(self.product)
+        self.russian = {"LOCPATH": make_locales(self.folder), "LC_ALL": "", "LC_MESSAGES": "", "LANG": LOCALE}
+
+    def test_help_and_refusals_follow_the_environment(self):
+        help_text = self.product.control("--help", **self.russian).stdout.decode()
+        self.assertEqual(help_text, self.texts["CommandHelp"] + "\n")
+        english = self.product.control("--help").stdout
+        for other in ({"LC_ALL": "C"}, {"LC_MESSAGES": "C"}, {"LANG": "ru_RU"}, {"LANG": "../ru"}, {"LOCPATH": "/none"}):
+            self.assertEqual(self.product.control("--help", **{**self.russian, **other}).stdout, english, other)
+
+        self.product.start_service()
+        code, document = self.product.control_json("--set-app-settings", "TraceMaxFileSize=many", **self.russian)
+        self.assertEqual((code, document["error"]["code"]), (78, "invalid-settings"))
+        self.assertEqual(document["error"]["text"],
+                         self.texts["SettingValueIsNotValidInteger"].replace("%1$s", "TraceMaxFileSize=many"))
+        code, document = self.product.control_json("--get-task-list", **self.russian)
+        self.assertEqual((code, document), self.product.control_json("--get-task-list"))
+
+
+class RussianWindow(WindowCase):
+    def setUp(self):
+        super().setUp()
+        self.locales = make_locales(self.folder)
         self.product.configure(f"[General]\nLocale={LOCALE}\n")
 
     def english_in(self, window):

@@ -6,9 +6,11 @@ import itertools
 import json
 import os
 import threading
+import time
 import unittest
 
 from tesl_support.case import ProductCase
+from tesl_support.event_follower import EventFollower
 from tesl_support.waiting import wait_until
 
 
@@ -80,6 +82,26 @@ class Settings(ProductCase):
         for _ in range(5):
             self.product.control("--app-info")
         self.assertEqual(sum(os.path.getsize(path) for path in glob.glob(pattern)), size)
+
+    def test_another_client_hears_of_a_change_within_a_second(self):
+        follower = EventFollower(self.product, "--event-type", "ApplicationSettingsChanged")
+        self.addCleanup(follower.close)
+        numbers = itertools.count(3)
+
+        def change():
+            """What is to be told, and the moment when the command was over."""
+            number = next(numbers)
+            self.assertEqual(self.set(f"TraceMaxFileCount={number}")[0], 0)
+            return f"TraceMaxFileCount={number}", time.monotonic()
+
+        def moments(change):
+            return [moment for moment, text in follower.told("Settings") if text == change]
+
+        wait_until(lambda: change() and follower.events, 30, "the follower has subscribed")
+        for _ in range(5):
+            changed, end = change()
+            wait_until(lambda: moments(changed), 20, "the change is told")
+            self.assertLess(moments(changed)[0] - end, 1)
 
     def test_a_policy_locks_while_it_is_there(self):
         self.assertEqual(self.set("TraceMaxFileCount=5")[0], 0)

@@ -28,6 +28,7 @@ class Product:
         self.common = os.path.join(stage, "var/opt/tolvander/tesl/common")
         self.configuration = os.path.join(self.common, "tesl.ini")
         self.service_configuration = os.path.join(self.common, "service.json")
+        self.task_state = os.path.join(stage, "var/opt/tolvander/tesl/private/storage/tasks.json")
         self.bases_folder = os.path.join(self.common, "bases")
         self.policy_folder = os.path.join(stage, "etc/opt/tolvander/tesl/policy.d")
         self.socket = os.path.join(stage, "var/run/bl4control")
@@ -99,16 +100,18 @@ class Product:
 
     # --- command line
 
-    def control(self, *arguments, check=True, seconds=120):
+    def control(self, *arguments, check=True, seconds=120, **environment):
+        """In English, whatever the machine's language, where the environment doesn't say another."""
         done = subprocess.run([self.control_program, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, timeout=seconds, check=False)
+                              stderr=subprocess.PIPE, timeout=seconds, check=False,
+                              env={**os.environ, "LC_ALL": "C.UTF-8", **environment})
         if check and done.returncode != 0:
             raise AssertionError(f"tesl-control {arguments} ended with {done.returncode}: {done.stderr.decode()}")
         return done
 
-    def control_json(self, *arguments):
+    def control_json(self, *arguments, **environment):
         """Exit code and document."""
-        done = self.control("--json", *arguments, check=False)
+        done = self.control("--json", *arguments, check=False, **environment)
         assert done.stderr == b"", done.stderr
         return done.returncode, json.loads(done.stdout)
 

@@ -121,6 +121,21 @@ TEST_F(Program, TellsEveryFailureByCodeAndText) {
     }
 }
 
+TEST_F(Program, TellsWhyATaskWasRefused) {
+    locator->tasks->startResult = ulk::eInvalidState;
+    EXPECT_EQ(Run({"--start-task", "2"}), 65);
+    EXPECT_EQ(m_err.str(), "tesl-control: Cannot start task \"2\": Invalid state\n") << "it is stopped";
+    locator->tasks->tasks[1].state = types::TaskState::Started;
+    EXPECT_EQ(Run({"--start-task", "2"}), 65);
+    EXPECT_EQ(m_err.str(), "tesl-control: Cannot start task \"2\": Only a stopped task can be started.\n");
+    for (const auto& [result, text] : {std::pair{ulk::eInvalidState, "Only a running task can be suspended."},
+                                       std::pair{ulk::eNotSupported, "Tasks of this type cannot be suspended."}}) {
+        locator->tasks->pauseResult = result;
+        EXPECT_EQ(Run({"--suspend-task", "6"}), 65);
+        EXPECT_EQ(m_err.str(), std::string("tesl-control: Cannot suspend task \"6\": ") + text + '\n');
+    }
+}
+
 TEST_F(Program, SaysThatTheServiceCannotBeReached) {
     EXPECT_EQ(Run({"--app-info", "--json"}, FailToConnect), 69);
     EXPECT_EQ(Json().at("error").at("code"), "unavailable");

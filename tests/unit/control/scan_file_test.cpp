@@ -121,6 +121,26 @@ TEST_F(ScanFileCommand, StopsTheTaskWhenAsked) {
     EXPECT_EQ(Document().at("summary").at("end"), "stopped");
 }
 
+/// Tells how many findings had come when the request to stop was heeded.
+struct StopReporter final : JsonReporter {
+    using JsonReporter::JsonReporter;
+    int findings = 0;
+    int findingsBeforeStop = -1;
+    void Finding(const ScanFinding&) override { ++findings; }
+    void StopAsked() override { findingsBeforeStop = findings; }
+};
+
+TEST_F(ScanFileCommand, HeedsARequestToStopInAFloodOfFindings) {
+    m_stopRequests = 1;
+    AfterStart(std::vector<Event>(50, Threat("/a", "X")));
+    m_locator->tasks->onStop = [this] { m_locator->subscriber->Publish(StateEvent(types::TaskState::Stopped)); };
+    StopReporter reporter(m_out);
+    const CommandContext context{m_locator.Get(), [] { return true; }, [this] { return m_stopRequests; }, reporter};
+    EXPECT_EQ(ScanFile(context, {"/"}), ExitCode::ThreatFound);
+    EXPECT_LE(reporter.findingsBeforeStop, 1);
+    EXPECT_EQ(reporter.findings, 50);
+}
+
 TEST_F(ScanFileCommand, DoesNotCallAScanCleanThatSomebodyElseStopped) {
     AfterStart({StateEvent(types::TaskState::Stopping), StateEvent(types::TaskState::Stopped)});
     EXPECT_EQ(Run(), ExitCode::Stopped);

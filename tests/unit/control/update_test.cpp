@@ -124,9 +124,12 @@ TEST_F(WaitingCommands, ARollbackTellsItsResult) {
     AfterStart({Because(EventName::AVBasesRollbackError, 7, "damaged"), stopped});
     EXPECT_EQ(Run({"--rollback", "--json"}), 6);
     EXPECT_EQ(Update().at("reason"), "damaged");
-    locator->tasks->startResult = ulk::eInvalidState; // there is no set before
-    EXPECT_EQ(Run({"--rollback", "--json"}), 65);
-    EXPECT_FALSE(json::parse(m_out.str()).contains("update"));
+    locator->tasks->startResult = ulk::eInvalidState;
+    EXPECT_EQ(Run({"--rollback"}), 65);
+    EXPECT_EQ(m_err.str(), "tesl-control: Cannot start task \"Rollback\": Only a stopped task can be started.\n");
+    locator->tasks->tasks[2].state = types::TaskState::Stopped;
+    EXPECT_EQ(Run({"--rollback"}), 65);
+    EXPECT_EQ(m_err.str(), "tesl-control: There are no databases to go back to.\n");
 }
 
 TEST_F(WaitingCommands, AStartedTaskIsWaitedForInTheWayOfItsKind) {

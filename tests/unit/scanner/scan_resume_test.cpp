@@ -4,6 +4,7 @@
 #include <tests/unit/scanner/scan_files.h>
 #include <tests/unit/scanner/scan_harness.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
@@ -44,13 +45,19 @@ public:
             stop();
     }
     void OnNotProcessed(const NotProcessed& object) override { lost.push_back(object.path); }
-    void OnProgress(const ScanProgress& progress) override { percent = progress.percent; }
+    void OnProgress(const ScanProgress& progress) override {
+        percent = progress.percent;
+        scanned = progress.scannedObjects;
+    }
     void OnCheckpoint(const std::string& path) override {
         EXPECT_TRUE(checkpoint.empty() || ComparePaths(checkpoint, path) < 0);
         checkpoint = path;
+        scannedAtCheckpoint = scanned;
     }
     std::vector<std::string> threats;
     std::string checkpoint;
+    std::uint64_t scanned = 0;
+    std::uint64_t scannedAtCheckpoint = 0;
     std::uint32_t percent = 0;
     std::vector<std::string> lost;
     std::size_t stopAfter = 0;
@@ -77,6 +84,12 @@ TEST(ScanResume, InterruptedRunsAddUpToTheTree) {
             EXPECT_TRUE(observer.lost.empty());
             if (!observer.checkpoint.empty())
                 checkpoint = observer.checkpoint;
+            // The next run counts on from what was told before the checkpoint.
+            const auto upToCheckpoint = std::count_if(tree.begin(), tree.end(), [&](const std::string& path) {
+                return (options.goOnBehind.empty() || ComparePaths(path, options.goOnBehind) > 0) &&
+                       ComparePaths(path, observer.checkpoint) <= 0;
+            });
+            EXPECT_GE(observer.scannedAtCheckpoint, static_cast<std::uint64_t>(upToCheckpoint));
             // What was told of files behind the checkpoint is told again.
             for (const std::string& path : observer.threats) {
                 EXPECT_TRUE(options.goOnBehind.empty() || ComparePaths(path, options.goOnBehind) > 0) << path;

@@ -93,6 +93,13 @@ TEST_F(SettingsEffectsTest, AChangeIsPublishedWithItsAuthor) {
     EXPECT_EQ(EventsOf(EventName::TsnStateChanged).size(), 1u);
     EXPECT_EQ(Set("UseSyslog", "Perhaps"), sInvalidSettings);
     EXPECT_EQ(EventsOf(EventName::ApplicationSettingsChanged).size(), 2u);
+
+    folder.Write("statement", "more is sent");
+    ASSERT_EQ(Set("UseTSN", "Basic", true), ulk::sOk);
+    const auto accepted = EventsOf(EventName::ApplicationSettingsChanged);
+    ASSERT_EQ(accepted.size(), 3u);
+    EXPECT_EQ(TextOf(accepted[2], AdditionalName::Settings), "UseTSN=Basic");
+    EXPECT_EQ(EventsOf(EventName::TsnStateChanged).size(), 1u);
 }
 
 TEST_F(SettingsEffectsTest, ReportsAreKeptFromOrdinaryUsersWhenTheSettingSaysSo) {

@@ -88,7 +88,7 @@ TEST_F(TaskSettingsTest, ABadListChangesNothingAndSaysWhy) {
         {{{"ScanArchived", "perhaps"}}, "SettingShouldBeValueOrValue3"},
         {{{"ScanAreas", ""}}, "ScanTaskMustContainAtLeastOneActiveScanArea"},
         {{{"ScanAreas.item_0000", "relative"}}, "IncorrectSettingsPathShouldBeAbsolute2"},
-        {{{"ScanAreas.item_0000", "/a/../b"}}, "InvalidValue1Settings2"},
+        {{{"ScanAreas.item_0000", "/a/../b"}}, "IncorrectSettingsPathShouldBeAbsolute2"},
         {{{"ExcludePaths.item_0000", "relative"}}, "IncorrectSettingsPathShouldBeAbsolute2"},
         {{{"ExcludeMasks.item_0000", "a[b"}}, "InvalidValue1Settings2"},
         {{{"ExcludeMasks.item_0000", "a/b"}}, "InvalidValue1Settings2"},
