@@ -92,8 +92,7 @@ void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
     if (reached.empty() || reached == m_checkpoint)
         return;
     m_checkpoint = std::move(reached);
-    observer.OnProgress(counters); // a run that goes on behind the checkpoint counts on from these
-    observer.OnCheckpoint(m_checkpoint);
+    observer.OnCheckpoint(m_checkpoint, counters);
 }
 
 void RunCore::Watch(IScanObserver& observer) {

@@ -87,11 +87,13 @@ public:
     virtual ~IScanObserver() = default;
     virtual void OnThreat(const ThreatFound& threat) = 0;
     virtual void OnNotProcessed(const NotProcessed& object) = 0;
-    /// At most four times a second, and right before each checkpoint.
+    /// At most four times a second.
     virtual void OnProgress(const ScanProgress& progress) = 0;
     /// Everything that comes at or before this path in the order of the walk is settled, and what is worth telling of
-    /// it has been told: another run may go on behind it. At most once a second, and once more at the end.
-    virtual void OnCheckpoint([[maybe_unused]] const std::string& path) {}
+    /// it has been told: another run may go on behind it, and count on from these counters. At most once a second, and
+    /// once more at the end.
+    virtual void OnCheckpoint([[maybe_unused]] const std::string& path, [[maybe_unused]] const ScanProgress& counters) {
+    }
 };
 
 enum class ScanEnd { Completed, Stopped, Failed };

@@ -147,7 +147,8 @@ void ScanTaskRun::TakeCounters(const scan::ScanProgress& progress) {
     m_bytes = m_order.bytes + progress.scannedBytes;
 }
 
-void ScanTaskRun::OnCheckpoint(const std::string& path) {
+void ScanTaskRun::OnCheckpoint(const std::string& path, const scan::ScanProgress& counters) {
+    TakeCounters(counters);
     TellCounters(); // what is kept with it
     m_host.OnRunCheckpoint(m_order.task, path);
 }

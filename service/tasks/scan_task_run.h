@@ -35,7 +35,7 @@ private:
     void OnThreat(const scan::ThreatFound& threat) override;
     void OnNotProcessed(const scan::NotProcessed& object) override;
     void OnProgress(const scan::ScanProgress& progress) override;
-    void OnCheckpoint(const std::string& path) override;
+    void OnCheckpoint(const std::string& path, const scan::ScanProgress& counters) override;
 
     void Run(RunOutcome& outcome);
     void AdmitAreas();

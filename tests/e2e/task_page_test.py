@@ -9,12 +9,12 @@ from tesl_support.case import WindowCase
 from tesl_support.hands import Hands
 from tesl_support.held_scan import HeldScan
 from tesl_support.popups import Popups
+from tesl_support.task_row import BUTTON, TaskRow
 from tesl_support.waiting import hold_for, wait_until
 
 FULL_SCAN = "Scan my computer"
 UNAVAILABLE = "The application is unavailable"
 OTHER_SCANS = 2  # of boot records and of memory
-BUTTON = ("push button", "button")
 NO_THREATS = "Custom scan completed. No active threats found."
 
 
@@ -43,10 +43,7 @@ class TaskPage(WindowCase):
 
     def button(self, window, name):
         """That button in the row of the full scan; None where it doesn't show."""
-        row = next((node for node in window.nodes()
-                    if node.name() == FULL_SCAN and node.role() == "list item" and node.is_showing()), None)
-        return row and next((node for node in row.walk()
-                             if node.name() == name and node.role() in BUTTON and node.is_showing()), None)
+        return TaskRow(window, FULL_SCAN).button(name)
 
     def wait_button(self, window, name):
         """The main button of the full scan. The page shows one change of a task a second."""

@@ -45,18 +45,14 @@ public:
             stop();
     }
     void OnNotProcessed(const NotProcessed& object) override { lost.push_back(object.path); }
-    void OnProgress(const ScanProgress& progress) override {
-        percent = progress.percent;
-        scanned = progress.scannedObjects;
-    }
-    void OnCheckpoint(const std::string& path) override {
+    void OnProgress(const ScanProgress& progress) override { percent = progress.percent; }
+    void OnCheckpoint(const std::string& path, const ScanProgress& counters) override {
         EXPECT_TRUE(checkpoint.empty() || ComparePaths(checkpoint, path) < 0);
         checkpoint = path;
-        scannedAtCheckpoint = scanned;
+        scannedAtCheckpoint = counters.scannedObjects;
     }
     std::vector<std::string> threats;
     std::string checkpoint;
-    std::uint64_t scanned = 0;
     std::uint64_t scannedAtCheckpoint = 0;
     std::uint32_t percent = 0;
     std::vector<std::string> lost;

@@ -40,7 +40,7 @@ protected:
         progress.secondsLeft = 12;
         run.SetResult({scan::ScanEnd::Completed, progress, {}});
         run.Observer().OnProgress(progress);
-        run.Observer().OnCheckpoint(upTo);
+        run.Observer().OnCheckpoint(upTo, progress);
     }
     ScanStatistic CountersOf(std::u16string_view task) {
         OxsStatistic statistic;
