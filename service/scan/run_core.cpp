@@ -211,7 +211,7 @@ void RunCore::HandOver(FileInWork work, scanner::Descriptor descriptor) {
 
 void RunCore::Fail(const std::string& error) {
     ulk::LockGuard lock(m_lock);
-    m_error = error.empty() ? "the scanner is not available" : error;
+    m_error = error.empty() ? NoScanner : error;
     m_stop = true;
     m_event.notify_all();
     m_room.notify_all();

@@ -22,6 +22,9 @@
 
 namespace tfs::service::scan {
 
+/// What ends a run where the scanner says nothing better of itself.
+inline constexpr char NoScanner[] = "the scanner is not available";
+
 class RunCore final : public IScanClient, public IWalkVisitor, public std::enable_shared_from_this<RunCore> {
 public:
     RunCore(const std::shared_ptr<ScannerService::Impl>& scanner, ScanOptions options,

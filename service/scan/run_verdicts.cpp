@@ -60,8 +60,10 @@ void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
     const std::size_t most = MostInWork();
     ulk::LockGuard lock(m_lock);
     m_inWork.erase(token);
-    if (!verdict.lost) // a run that goes on begins with it
+    if (!verdict.lost)
         m_trail.Settle(token);
+    else if (m_error.empty()) // a run that goes on begins with it; this one has not done its work
+        m_error = verdict.detail.empty() ? NoScanner : verdict.detail;
     // The walker works in bunches, because a wake-up for each file would cost as much as the file.
     if (m_inWork.size() <= most * 3 / 8)
         m_room.notify_one();
