@@ -121,7 +121,7 @@ result_t ResultFromErrno(int error) noexcept {
     case EEXIST:
         return eAlreadyExists;
     case ENOTDIR:
-        return MakeResult(0x80010103u);
+        return ePathNotFound;
     case EINVAL:
         return eInvalidArgument;
     case ENOSPC:

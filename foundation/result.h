@@ -41,6 +41,7 @@ inline constexpr result_t eClassNotFound = MakeResult(0x80000100u);
 inline constexpr result_t eTimeout = MakeResult(0x80000221u);
 inline constexpr result_t ePlatform = MakeResult(0x80010100u);
 inline constexpr result_t eFileNotFound = MakeResult(0x80010102u);
+inline constexpr result_t ePathNotFound = MakeResult(0x80010103u);
 inline constexpr result_t eAlreadyExists = MakeResult(0x80010105u);
 inline constexpr result_t eSymbolNotFound = MakeResult(0x80010107u);
 inline constexpr result_t eModuleNotFound = MakeResult(0x80010112u);

@@ -44,11 +44,11 @@ result_t ApiFacade::IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks)
 }
 
 result_t ApiFacade::CanBeStarted(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
-    return Guarded([&] { return m_tasks.MayStart(caller, taskName, allowed); });
+    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, tasks::TaskCommand::Start, allowed); });
 }
 
 result_t ApiFacade::CanBeStopped(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept {
-    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, allowed); });
+    return Guarded([&] { return m_tasks.MayCommand(caller, taskName, tasks::TaskCommand::Stop, allowed); });
 }
 
 result_t ApiFacade::GetTaskList(std::vector<core::TaskInfo>& list) noexcept {

@@ -107,14 +107,9 @@ void ScannerHost::Load() {
 result_t ScannerHost::Replace(const std::string& folder, const std::function<bool()>& cancelled, std::string& why) {
     {
         ulk::LockGuard lock(m_mutex);
-        while (!m_startFinished && !m_stopping) {
-            lock.unlock();
-            const bool given = cancelled();
-            lock.lock();
-            if (given)
+        while (!m_startFinished)
+            if (!WaitForChange(lock, cancelled))
                 return ulk::eCancelled;
-            m_changed.wait_for(lock, CancelPoll);
-        }
         if (m_stopping)
             return ulk::eCancelled;
     }
@@ -144,6 +139,17 @@ scan::ScannerState ScannerHost::State() const {
     return m_state;
 }
 
+bool ScannerHost::WaitForChange(ulk::LockGuard& lock, const std::function<bool()>& cancelled) {
+    if (m_stopping)
+        return false;
+    lock.unlock();
+    const bool given = cancelled();
+    lock.lock();
+    if (!given)
+        m_changed.wait_for(lock, CancelPoll);
+    return !given;
+}
+
 result_t ScannerHost::WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) {
     ulk::LockGuard lock(m_mutex);
     for (;;) {
@@ -155,12 +161,8 @@ result_t ScannerHost::WaitUntilReady(const std::function<bool()>& cancelled, std
             why = m_state.error;
             return ulk::eNotReady;
         }
-        lock.unlock();
-        const bool given = cancelled();
-        lock.lock();
-        if (given)
+        if (!WaitForChange(lock, cancelled))
             return ulk::eCancelled;
-        m_changed.wait_for(lock, CancelPoll);
     }
 }
 

@@ -40,6 +40,8 @@ public:
 private:
     void Load();
     void Refresh();
+    /// Looks at `cancelled`, without the lock, and waits for the next look; false where it is true or the end has come.
+    bool WaitForChange(ulk::LockGuard& lock, const std::function<bool()>& cancelled) ULK_REQUIRES(m_mutex);
     std::shared_ptr<scan::ScannerService> OpenScanner();
     std::shared_ptr<scan::ScannerService> Scanner() const;
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/spawn.h>
 #include <service/scan/scanner_process.h>
 
 #include <cerrno>
@@ -8,7 +9,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/random.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -19,20 +19,6 @@ namespace tfs::service::scan {
 namespace {
 
 constexpr char DefaultTemporaryFolder[] = "/dev/shm";
-
-/// Made and removed in pairs, so that no way out forgets one.
-struct SpawnSettings {
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    SpawnSettings() {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawnattr_init(&attributes);
-    }
-    ~SpawnSettings() {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-};
 
 /// Nobody can guess the name and make the folder before the scanner does.
 std::string UniqueFolder(const ScannerConfig& config) {
@@ -71,14 +57,6 @@ std::vector<std::string> Environment() {
     return environment;
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 } // namespace
 
 ScannerProcess::~ScannerProcess() { End(0); }
@@ -90,22 +68,15 @@ std::string ScannerProcess::Start(const ScannerConfig& config) {
     scanner::Descriptor ours(ends[0]);
     const scanner::Descriptor theirs(ends[1]);
     m_temporaryFolder = UniqueFolder(config);
-    SpawnSettings settings;
+    // A session of its own: what is typed at a development run's terminal is for the service alone.
+    ulk::SpawnSettings settings(POSIX_SPAWN_SETSID);
     ::posix_spawn_file_actions_addopen(&settings.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_adddup2(&settings.actions, theirs.Get(), scanner::ControlDescriptor);
-    // A session of its own: what is typed at a development run's terminal is for the service alone.
-    ::posix_spawnattr_setflags(&settings.attributes,
-                               POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
-    sigset_t signals;
-    sigemptyset(&signals);
-    ::posix_spawnattr_setsigmask(&settings.attributes, &signals);
-    sigfillset(&signals);
-    ::posix_spawnattr_setsigdefault(&settings.attributes, &signals);
     std::vector<std::string> arguments = Arguments(config, m_temporaryFolder);
     std::vector<std::string> environment = Environment();
     const int error = ::posix_spawn(&m_pid, config.program.c_str(), &settings.actions, &settings.attributes,
-                                    Pointers(arguments).data(), Pointers(environment).data());
+                                    ulk::Pointers(arguments).data(), ulk::Pointers(environment).data());
     if (error != 0) {
         m_pid = -1;
         return "the scanner can't be started: " + std::string(std::strerror(error));

@@ -76,9 +76,9 @@ public:
     std::int64_t LastFullScan() const;
     std::int64_t LastUpdate() const;
 
-    /// May this caller command the task, and start it? eNotFound where there is none.
-    result_t MayCommand(const rpc::Caller& caller, std::u16string_view idOrName, bool& allowed) const;
-    result_t MayStart(const rpc::Caller& caller, std::u16string_view idOrName, bool& allowed) const;
+    /// May this caller command the task? Start asks too whether there is anything to do. eNotFound where there is none.
+    result_t MayCommand(const rpc::Caller& caller, std::u16string_view idOrName, TaskCommand command,
+                        bool& allowed) const;
     /// eNotFound, eAccessDenied, eNotSupported for pausing what can't be paused, eInvalidState where the state doesn't
     /// allow it; else the command is taken and the rest is told by events.
     result_t Command(const rpc::Caller& caller, std::u16string_view idOrName, TaskCommand command);
@@ -123,7 +123,9 @@ private:
     void ResolveOwner(std::uint64_t taskId, std::uint32_t uid) ULK_REQUIRES(m_mutex);
     Initiator InitiatorOf(const rpc::Caller& caller);
 
-    result_t FindForChange(const rpc::Caller& caller, std::u16string_view idOrName, Task*& task) ULK_REQUIRES(m_mutex);
+    /// Has `change(task)` done under the lock where the task is there and the caller may.
+    template <class Change>
+    result_t ChangeTask(const rpc::Caller& caller, std::u16string_view idOrName, Change change);
     result_t ChangeSettingsOf(Task& task, const rpc::Caller& caller, const tfs::settings::SettingsChangeList& changes,
                               bool toDefault, ValidationMessages& messages) ULK_REQUIRES(m_mutex);
     result_t ChangeScheduleOf(Task& task, const rpc::Caller& caller, const tfs::settings::SettingsChangeList& changes,

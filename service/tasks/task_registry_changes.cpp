@@ -29,27 +29,24 @@ bool IsRequest(const SettingsChangeList& changes, bool toDefault, ValidationMess
 
 } // namespace
 
-result_t TaskRegistry::FindForChange(const rpc::Caller& caller, std::u16string_view idOrName, Task*& task) {
-    task = m_tasks.Find(idOrName);
+template <class Change>
+result_t TaskRegistry::ChangeTask(const rpc::Caller& caller, std::u16string_view idOrName, Change change) {
+    const ulk::LockGuard lock(m_mutex);
+    Task* const task = m_tasks.Find(idOrName);
     if (task == nullptr)
         return ulk::eNotFound;
     if (!MayChangeTask(caller, task->info, m_rules))
         return ulk::eAccessDenied;
-    return m_shutDown ? ulk::eInvalidState : ulk::sOk;
+    return m_shutDown ? ulk::eInvalidState : change(*task);
 }
 
 result_t TaskRegistry::SetSettings(const rpc::Caller& caller, std::u16string_view idOrName,
                                    const SettingsChangeList& changes, bool toDefault, ValidationMessages& messages) {
     messages.clear();
-    {
-        const ulk::LockGuard lock(m_mutex);
-        Task* task = nullptr;
-        if (const result_t result = FindForChange(caller, idOrName, task); result != ulk::sOk)
-            return result;
-        if (const result_t result = ChangeSettingsOf(*task, caller, changes, toDefault, messages); result != ulk::sOk)
-            return result;
-    }
-    return SaveNow();
+    const result_t result = ChangeTask(caller, idOrName, [&](Task& task) ULK_REQUIRES(m_mutex) {
+        return ChangeSettingsOf(task, caller, changes, toDefault, messages);
+    });
+    return result == ulk::sOk ? SaveNow() : result;
 }
 
 result_t TaskRegistry::ChangeSettingsOf(Task& task, const rpc::Caller& caller, const SettingsChangeList& changes,
@@ -84,14 +81,11 @@ result_t TaskRegistry::ChangeSettingsOf(Task& task, const rpc::Caller& caller, c
 result_t TaskRegistry::SetSchedule(const rpc::Caller& caller, std::u16string_view idOrName,
                                    const SettingsChangeList& changes, bool toDefault, ValidationMessages& messages) {
     messages.clear();
-    {
-        const ulk::LockGuard lock(m_mutex);
-        Task* task = nullptr;
-        if (const result_t result = FindForChange(caller, idOrName, task); result != ulk::sOk)
-            return result;
-        if (const result_t result = ChangeScheduleOf(*task, caller, changes, toDefault, messages); result != ulk::sOk)
-            return result;
-    }
+    const result_t result = ChangeTask(caller, idOrName, [&](Task& task) ULK_REQUIRES(m_mutex) {
+        return ChangeScheduleOf(task, caller, changes, toDefault, messages);
+    });
+    if (result != ulk::sOk)
+        return result;
     if (m_scheduleChanged)
         m_scheduleChanged();
     return SaveNow();

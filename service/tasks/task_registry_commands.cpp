@@ -9,27 +9,20 @@
 #include <utility>
 
 namespace tfs::service::tasks {
+
 Initiator TaskRegistry::InitiatorOf(const rpc::Caller& caller) {
     return Initiator::OfUser(EventUser{caller.uid, m_publisher.Names().Known(caller.uid)});
 }
 
-result_t TaskRegistry::MayCommand(const rpc::Caller& caller, std::u16string_view idOrName, bool& allowed) const {
+result_t TaskRegistry::MayCommand(const rpc::Caller& caller, std::u16string_view idOrName, TaskCommand command,
+                                  bool& allowed) const {
     allowed = false;
     const ulk::LockGuard lock(m_mutex);
     const Task* task = m_tasks.Find(idOrName);
     if (task == nullptr)
         return ulk::eNotFound;
-    allowed = MayCommandTask(caller, task->info, m_rules);
-    return ulk::sOk;
-}
-
-result_t TaskRegistry::MayStart(const rpc::Caller& caller, std::u16string_view idOrName, bool& allowed) const {
-    allowed = false;
-    const ulk::LockGuard lock(m_mutex);
-    const Task* task = m_tasks.Find(idOrName);
-    if (task == nullptr)
-        return ulk::eNotFound;
-    allowed = task->factory->IsAvailable() && MayCommandTask(caller, task->info, m_rules);
+    const bool canBe = command != TaskCommand::Start || task->factory->IsAvailable();
+    allowed = canBe && MayCommandTask(caller, task->info, m_rules);
     return ulk::sOk;
 }
 

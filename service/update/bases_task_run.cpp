@@ -10,6 +10,7 @@ namespace {
 
 /// Four progress events a second at most.
 constexpr std::chrono::milliseconds ProgressInterval{250};
+constexpr std::uint32_t LoadedPercent = 95;
 
 } // namespace
 
@@ -77,6 +78,38 @@ result_t BasesTaskRun::Replace(const std::string& folder, std::string& why) {
         why = ulk::ResultText(result);
     why = CleanLine(why);
     return result;
+}
+
+void BasesTaskRun::PutBack(const std::string& folder) {
+    std::string ignored;
+    (void)m_user.Replace(
+        folder, [] { return false; }, ignored);
+}
+
+BasesTaskRun::End BasesTaskRun::Fail(std::string why) {
+    m_failure = std::move(why);
+    Publish(MakeFailure(m_failure));
+    return End::Failed;
+}
+
+BasesTaskRun::End BasesTaskRun::TakeIntoUse(const SignatureSets& sets, const std::string& folder,
+                                            const std::function<result_t(std::string& problem)>& follow) {
+    const std::string inUse = sets.CurrentFolder();
+    std::string problem;
+    const result_t loaded = Replace(folder, problem);
+    if (loaded == ulk::eCancelled && IsStopped())
+        return End::Stopped;
+    if (!ULK_SUCCEEDED(loaded)) {
+        Publish(MakeBasesNotLoaded(m_order.task, m_order.initiator, problem));
+        return Fail(std::move(problem));
+    }
+    Progress(LoadedPercent);
+    if (const result_t followed = follow(problem); !ULK_SUCCEEDED(followed)) {
+        PutBack(inUse);
+        return Fail(problem.empty() ? std::string(ulk::ResultText(followed)) : problem);
+    }
+    Progress(100);
+    return End::Completed;
 }
 
 void BasesTaskRun::Progress(std::uint32_t percent) {

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,7 +40,13 @@ protected:
     /// Looks at what the run needs before it begins; false with m_failure set.
     virtual bool Prepare() { return true; }
 
-    result_t Replace(const std::string& folder, std::string& why);
+    /// Tells by an event that the task has failed.
+    End Fail(std::string why);
+    virtual Event MakeFailure(const std::string& why) const = 0;
+    /// Loads the folder's signatures in place of those in use and then has the sets follow by `follow`; what was in use
+    /// is loaded again where they don't.
+    End TakeIntoUse(const SignatureSets& sets, const std::string& folder,
+                    const std::function<result_t(std::string& problem)>& follow);
     bool IsStopped() const noexcept { return m_stopped; }
     /// Tells progress; the events among it at most four a second. Never falls.
     void Progress(std::uint32_t percent);
@@ -47,12 +54,14 @@ protected:
 
     const tasks::RunOrder m_order;
     UpdateArea& m_area;
-    IBasesUser& m_user;
     std::string m_failure;
 
 private:
     tasks::RunOutcome Run();
+    result_t Replace(const std::string& folder, std::string& why);
+    void PutBack(const std::string& folder);
 
+    IBasesUser& m_user;
     tasks::IRunHost& m_host;
     std::atomic<bool> m_stopped = false;
     std::optional<std::uint32_t> m_percent;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/spawn.h>
 #include <service/update/freshclam_output.h>
 #include <service/update/freshclam_process.h>
 #include <service/update/signature_files.h>
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <stdexcept>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -35,19 +35,6 @@ constexpr std::size_t MostTold = 1000;
 /// main, daily and bytecode.
 constexpr std::size_t OfficialFiles = 3;
 
-struct SpawnSettings {
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    SpawnSettings() {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawnattr_init(&attributes);
-    }
-    ~SpawnSettings() {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-};
-
 std::vector<std::string> Arguments(const FreshclamPrograms& programs, const FreshclamJob& job) {
     std::vector<std::string> arguments{programs.prlimit, "--fsize=" + std::to_string(programs.maxFileBytes),
                                        "--core=0",       programs.setpriv,
@@ -62,14 +49,6 @@ std::vector<std::string> Arguments(const FreshclamPrograms& programs, const Fres
     if (job.source.kind != UpdateSource::Kind::Official)
         arguments.emplace_back("--no-dns");
     return arguments;
-}
-
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 /// A file in memory that the account alone may read.
@@ -160,7 +139,7 @@ std::string FreshclamProcess::Start(const FreshclamJob& job, scanner::Descriptor
     const scanner::Descriptor configuration = MemoryFile(FreshclamConfiguration(job), job.account);
     if (!configuration || ::fcntl(ours.Get(), F_SETFL, O_NONBLOCK) != 0)
         return "the updater's configuration can't be made: " + ErrnoText(errno);
-    SpawnSettings settings;
+    ulk::SpawnSettings settings(POSIX_SPAWN_SETPGROUP);
     const std::pair<int, int> handed[] = {{configuration.Get(), STDIN_FILENO},
                                           {theirs.Get(), STDOUT_FILENO},
                                           {theirs.Get(), STDERR_FILENO},
@@ -183,17 +162,10 @@ std::string FreshclamProcess::Start(const FreshclamJob& job, scanner::Descriptor
             ::posix_spawn_file_actions_addclose(&settings.actions, other);
     ::posix_spawn_file_actions_addclosefrom_np(&settings.actions, SourceDescriptor + 1);
     ::posix_spawn_file_actions_addchdir_np(&settings.actions, "/");
-    ::posix_spawnattr_setflags(&settings.attributes,
-                               POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-    sigset_t signals;
-    sigemptyset(&signals);
-    ::posix_spawnattr_setsigmask(&settings.attributes, &signals);
-    sigfillset(&signals);
-    ::posix_spawnattr_setsigdefault(&settings.attributes, &signals);
     std::vector<std::string> arguments = Arguments(m_programs, job);
     std::vector<std::string> environment{"LC_ALL=C", "PATH=/usr/bin:/bin"};
     const int error = ::posix_spawn(&m_pid, m_programs.prlimit.c_str(), &settings.actions, &settings.attributes,
-                                    Pointers(arguments).data(), Pointers(environment).data());
+                                    ulk::Pointers(arguments).data(), ulk::Pointers(environment).data());
     if (error != 0) {
         m_pid = -1;
         return "the updater can't be started: " + ErrnoText(error);

@@ -15,7 +15,7 @@ public:
 
 private:
     End Work(SignatureSets& sets) override;
-    End Fail(std::string why);
+    Event MakeFailure(const std::string& why) const override;
 };
 
 using RollbackRunFactory = BasesRunFactory<RollbackRun>;

@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint32_t FetchedPercent = 80;
 constexpr std::uint32_t KeptPercent = 85;
-constexpr std::uint32_t LoadedPercent = 95;
 constexpr std::size_t MostFiles = 20000;
 
 /// Signature files of an open folder.
@@ -56,10 +55,8 @@ bool UpdateRun::Prepare() {
     return m_failure.empty() && ULK_SUCCEEDED(SourcesOf(m_settings, m_sources, m_failure));
 }
 
-BasesTaskRun::End UpdateRun::Fail(std::string why) {
-    m_failure = std::move(why);
-    Publish(MakeUpdateError(m_order.task, m_order.initiator, m_failure));
-    return End::Failed;
+Event UpdateRun::MakeFailure(const std::string& why) const {
+    return MakeUpdateError(m_order.task, m_order.initiator, why);
 }
 
 BasesTaskRun::End UpdateRun::Work(SignatureSets& sets) {
@@ -81,7 +78,11 @@ BasesTaskRun::End UpdateRun::Work(SignatureSets& sets) {
         Publish(MakeNothingToUpdate(m_order.task, m_order.initiator));
         return End::Completed;
     }
-    return TakeIntoUse(sets, folder);
+    std::string problem;
+    if (const result_t kept = sets.Keep(folder, problem); !ULK_SUCCEEDED(kept))
+        return Fail(problem.empty() ? std::string(ulk::ResultText(kept)) : problem);
+    Progress(KeptPercent);
+    return TakeIntoUse(sets, folder, [&sets](std::string& why) { return sets.Adopt(why); });
 }
 
 FetchResult UpdateRun::FetchFromAny(SignatureSets& sets, std::string& folder) {
@@ -117,30 +118,6 @@ FetchResult UpdateRun::Fetch(SignatureSets& sets, const UpdateSource& source, st
         Publish(MakeModuleDownloaded(m_order.task, m_order.initiator, file));
     };
     return fetcher->Fetch(source, folder, m_settings.connectionTimeout, observer);
-}
-
-BasesTaskRun::End UpdateRun::TakeIntoUse(SignatureSets& sets, std::string& folder) {
-    std::string problem;
-    if (const result_t kept = sets.Keep(folder, problem); !ULK_SUCCEEDED(kept))
-        return Fail(problem.empty() ? std::string(ulk::ResultText(kept)) : problem);
-    Progress(KeptPercent);
-    const std::string inUse = sets.CurrentFolder();
-    const result_t loaded = Replace(folder, problem);
-    if (loaded == ulk::eCancelled && IsStopped())
-        return End::Stopped;
-    if (!ULK_SUCCEEDED(loaded)) {
-        Publish(MakeBasesNotLoaded(m_order.task, m_order.initiator, problem));
-        return Fail(std::move(problem));
-    }
-    Progress(LoadedPercent);
-    if (const result_t adopted = sets.Adopt(problem); !ULK_SUCCEEDED(adopted)) {
-        std::string ignored;
-        (void)m_user.Replace(
-            inUse, [] { return false; }, ignored);
-        return Fail(problem.empty() ? std::string(ulk::ResultText(adopted)) : problem);
-    }
-    Progress(100);
-    return End::Completed;
 }
 
 } // namespace tfs::service::update

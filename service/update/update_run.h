@@ -26,8 +26,7 @@ private:
 
     FetchResult FetchFromAny(SignatureSets& sets, std::string& folder);
     FetchResult Fetch(SignatureSets& sets, const UpdateSource& source, std::string& folder);
-    End TakeIntoUse(SignatureSets& sets, std::string& folder);
-    End Fail(std::string why);
+    Event MakeFailure(const std::string& why) const override;
 
     UpdateSettings m_settings;
     std::vector<UpdateSource> m_sources;

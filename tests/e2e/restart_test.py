@@ -31,16 +31,8 @@ class Restart(WindowCase):
     def open(self, program=None):
         window = self.open_window(arguments=ARGUMENTS, program=program)
         window.wait_open()
-        wait_until(lambda: self.pid_in_file() == window.process.pid, 20, "the program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == window.process.pid, 20, "the program has its pid file")
         return window
-
-    def pid_in_file(self):
-        """0 where there is none, or one without a number."""
-        try:
-            with open(self.product.pid_file, encoding="utf-8") as file:
-                return int(file.read() or 0)
-        except FileNotFoundError:
-            return 0
 
     def instances(self):
         """Processes that run the program or what stood in its place before."""
@@ -70,14 +62,14 @@ class Restart(WindowCase):
         def runs_anew():
             self.assertTrue(window.process.is_alive(), window.process.output())
             self.assertEqual(self.instances(), [pid])
-            self.assertIn(self.pid_in_file(), (0, pid))
+            self.assertIn(self.product.pid_in_file(), (0, pid))
             return identity_of(f"/proc/{pid}/exe") == identity
 
         wait_until(runs_anew, 3 * RESTART_TIME, "the new program runs")
         seconds = time.monotonic() - begin
         with open(f"/proc/{pid}/cmdline", encoding="utf-8") as file:
             self.assertEqual(file.read().split("\0")[1:-1], ARGUMENTS)
-        wait_until(lambda: self.pid_in_file() == pid, 20, "the new program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == pid, 20, "the new program has its pid file")
         return seconds
 
     def test_a_replaced_program_is_run_in_its_place(self):

@@ -127,7 +127,7 @@ class Start(WindowCase):
         begin = time.monotonic()
         first = Process("first", [self.product.gui_program, "--tray-only"], self.product.logs, self.desktop.environment)
         self.addCleanup(first.kill)
-        wait_until(lambda: self.pid_in_file() == first.pid, 20, "the program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == first.pid, 20, "the program has its pid file")
         self.assertEqual(self.end()[0], 0)
         first.signal(signal.SIGTERM)
         self.assertEqual(first.wait(40), 0, first.output())
@@ -139,17 +139,17 @@ class Start(WindowCase):
         program = self.product.gui_program
         first = Process("updated", [program, "--tray-only"], self.product.logs, self.desktop.environment)
         self.addCleanup(first.kill)
-        wait_until(lambda: self.pid_in_file() == first.pid, 20, "the program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == first.pid, 20, "the program has its pid file")
         before = os.stat(f"/proc/{first.pid}/exe").st_ino
         shutil.copy2(program, program + ".new")
         os.replace(program + ".new", program)
         wait_until(lambda: os.stat(f"/proc/{first.pid}/exe").st_ino != before, 40, "the new program runs")
-        wait_until(lambda: self.pid_in_file() == first.pid, 20, "the new program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == first.pid, 20, "the new program has its pid file")
         self.assertEqual(first.stop(40), 0)
 
     def test_a_storm_of_starts_leaves_the_window_alive(self):
         window = self.open_window("storm")
-        wait_until(lambda: self.pid_in_file() == window.process.pid, 20, "the program has its pid file")
+        wait_until(lambda: self.product.pid_in_file() == window.process.pid, 20, "the program has its pid file")
         sent = 0
 
         def signal_until_open():
@@ -173,13 +173,6 @@ class Start(WindowCase):
                 blocked = int(re.search(r"SigBlk:\s*([0-9a-f]+)", file.read()).group(1), 16)
             self.assertEqual(blocked & held, held, f"thread {thread}")
         self.assertEqual(window.close(), 0)
-
-    def pid_in_file(self):
-        try:
-            with open(self.product.pid_file, encoding="utf-8") as file:
-                return int(file.read() or 0)
-        except FileNotFoundError:
-            return 0
 
     def test_a_missing_tracer_costs_the_trace_and_not_the_window(self):
         with Replaced(os.path.join(self.product.library_folder, "libinstrumental_services.so"), None):

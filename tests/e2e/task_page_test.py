@@ -2,6 +2,8 @@
 """The page of scan tasks by keyboard alone and by mouse alone, and what it does when tasks are driven from outside."""
 
 import os
+import shutil
+import tempfile
 import unittest
 
 from tesl_support import samples
@@ -124,8 +126,10 @@ class TaskPage(WindowCase):
         return scan
 
     def write_folder(self, name, threats):
-        """Files for a scan that lasts a while, and some threats."""
-        folder = os.path.join(self.folder, name)
+        """Files for a scan that lasts a while, and some threats. Its path is short: a long one is shown shortened."""
+        parent = tempfile.mkdtemp(dir="/tmp")
+        self.addCleanup(shutil.rmtree, parent, ignore_errors=True)
+        folder = os.path.join(parent, name)
         samples.write_large(folder, count=20, megabytes=16)
         for number in range(threats):
             samples.write(os.path.join(folder, f"test-{number}.com"), samples.test_file())

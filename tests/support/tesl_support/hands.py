@@ -51,13 +51,27 @@ class Hands:
         """Tab after Tab until the button of that name has the focus."""
         passed = []
         for _ in range(most):
-            before = self.focused()
+            before = self._focus_at_rest()
             if before and before[0] == name:
                 return
             passed.append(before and before[0])
             self.press_key("Tab")
             wait_until(lambda: self.focused() not in (None, before), 10, f"Tab leads on from {before}")
         raise Lapsed(f"Tab never comes to \"{name}\" but to {passed}")
+
+    def _focus_at_rest(self):
+        """What has the focus once no page is on its way: the page that goes keeps its focus until it is gone."""
+        place, since = self.focused(), time.monotonic()
+
+        def rests():
+            nonlocal place, since
+            now = self.focused()
+            if now != place:
+                place, since = now, time.monotonic()
+            return time.monotonic() - since > REST
+
+        wait_until(rests, 20, "the focus rests")
+        return place
 
     def names_by_tab(self, most=30):
         """The names of all buttons that Tab comes by, once around."""

@@ -117,6 +117,14 @@ class Product:
 
     # --- pid file
 
+    def pid_in_file(self):
+        """0 where there is none, or one without a number."""
+        try:
+            with open(self.product.pid_file, encoding="utf-8") as file:
+                return int(file.read() or 0)
+        except FileNotFoundError:
+            return 0
+
     def hold_pid_file(self, text):
         """Takes the window's lock, as another instance would. Closing the result gives it back."""
         file = open(self.pid_file, "w", encoding="utf-8")

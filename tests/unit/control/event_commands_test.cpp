@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/failure.h>
-#include <control/program.h>
-#include <control/run_command.h>
-#include <tests/unit/control/fake_service.h>
-
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
+#include <tests/unit/control/program_fixture.h>
 
 namespace tfs::control {
 namespace {
@@ -15,14 +9,6 @@ using nlohmann::json;
 using types::AdditionalName;
 using types::EventName;
 using ulk::Ptr;
-
-Ptr<test::FakeLocator> locator;
-std::function<bool()> isAlive;
-std::function<unsigned()> stopRequests;
-
-ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
-    return RunServiceCommand(line, {locator.Get(), isAlive, stopRequests, reporter});
-}
 
 Event Detection(Event::IdType id) {
     Event event;
@@ -45,23 +31,12 @@ Event Detection(Event::IdType id) {
     return event;
 }
 
-class EventCommands : public testing::Test {
+class EventCommands : public test::ProgramTest {
 protected:
     void SetUp() override {
-        locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator);
-        isAlive = [] { return true; };
         stopRequests = [] { return 1u; };
     }
-    void TearDown() override { locator.Reset(); }
-    int Run(const std::vector<std::string>& arguments) {
-        m_out.str("");
-        m_err.str("");
-        return RunProgram(arguments, m_out, m_err, RunOnFake);
-    }
     EventQuery Asked() { return locator->storer->query; }
-
-    std::ostringstream m_out;
-    std::ostringstream m_err;
 };
 
 TEST_F(EventCommands, QueryCarriesEveryFilter) {

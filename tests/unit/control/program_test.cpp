@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/failure.h>
-#include <control/program.h>
-#include <control/run_command.h>
-#include <tests/unit/control/fake_service.h>
+#include <tests/unit/control/program_fixture.h>
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace tfs::control {
 namespace {
@@ -15,20 +10,13 @@ namespace {
 using nlohmann::json;
 using ulk::Ptr;
 
-Ptr<test::FakeLocator> locator;
-
-ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
-    return RunServiceCommand(line, {locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
-}
-
 ExitCode FailToConnect(const CommandLine&, IReporter&) {
     throw Failure(ExitCode::Unavailable, "The service cannot be reached.");
 }
 
-class Program : public testing::Test {
+class Program : public test::ProgramTest {
 protected:
     void SetUp() override {
-        locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator);
         core::TaskInfo update{};
         update.taskId = 6;
         update.taskName = u"Update";
@@ -39,17 +27,6 @@ protected:
         scan.displayName = u"evil\x1b[2J\u202e";
         locator->tasks->tasks = {update, scan};
     }
-    void TearDown() override { locator.Reset(); }
-
-    int Run(const std::vector<std::string>& arguments, ServiceRunner runner = RunOnFake) {
-        m_out.str("");
-        m_err.str("");
-        return RunProgram(arguments, m_out, m_err, runner);
-    }
-    json Json() { return json::parse(m_out.str()); }
-
-    std::ostringstream m_out;
-    std::ostringstream m_err;
 };
 
 TEST_F(Program, ListsTasksById) {

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <control/failure.h>
-#include <control/program.h>
-#include <control/run_command.h>
-#include <tests/unit/control/fake_service.h>
+#include <tests/unit/control/program_fixture.h>
 #include <tests/unit/service/temp_folder.h>
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace tfs::control {
 namespace {
@@ -17,28 +12,11 @@ using nlohmann::json;
 using settings::ChangeItem;
 using ulk::Ptr;
 
-Ptr<test::FakeLocator> locator;
-
-ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
-    return RunServiceCommand(line, {locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
-}
-
-class SettingsCommands : public testing::Test {
+class SettingsCommands : public test::ProgramTest {
 protected:
-    void SetUp() override { locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator); }
-    void TearDown() override { locator.Reset(); }
-
-    int Run(const std::vector<std::string>& arguments) {
-        m_out.str("");
-        m_err.str("");
-        return RunProgram(arguments, m_out, m_err, RunOnFake);
-    }
-    json Json() { return json::parse(m_out.str()); }
     test::FakeSettings& Service() { return *locator->settings; }
 
     service::tests::TempFolder m_folder;
-    std::ostringstream m_out;
-    std::ostringstream m_err;
 };
 
 TEST_F(SettingsCommands, TellsAllSettingsOrTheNamedOnes) {

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Settings, schedule, statistics, making and deleting of tasks, through the whole program.
-#include <control/program.h>
-#include <control/run_command.h>
-#include <tests/unit/control/fake_service.h>
+#include <tests/unit/control/program_fixture.h>
 #include <tests/unit/service/temp_folder.h>
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace tfs::control {
 namespace {
@@ -17,16 +12,9 @@ using nlohmann::json;
 using settings::ChangeItem;
 using ulk::Ptr;
 
-Ptr<test::FakeLocator> locator;
-
-ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
-    return RunServiceCommand(line, {locator.Get(), [] { return true; }, [] { return 0u; }, reporter});
-}
-
-class TaskSettingsCommands : public testing::Test {
+class TaskSettingsCommands : public test::ProgramTest {
 protected:
     void SetUp() override {
-        locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator);
         core::TaskInfo scan;
         scan.taskId = 2;
         scan.taskName = u"Scan_My_Computer";
@@ -36,19 +24,10 @@ protected:
                                 {{"ScanAreas", ""}, {"ScanAreas.item_0000", "/a b\x1b"}, {"ScanArchived", "yes"}},
                                 false};
     }
-    void TearDown() override { locator.Reset(); }
 
     static test::FakeTasks& Tasks() { return *locator->tasks; }
-    int Run(const std::vector<std::string>& arguments) {
-        m_out.str("");
-        m_err.str("");
-        return RunProgram(arguments, m_out, m_err, RunOnFake);
-    }
-    json Json() { return json::parse(m_out.str()); }
 
     service::tests::TempFolder m_folder;
-    std::ostringstream m_out;
-    std::ostringstream m_err;
 };
 
 TEST_F(TaskSettingsCommands, SettingsAreShownAndCanBeSetAgain) {

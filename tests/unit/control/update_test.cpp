@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Commands that start a task and wait for its end, through the whole program.
-#include <control/program.h>
-#include <control/run_command.h>
-#include <tests/unit/control/fake_service.h>
+#include <tests/unit/control/program_fixture.h>
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace tfs::control {
 namespace {
@@ -16,14 +11,6 @@ using nlohmann::json;
 using types::AdditionalName;
 using types::EventName;
 using ulk::Ptr;
-
-Ptr<test::FakeLocator> locator;
-unsigned stopRequests = 0;
-bool isAlive = true;
-
-ExitCode RunOnFake(const CommandLine& line, IReporter& reporter) {
-    return RunServiceCommand(line, {locator.Get(), [] { return isAlive; }, [] { return stopRequests; }, reporter});
-}
 
 Event TaskEvent(EventName::Type type, std::uint64_t taskId) {
     Event event;
@@ -44,17 +31,13 @@ Event Because(EventName::Type type, std::uint64_t taskId, const std::string& rea
     return event;
 }
 
-class WaitingCommands : public testing::Test {
+class WaitingCommands : public test::ProgramTest {
 protected:
     void SetUp() override {
-        locator = Ptr<test::FakeLocator>::Adopt(new test::FakeLocator);
-        stopRequests = 0;
-        isAlive = true;
         Add(2, task_name::FullScan, task_type::ODS);
         Add(6, task_name::Update, task_type::Update);
         Add(7, task_name::Rollback, task_type::Rollback);
     }
-    void TearDown() override { locator.Reset(); }
 
     static void Add(std::uint64_t id, const char16_t* name, const char16_t* type) {
         core::TaskInfo task;
@@ -73,15 +56,7 @@ protected:
                 locator->subscriber->Publish(event);
         };
     }
-    int Run(const std::vector<std::string>& arguments) {
-        m_out.str("");
-        m_err.str("");
-        return RunProgram(arguments, m_out, m_err, RunOnFake);
-    }
     json Update() { return json::parse(m_out.str()).at("update"); }
-
-    std::ostringstream m_out;
-    std::ostringstream m_err;
 };
 
 TEST_F(WaitingCommands, AnUpdateTellsItsResult) {
@@ -160,7 +135,7 @@ TEST_F(WaitingCommands, ProgressIsAskedForOnlyWhereItIsShown) {
 }
 
 TEST_F(WaitingCommands, ARequestToStopReachesTheTask) {
-    stopRequests = 1;
+    stopRequests = [] { return 1u; };
     locator->tasks->onStop = [] {
         locator->subscriber->Publish(StateEvent(types::TaskState::Stopping, 6));
         locator->subscriber->Publish(StateEvent(types::TaskState::Stopped, 6));
@@ -169,12 +144,12 @@ TEST_F(WaitingCommands, ARequestToStopReachesTheTask) {
     EXPECT_EQ(locator->tasks->commands.back(), u"stop 6");
     EXPECT_EQ(m_out.str(), "Stopping...\nIt was stopped.\n");
     locator->tasks->onStop = [] {};
-    stopRequests = 2;
+    stopRequests = [] { return 2u; };
     EXPECT_EQ(Run({"--update", "--json"}), 75) << "a second request ends the waiting";
 }
 
 TEST_F(WaitingCommands, AServiceThatGoesAwayIsTold) {
-    isAlive = false;
+    isAlive = [] { return false; };
     EXPECT_EQ(Run({"--update", "--json"}), 69);
     EXPECT_EQ(json::parse(m_out.str()).at("error").at("code"), "unavailable");
 }

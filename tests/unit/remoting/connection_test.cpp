@@ -192,10 +192,7 @@ TEST_F(ConnectionTest, SlowServiceLapsesTheDeadlineAndTheLateAnswerIsLost) {
     const auto manager = client.Get<ITfsTaskManager>();
     ASSERT_EQ(client.result, ulk::sOk);
     std::atomic<bool> slow{true};
-    service.during = [&] {
-        if (slow.load())
-            std::this_thread::sleep_for(300ms);
-    };
+    service.during = [&] { WaitFor([&] { return !slow.load(); }, 4s); };
     const auto start = Clock::now();
     EXPECT_EQ(manager->StartTask(u"slow"), ulk::eTimeout);
     EXPECT_LT(Clock::now() - start, 290ms);

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace tfs::test {
 namespace {
@@ -126,8 +127,12 @@ TEST_F(ScannerSwap, TheOldOneKilledMeanwhileLosesNothing) {
 TEST_F(ScannerSwap, APausedFileInHandIsScannedByTheNewSet) {
     const TemporaryFolder folder;
     const std::string sample = folder.Write("large", Noise(100u << 20) + NewMarker);
-    RunningScan scan(m_scanner.Service(), Area(sample));
-    ASSERT_TRUE(PauseInAFile(m_scanner, scan));
+    std::unique_ptr<RunningScan> running;
+    ASSERT_TRUE(Eventually([&] { // a run may be over before it can be paused
+        running = std::make_unique<RunningScan>(m_scanner.Service(), Area(sample));
+        return PauseInAFile(m_scanner, *running);
+    }));
+    RunningScan& scan = *running;
     const pid_t parent = m_scanner.Parent();
     ASSERT_EQ(Replace(m_second.Path()), ulk::sOk) << m_why;
     EXPECT_TRUE(Eventually([&] { return ProcessState(parent) == '\0'; })) << "kept in memory for a paused scan";

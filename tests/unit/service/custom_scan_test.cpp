@@ -21,7 +21,7 @@ TEST_F(TaskRegistryTest, ACustomScanIsItsOwnersAndGoesWhenItHasRun) {
         EXPECT_EQ(Do(command, name, stranger), ulk::eAccessDenied);
     EXPECT_EQ(m_registry->DeleteTask(stranger, name), ulk::eAccessDenied);
     bool allowed = true;
-    EXPECT_EQ(m_registry->MayCommand(stranger, name, allowed), ulk::sOk);
+    EXPECT_EQ(m_registry->MayCommand(stranger, name, TaskCommand::Stop, allowed), ulk::sOk);
     EXPECT_FALSE(allowed);
 
     ASSERT_EQ(Do(TaskCommand::Start, name, owner), ulk::sOk);
@@ -133,11 +133,11 @@ TEST_F(TaskRegistryTest, UsersWhoMayNotManageTasksMayOnlyLook) {
     EXPECT_EQ(m_registry->CreateScanTask(User, ScanSettings{{"/"}}, info), ulk::eAccessDenied);
     EXPECT_EQ(Do(TaskCommand::Start), ulk::eAccessDenied);
     bool allowed = true;
-    EXPECT_EQ(m_registry->MayCommand(User, u"Scan_My_Computer", allowed), ulk::sOk);
+    EXPECT_EQ(m_registry->MayCommand(User, u"Scan_My_Computer", TaskCommand::Stop, allowed), ulk::sOk);
     EXPECT_FALSE(allowed);
-    EXPECT_EQ(m_registry->MayCommand(Administrator, u"Scan_My_Computer", allowed), ulk::sOk);
+    EXPECT_EQ(m_registry->MayCommand(Administrator, u"Scan_My_Computer", TaskCommand::Stop, allowed), ulk::sOk);
     EXPECT_TRUE(allowed);
-    EXPECT_EQ(m_registry->MayCommand(User, u"Update", allowed), ulk::eNotFound);
+    EXPECT_EQ(m_registry->MayCommand(User, u"Update", TaskCommand::Stop, allowed), ulk::eNotFound);
     EXPECT_EQ(Do(TaskCommand::Start, u"2", Administrator), ulk::sOk);
     EXPECT_EQ(m_registry->DeleteTask(Administrator, u"2"), ulk::eNotSupported);
 }

@@ -22,7 +22,7 @@ protected:
     }
     bool May(const rpc::Caller& caller, std::u16string_view task) {
         bool allowed = false;
-        EXPECT_EQ(m_registry->MayCommand(caller, task, allowed), ulk::sOk);
+        EXPECT_EQ(m_registry->MayCommand(caller, task, TaskCommand::Stop, allowed), ulk::sOk);
         return allowed;
     }
     void Allow(bool local, bool group) {

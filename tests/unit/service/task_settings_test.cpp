@@ -234,11 +234,11 @@ TEST_F(FixedTasksTest, MemoryAndBootRecordsAreScannedWithoutAreas) {
 TEST_F(FixedTasksTest, ARollbackWaitsForSomethingToRollBackToAndForTheUpdate) {
     bool allowed = true;
     m_rollback.isAvailable = false;
-    EXPECT_EQ(m_registry->MayStart(Administrator, u"Rollback", allowed), ulk::sOk);
+    EXPECT_EQ(m_registry->MayCommand(Administrator, u"Rollback", TaskCommand::Start, allowed), ulk::sOk);
     EXPECT_FALSE(allowed);
     EXPECT_EQ(Do(TaskCommand::Start, u"Rollback"), ulk::eInvalidState);
     m_rollback.isAvailable = true;
-    EXPECT_EQ(m_registry->MayStart(User, u"Rollback", allowed), ulk::sOk);
+    EXPECT_EQ(m_registry->MayCommand(User, u"Rollback", TaskCommand::Start, allowed), ulk::sOk);
     EXPECT_TRUE(allowed);
     ASSERT_EQ(Do(TaskCommand::Start, u"Update"), ulk::sOk);
     ASSERT_TRUE(Reaches(u"6", TaskState::Started));

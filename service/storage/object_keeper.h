@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What finds threats, as far as it needs Storage.
+#pragma once
+
+#include <contract/tfs/backup.h>
+#include <contract/tfs/event.h>
+
+#include <optional>
+#include <string>
+
+namespace tfs::service::storage {
+
+/// A file in which something was found, as the one who found it has it.
+struct FoundObject {
+    /// Open for reading: the very file that was scanned. Stays the caller's. What is copied and removed is this file;
+    /// `path` only tells where its name is looked for, and a name that leads to another file by now is left alone.
+    int file = -1;
+    std::string path; ///< absolute, bytes of the file system
+    std::string detectName;
+    types::EventSeverity::Type dangerLevel = types::EventSeverity::Critical;
+    /// On whose behalf: the events of Storage name them.
+    types::EventInitiator::Type initiator = types::EventInitiator::Product;
+    std::optional<EventUser> user;
+    ulk::types::string16_t taskName;
+    ulk::types::string16_t taskType;
+    std::uint64_t taskId = 0;
+};
+
+/// Implemented by Storage; outlives tasks and the protection in real time.
+class IObjectKeeper {
+public:
+    virtual ~IObjectKeeper() = default;
+    /// Moves the file into Storage: when it returns sOk, the copy is on disk, verified, and the name is gone. Any
+    /// failure leaves the file where it is: eAlreadyDone where the name was gone or led elsewhere already,
+    /// eInsufficientResources where Storage is full, else the code of what failed; `why` is one line for people then.
+    /// Publishes what happened. Blocking: takes the disk's time; any thread, several at once.
+    virtual result_t Take(const FoundObject& object, BackupId& id, std::string& why) noexcept = 0;
+};
+
+} // namespace tfs::service::storage
