@@ -120,7 +120,7 @@ class Product:
     def pid_in_file(self):
         """0 where there is none, or one without a number."""
         try:
-            with open(self.product.pid_file, encoding="utf-8") as file:
+            with open(self.pid_file, encoding="utf-8") as file:
                 return int(file.read() or 0)
         except FileNotFoundError:
             return 0

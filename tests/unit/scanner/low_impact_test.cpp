@@ -26,6 +26,9 @@ std::vector<pid_t> WorkersOf(Scanner& scanner, int niceness) {
     return found;
 }
 
+/// Those that run as this program does.
+std::vector<pid_t> NormalWorkersOf(Scanner& scanner) { return WorkersOf(scanner, ::getpriority(PRIO_PROCESS, 0)); }
+
 ScanOptions LowImpact(const std::string& path) {
     ScanOptions options = Area(path);
     options.lowImpact = true;
@@ -60,7 +63,7 @@ TEST(LowImpact, ItsWorkersAreNiceAndEndWithIt) {
     folder.Write("large", Noise(80u << 20));
     Scanner scanner;
     const std::size_t normal = scanner.Workers().size();
-    EXPECT_EQ(WorkersOf(scanner, 0).size(), normal);
+    EXPECT_EQ(NormalWorkersOf(scanner).size(), normal);
     RunningScan scan(scanner.Service(), LowImpact(folder.Path()));
     std::vector<pid_t> low;
     ASSERT_TRUE(Eventually([&] { return !(low = WorkersOf(scanner, Nice)).empty() || scan.Ended(); }));
@@ -72,7 +75,7 @@ TEST(LowImpact, ItsWorkersAreNiceAndEndWithIt) {
     folder.Write("urgent/e.com", TestThreat());
     EXPECT_EQ(RunningScan(scanner.Service(), Area(folder / "urgent")).Result().counters.threats, 1u);
     EXPECT_FALSE(scan.Ended());
-    EXPECT_EQ(WorkersOf(scanner, 0).size(), normal);
+    EXPECT_EQ(NormalWorkersOf(scanner).size(), normal);
     EXPECT_EQ(scan.Result().end, ScanEnd::Completed);
     EXPECT_TRUE(Eventually([&] { return scanner.Workers().size() == normal; }));
 }
