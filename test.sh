@@ -168,6 +168,7 @@ run_checks() {
     check includes-self-test tools/check_includes.py --self-test
     check includes tools/check_includes.py
     check loc-self-test tools/check_loc.py --self-test
+    check sources-self-test tools/check_sources.py --self-test
     for rule in $(tools/check_sources.py); do
         check "$rule" tools/check_sources.py "$rule"
     done

@@ -43,6 +43,7 @@ constexpr Command AllCommands[] = {
     {CommandKind::GetTaskList, "--get-task-list", entry::GetTaskListHelp},
     {CommandKind::GetTaskState, "--get-task-state", entry::GetTaskStateHelp, Task},
     {CommandKind::GetStatistics, "--get-statistics", entry::GetTaskStateHelp, None, Task},
+    {CommandKind::DeleteStatistics, "--delete-statistics", entry::GetTaskStateHelp, Task},
     {CommandKind::StartTask, "--start-task", entry::StartTaskHelp, Task, None, OfStart},
     {CommandKind::Update, "--update", entry::StartTaskHelp},
     {CommandKind::Rollback, "--rollback", entry::StartTaskHelp},

@@ -20,6 +20,7 @@ enum class CommandKind {
     ResumeTask,
     GetTaskState,
     GetStatistics,
+    DeleteStatistics,
     CreateTask,
     DeleteTask,
     GetSettings,

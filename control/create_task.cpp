@@ -2,6 +2,7 @@
 #include <control/create_task.h>
 #include <control/escape.h>
 #include <control/path_arguments.h>
+#include <control/task_refusal.h>
 #include <remote_actions/exceptions.h>
 #include <remote_actions/settings_request.h>
 #include <tfs_common/settings_tools.h>
@@ -54,10 +55,7 @@ ScanSettings SettingsIn(const CommandContext& context, const std::string& file) 
 ExitCode CreateTask(const CommandContext& context, const std::vector<std::string>& paths, const std::string& file) {
     ScanSettings settings = SettingsIn(context, file);
     settings.areas = AbsolutePaths(paths);
-    core::TaskInfo task;
-    ThrowIfFailed(Service<ITfsTaskManager>(context)->CreateScanTask(settings, task),
-                  localization::GetLocalizedString(entry::CannotCreateTask));
-    context.reporter.TaskCreated(task);
+    context.reporter.TaskCreated(MakeScanTask(*Service<ITfsTaskManager>(context), settings));
     return ExitCode::Ok;
 }
 

@@ -6,6 +6,7 @@
 #include <control/commands.h>
 #include <tfs_common/settings_tools.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -50,9 +51,11 @@ const char* NameOf(ValueKind kind) noexcept {
 
 void AddKeys(json& words, const ulk::types::any_struct_t& structure, const char* behind) {
     for (const settings::ChangeItem& item : tools::ListSettings(nullptr, structure))
-        words.push_back(item.key + behind);
+        if (const std::string word = item.key + behind; std::find(words.begin(), words.end(), word) == words.end())
+            words.push_back(word);
 }
 
+/// Structures have keys in common.
 template <class... Structures>
 json KeysOf(const char* behind = "") {
     json words = json::array();
@@ -77,6 +80,7 @@ json TaskTypes() {
     json words = json::array();
     for (const std::u16string_view type : {std::u16string_view(task_type::BootScan),
                                            {task_type::MemoryScan},
+                                           {task_type::OAS},
                                            {task_type::ODS},
                                            {task_type::Rollback},
                                            {task_type::Update}})
@@ -87,9 +91,9 @@ json TaskTypes() {
 json Words() {
     return {
         {"app-key", KeysOf<settings::AppSettings>()},
-        {"task-key", KeysOf<ScanSettings, UpdateSettings>()},
+        {"task-key", KeysOf<ScanSettings, UpdateSettings, FileMonitoringSettings>()},
         {"app-change", KeysOf<settings::AppSettings>("=")},
-        {"task-change", KeysOf<ScanSettings, UpdateSettings>("=")},
+        {"task-change", KeysOf<ScanSettings, UpdateSettings, FileMonitoringSettings>("=")},
         {"schedule-change", KeysOf<ScheduleSettings>("=")},
         {"event-types", EventNames()},
         {"task-type", TaskTypes()},

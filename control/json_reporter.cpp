@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <control/app_info_text.h>
 #include <control/escape.h>
 #include <control/event_json.h>
 #include <control/json_reporter.h>
@@ -43,6 +44,9 @@ json StatisticJson(const OxsStatistic& run) {
         {"threatsFound", run.scan.threatsFound},
         {"infectedObjects", run.scan.infectedObjects},
         {"suspiciousObjects", run.scan.suspiciousObjects},
+        {"backedUpObjects", run.scan.backedUpObjects},
+        {"deletedObjects", run.scan.deletedObjects},
+        {"notCuredObjects", run.scan.notCuredObjects},
         {"passwordProtectedObjects", run.scan.passwordProtectedObjects},
         {"scanErrors", run.scan.scanErrors},
         {"skippedObjects", run.scan.skippedObjects},
@@ -54,6 +58,14 @@ json FindingJson(const ScanFinding& finding) {
     if (!IsUtf8(finding.path))
         object["pathHex"] = ToHex(finding.path);
     object[finding.kind == ScanFinding::Kind::Threat ? "threat" : "reason"] = finding.detail;
+    return object;
+}
+
+/// The same with the task, which may be gone.
+json RunJson(const OxsStatistic& run) {
+    json object = StatisticJson(run);
+    object["task"] = {
+        {"id", run.taskId}, {"name", Utf8(run.taskName)}, {"type", Utf8(run.taskType)}, {"temporary", run.isTemporary}};
     return object;
 }
 
@@ -113,28 +125,17 @@ void JsonReporter::TaskDeleted(const core::TaskInfo& task) { m_document["deleted
 
 void JsonReporter::StatisticsTold(const std::vector<OxsStatistic>& statistics) {
     json& list = m_document["statistics"] = json::array();
-    for (const OxsStatistic& each : statistics) {
-        json object = StatisticJson(each);
-        object["task"] = {{"id", each.taskId},
-                          {"name", Utf8(each.taskName)},
-                          {"type", Utf8(each.taskType)},
-                          {"temporary", each.isTemporary}};
-        list.push_back(std::move(object));
-    }
+    for (const OxsStatistic& each : statistics)
+        list.push_back(RunJson(each));
 }
 
-void JsonReporter::AppInfoTold(const AppInfo& appInfo) {
-    m_document["appInfo"] = {
-        {"version", Utf8(appInfo.applicationVersion)},
-        {"engineVersion", Utf8(appInfo.engineVersion)},
-        {"basesLoaded", appInfo.avBasesLoaded},
-        {"basesRecords", appInfo.avRecordsCount},
-        {"basesDate", TimeOrNull(UtcFromTicks(appInfo.avBasesDate))},
-        {"lastUpdate", TimeOrNull(UtcFromTicks(appInfo.lastUpdateTime))},
-        {"lastFullScan", TimeOrNull(UtcFromEpoch(appInfo.lastMyCompScanTime))},
-        {"realTimeProtection", appInfo.isOASEnabled},
-        {"scannerWorkers", appInfo.scannerWorkers},
-    };
+void JsonReporter::StatisticsDeleted(const OxsStatistic& statistic) {
+    m_document["deletedStatistics"] = RunJson(statistic);
+}
+
+void JsonReporter::AppInfoTold(const AppInfo& appInfo, const overview::Overview& overview) {
+    m_document["appInfo"] = AppInfoJson(appInfo);
+    m_document["overview"] = OverviewJson(overview);
 }
 
 void JsonReporter::SettingsTold(const std::vector<settings::ChangeItem>& settings) {

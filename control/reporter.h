@@ -8,6 +8,7 @@
 #include <contract/tfs/tasks.h>
 #include <control/exit_codes.h>
 #include <control/task_row.h>
+#include <tfs_common/overview/overview.h>
 
 #include <cstdint>
 #include <optional>
@@ -72,7 +73,8 @@ public:
     virtual void TaskCreated(const core::TaskInfo& task) = 0;
     virtual void TaskDeleted(const core::TaskInfo& task) = 0;
     virtual void StatisticsTold(const std::vector<OxsStatistic>& statistics) = 0;
-    virtual void AppInfoTold(const AppInfo& appInfo) = 0;
+    virtual void StatisticsDeleted(const OxsStatistic& statistic) = 0;
+    virtual void AppInfoTold(const AppInfo& appInfo, const overview::Overview& overview) = 0;
     /// Settings in the order in which they are to be told.
     virtual void SettingsTold(const std::vector<settings::ChangeItem>& settings) = 0;
     /// `message` is what the service had to say to it, one line; mostly empty.

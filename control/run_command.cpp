@@ -31,6 +31,8 @@ ExitCode RunServiceCommand(const CommandLine& line, const CommandContext& contex
         return GetTaskList(context);
     case CommandKind::GetStatistics:
         return GetStatistics(context, line.tasks);
+    case CommandKind::DeleteStatistics:
+        return DeleteStatistics(context, line.task);
     case CommandKind::StartTask:
         if (line.wait || line.progress)
             return RunTask(context, line.task, line.progress);

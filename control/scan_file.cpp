@@ -2,14 +2,14 @@
 #include <control/path_arguments.h>
 #include <control/run_task.h>
 #include <control/scan_file.h>
+#include <control/task_refusal.h>
 
 namespace tfs::control {
 
 ExitCode ScanFile(const CommandContext& context, const std::vector<std::string>& arguments) {
     ScanSettings settings;
     settings.areas = AbsolutePaths(arguments);
-    core::TaskInfo task;
-    ThrowIfFailed(Service<ITfsTaskManager>(context)->CreateScanTask(settings, task), "Cannot create the scan");
+    const core::TaskInfo task = MakeScanTask(*Service<ITfsTaskManager>(context), settings);
     return RunScan(context, task, {.showProgress = true, .deleteUnlessStarted = true});
 }
 

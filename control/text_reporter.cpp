@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <control/app_info_text.h>
 #include <control/escape.h>
 #include <control/event_values.h>
 #include <control/text_reporter.h>
@@ -81,6 +82,8 @@ void TextReporter::RunLines(const OxsStatistic& run) {
     Line("Objects scanned:", std::to_string(run.scan.scannedObjects));
     Line("Bytes scanned:", std::to_string(run.scannedBytes));
     Line("Threats found:", std::to_string(run.scan.threatsFound));
+    Line("Moved to Storage:", std::to_string(run.scan.backedUpObjects));
+    Line("Not treated:", std::to_string(run.scan.notCuredObjects));
     Line("Password-protected:", std::to_string(run.scan.passwordProtectedObjects));
     Line("Errors:", std::to_string(run.scan.scanErrors));
     Line("Skipped:", std::to_string(run.scan.skippedObjects));
@@ -107,16 +110,12 @@ void TextReporter::StatisticsTold(const std::vector<OxsStatistic>& statistics) {
     }
 }
 
-void TextReporter::AppInfoTold(const AppInfo& appInfo) {
-    Line("Version:", Safe(appInfo.applicationVersion));
-    Line("Engine:", Safe(appInfo.engineVersion));
-    Line("Signatures loaded:", appInfo.avBasesLoaded ? "yes" : "no");
-    Line("Signature records:", std::to_string(appInfo.avRecordsCount));
-    Line("Signatures of:", OrWord(UtcFromTicks(appInfo.avBasesDate), "unknown"));
-    Line("Last update:", OrWord(UtcFromTicks(appInfo.lastUpdateTime), "unknown"));
-    Line("Last full scan:", OrWord(UtcFromEpoch(appInfo.lastMyCompScanTime), "never"));
-    Line("Real-time protection:", appInfo.isOASEnabled ? "on" : "off");
-    Line("Scanner workers:", std::to_string(appInfo.scannerWorkers));
+void TextReporter::StatisticsDeleted(const OxsStatistic& statistic) {
+    m_out << "The statistics of task " << statistic.taskId << " (" << Safe(statistic.taskName) << ") were deleted.\n";
+}
+
+void TextReporter::AppInfoTold(const AppInfo& appInfo, const overview::Overview& overview) {
+    m_out << AppInfoText(appInfo, overview);
 }
 
 void TextReporter::SettingsTold(const std::vector<settings::ChangeItem>& settings) {

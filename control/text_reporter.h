@@ -23,7 +23,8 @@ public:
     void TaskCreated(const core::TaskInfo& task) override;
     void TaskDeleted(const core::TaskInfo& task) override;
     void StatisticsTold(const std::vector<OxsStatistic>& statistics) override;
-    void AppInfoTold(const AppInfo& appInfo) override;
+    void StatisticsDeleted(const OxsStatistic& statistic) override;
+    void AppInfoTold(const AppInfo& appInfo, const overview::Overview& overview) override;
     void SettingsTold(const std::vector<settings::ChangeItem>& settings) override;
     void SettingsChanged(const std::string& message) override;
     void SettingsWritten(const std::string& file) override;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/app_info/app_info_model.h>
 #include <gui/common/localized_text.h>
+#include <gui/protection_info/protection_state_model.h>
 #include <gui/qml_bootstrap.h>
 #include <gui/task_manager/tasklist_model.h>
 #include <gui/tools/interceptor_link.h>
@@ -12,6 +13,7 @@ namespace tfs::gui {
 void RegisterQmlTypes() {
     qmlRegisterSingletonType(QUrl(QStringLiteral("qrc:/Fonts.qml")), "tl.customFonts", 1, 0, "RobotoFonts");
     qmlRegisterType<TaskListModel>("tl.qt.application.taskList", 1, 0, "TaskListModel");
+    qmlRegisterType<ProtectionStateModel>("tl.qt.application.protectionStateInfo", 1, 0, "ProtectionStateModel");
     qmlRegisterType<AppInfoModel>("tl.qt.application.appInfo", 1, 0, "AppInfoModel");
 }
 

@@ -3,6 +3,7 @@
 #include <gui/start_settings.h>
 
 #include <QtGui/QFontDatabase>
+#include <QtGui/QImageReader>
 #include <fontconfig/fontconfig.h>
 #include <system_error>
 
@@ -28,12 +29,17 @@ ModulesAhead Load() {
     return modules;
 }
 
-void ListFonts() { const QFontDatabase database; }
+void List() {
+    // Qt Quick asks for the formats with the first picture, which loads the plugin of each. Before the fonts, which may
+    // still have to wait for their configuration.
+    (void)QImageReader::supportedImageFormats();
+    const QFontDatabase database;
+}
 
 } // namespace
 
 std::future<ModulesAhead> LoadAhead() { return Begin(&Load); }
 
-std::future<void> ListFontsAhead() { return Begin(&ListFonts); }
+std::future<void> ListAhead() { return Begin(&List); }
 
 } // namespace tfs::gui

@@ -17,9 +17,10 @@ using ModulesAhead = std::array<ulk::Module, 2>;
 /// mapped, and its destructor waits for the thread.
 std::future<ModulesAhead> LoadAhead();
 
-/// Makes Qt's list of the system's fonts, for which the first text would wait otherwise; Qt guards it by a mutex. A
-/// typeface of our own is added to a list that is there, and else has it made twice. Needs the QGuiApplication, which
-/// must outlive the result: its destructor waits for the thread.
-std::future<void> ListFontsAhead();
+/// Makes Qt's lists of the image formats, which takes loading their plugins, and of the system's fonts: the first
+/// picture and the first text would wait for them otherwise. Qt guards both by a mutex. A typeface of our own is added
+/// to a list that is there, and else has it made twice. Needs the QGuiApplication, which must outlive the result: its
+/// destructor waits for the thread.
+std::future<void> ListAhead();
 
 } // namespace tfs::gui

@@ -12,12 +12,15 @@
 #include <gui/start_ahead.h>
 #include <gui/start_settings.h>
 #include <gui/tesl_gui.h>
+#include <gui/tools/screen_scale.h>
 #include <gui/tools/window_reach.h>
 #include <gui/window_icon.h>
 #include <tfs_common/scoped_service_manager_initializer.h>
 
 #include <QtGui/QFont>
 #include <QtQml/QQmlApplicationEngine>
+#include <QtQuick/QQuickWindow>
+#include <QtQuick/QSGRendererInterface>
 #include <QtQuickControls2/QQuickStyle>
 #include <stdexcept>
 #include <unistd.h>
@@ -31,6 +34,9 @@ using app_core::loader::application_control_code;
 using app_core::loader::application_state;
 
 constexpr std::uint32_t StartingHintMs = 1000;
+constexpr int SmallTextPixels = 13;
+/// As in the pages' own sizes, which are read only later.
+constexpr QSize MainWindowSize(735, 540);
 constexpr char16_t SettingsName[] = u"tesl-gui_settings.kvdb";
 constexpr char16_t StorageName[] = u"tesl-gui_storage.kvdb";
 constexpr char16_t EventStoreName[] = u"tesl_gui.esm";
@@ -98,13 +104,15 @@ private:
 /// A QApplication that aborts for want of a display ends the process with exit code 1 and no core dump.
 std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
     const AbortExit abortExit;
+    const tfs::tools::ScreenScale screenScale(MainWindowSize);
     return std::make_unique<QApplication>(argc, argv);
 }
 
-/// Nothing where the files didn't load.
-std::unique_ptr<tfs::tools::WindowReach> WatchReach(const QQmlApplicationEngine& engine) {
-    auto* const window = qobject_cast<QWindow*>(engine.rootObjects().value(0));
-    return window ? std::make_unique<tfs::tools::WindowReach>(*window) : nullptr;
+/// The processor draws unless the user asks for the graphics system, or by Qt's own variable for anything else. Before
+/// the first window.
+void ChooseRenderer() {
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") && qgetenv("TESL_RENDERER") != "hardware")
+        QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
 }
 
 } // namespace
@@ -116,9 +124,10 @@ TeslGuiApp::TeslGuiApp(int& argc, char** argv, const std::shared_ptr<const tfs::
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QQuickStyle::setStyle(QStringLiteral("Default"));
+    ChooseRenderer();
     m_application = MakeApplication(argc, argv);
     m_quitTarget.emplace();
-    m_fontListing = ListFontsAhead();
+    m_listing = ListAhead();
 }
 
 TeslGuiApp::~TeslGuiApp() { application::Set(nullptr); }
@@ -229,8 +238,11 @@ void TeslGuiApp::SetMetadata() {
     QGuiApplication::setApplicationDisplayName(title);
     QCoreApplication::setOrganizationName(LocalizedText(entry::GuiTolvanderOrganization));
     QGuiApplication::setDesktopFileName(QStringLiteral("tesl-gui"));
-    // Qt measures every first text against the application's own font, which else is one more typeface to load.
-    QApplication::setFont(QFont(QStringLiteral("Roboto")));
+    // Qt measures every first text against the application's own font, which else is one more typeface to load, or one
+    // more size: this is the one that the window's small texts have.
+    QFont font(QStringLiteral("Roboto"));
+    font.setPixelSize(SmallTextPixels);
+    QApplication::setFont(font);
     QGuiApplication::setWindowIcon(ReadIcon(QStringLiteral(":/icon-t")));
 }
 
@@ -245,7 +257,7 @@ int TeslGuiApp::RunEventLoop() {
                          {m_productConnection.get(), &screenSaver, &mousePosition, &trayAvailability}, m_isTrayOnly);
     InstallItemStates(engine);
     engine.load(QUrl(QStringLiteral("qrc:/main.qml")));
-    const auto reach = WatchReach(engine);
+    const tfs::tools::WindowsReach reach(qobject_cast<QWindow*>(engine.rootObjects().value(0)));
     const SignalWindow signalWindow;
     RenewQuitRequest();
     return QApplication::exec();

@@ -66,7 +66,7 @@ private:
     std::unique_ptr<QApplication> m_application;
     std::optional<QuitTarget> m_quitTarget;
     /// Ends before the application that it needs.
-    std::future<void> m_fontListing;
+    std::future<void> m_listing;
 };
 
 } // namespace tfs::gui

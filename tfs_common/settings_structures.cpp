@@ -29,6 +29,8 @@ constexpr Member AppSettingsMembers[] = {
     Describe<&AppSettings::limitNumberOfScanFileTasks>(keys::LimitNumberOfScanFileTasks,
                                                        Integer<std::uint32_t>(0, 10000)),
     Describe<&AppSettings::useSyslog>(keys::UseSyslog, Boolean()),
+    Describe<&AppSettings::daysToLive>(keys::DaysToLive, Integer<std::uint32_t>(0, 3650)),
+    Describe<&AppSettings::backupSizeLimit>(keys::BackupSizeLimit, Integer<std::uint32_t>(0, 10 * MiB)),
 };
 
 constexpr TypeOf<std::string> PathType = Path();
@@ -47,11 +49,27 @@ constexpr Member ScanSettingsMembers[] = {
     Describe<&ScanSettings::fullSpeed>("FullSpeed", Boolean()),
 };
 
+constexpr Member FileMonitoringSettingsMembers[] = {
+    Describe<&FileMonitoringSettings::mode>(keys::ScanByAccessType, Enumerated<types::FileScanMode>()),
+    Describe<&FileMonitoringSettings::areas>("ScanAreas", List(PathType, 1024)),
+    Describe<&FileMonitoringSettings::watchedFolders>("WatchedFolders", List(PathType, 1024)),
+    Describe<&FileMonitoringSettings::excludedPaths>("ExcludePaths", List(PathType, 1024)),
+    Describe<&FileMonitoringSettings::excludeMasks>("ExcludeMasks", List(MaskType, 1024)),
+    Describe<&FileMonitoringSettings::excludedPrograms>("ExcludePrograms", List(PathType, 1024)),
+    Describe<&FileMonitoringSettings::maxFileSize>(keys::SizeLimit, Integer<std::uint64_t>(0, 1024 * GiB)),
+    Describe<&FileMonitoringSettings::deadlineSeconds>(keys::TimeLimit, Integer<std::uint32_t>(1, 60)),
+    Describe<&FileMonitoringSettings::actionOnThreat>(keys::FirstAction, Enumerated<types::ThreatAction>()),
+};
+
 constexpr Member UpdateSettingsMembers[] = {
     Describe<&UpdateSettings::sourceType>(keys::SourceType, Enumerated<types::UpdateSourceKind>()),
     Describe<&UpdateSettings::customSources>("CustomSources", List(SourceType, 100)),
     Describe<&UpdateSettings::useOfficialWhenUnavailable>(keys::UseTLServersWhenUnavailable, Boolean()),
     Describe<&UpdateSettings::connectionTimeout>(keys::ConnectionTimeout, Integer<std::uint32_t>(1, 600)),
+    Describe<&UpdateSettings::useProxy>(keys::UseProxy, Boolean()),
+    Describe<&UpdateSettings::ignoreProxyForOfficial>(keys::IgnoreProxySettingsForTLServers, Boolean()),
+    Describe<&UpdateSettings::ignoreProxyForCustom>(keys::IgnoreProxySettingsForCustomSources, Boolean()),
+    Describe<&UpdateSettings::proxyServer>("ProxyServer", Text(1024)),
 };
 
 constexpr Member ScheduleSettingsMembers[] = {
@@ -66,6 +84,7 @@ constexpr StructureDescription Structures[] = {
     DescribeStructure<AppSettings>(AppSettingsMembers),
     DescribeStructure<ScanSettings>(ScanSettingsMembers),
     DescribeStructure<UpdateSettings>(UpdateSettingsMembers),
+    DescribeStructure<FileMonitoringSettings>(FileMonitoringSettingsMembers),
     DescribeStructure<ScheduleSettings>(ScheduleSettingsMembers),
 };
 

@@ -71,6 +71,10 @@ std::string GetLocalizedString(std::uint32_t id, std::uint32_t formIndex) { retu
 
 std::uint32_t GetPluralFormIndex(std::int64_t count) { return Process().GetPluralFormIndex(count); }
 
+std::string GetLocalizedPlural(std::uint32_t id, std::int64_t count) {
+    return Format(GetLocalizedString(id, GetPluralFormIndex(count)), count);
+}
+
 std::string GetCurrentLanguage() { return Process().Language(); }
 
 } // namespace tfs::localization

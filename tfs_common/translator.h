@@ -50,6 +50,8 @@ result_t LoadLocalizationFile(ulk::ITracer* tracer, const std::string& path, std
                               bool keepUtf8);
 std::string GetLocalizedString(std::uint32_t id, std::uint32_t formIndex = 0);
 std::uint32_t GetPluralFormIndex(std::int64_t count);
+/// The plural form for `count`, with the count filled in.
+std::string GetLocalizedPlural(std::uint32_t id, std::int64_t count);
 std::string GetCurrentLanguage();
 
 } // namespace tfs::localization

@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Small rules that every file keeps. Usage: check_sources.py RULE; without an argument the rules are listed."""
+"""Small rules that every file keeps.
+
+Usage: check_sources.py RULE; without an argument the rules are listed.
+       check_sources.py --self-test checks the rules of how pages look."""
 
 import os
 import re
@@ -18,14 +21,21 @@ SPDX = "SPDX-License-Identifier: GPL-2.0-or-later"
 LOOK_HOME = "CommonProperties.js"
 COLOUR = re.compile(
     r"""["']\#[0-9A-Fa-f]{3,8}["']"""
-    r"""|\bQt\.(?:rgba|hsla|hsva)\s*\("""
+    r"""|\bQt\.(?:rgba|hsla|hsva|lighter|darker|tint|alpha|color)\s*\("""
+    r"""|["'](?:black|white|gr[ae]y|silver|red|maroon|orange|yellow|gold|olive|lime|green|teal|aqua|cyan|blue|navy"""
+    r"""|indigo|violet|purple|magenta|fuchsia|pink|brown|beige|(?:light|dark)[a-z]+)["']"""
     r"""|\b\w*[cC]olor\w*\s*:\s*["'](?!transparent["'])[a-z]+["']""")
 # A length or a time that is a plain number; a multiple of a named one is not.
 SIZE = re.compile(
-    r"""\b(?:pixelSize|pointSize|lineHeight|spacing|radius|duration|interval|border\.width"""
-    r"""|(?:\w+[WH]|w|h)(?:idth|eight)|\w*[mM]argins?|\w*[pP]adding)\s*:\s*"""
+    r"""\b(?:pixelSize|pointSize|lineHeight|lineWidth|spacing|radius|duration|interval|border\.width"""
+    r"""|(?:\w+[WH]|w|h)(?:idth|eight)|\w*[mM]argins?|\w*[pP]adding|\w*Offset|[xy])\s*[:=]\s*"""
     r"""-?(?!0\b(?!\.))\d+(?:\.\d+)?(?!\s*[*\d.])"""
-    r"""|\bQt\.size\(\s*[1-9]""")
+    r"""|\bQt\.(?:size|rect|point)\(\s*[1-9]""")
+# Nothing else has a number of its own but what it is counted by, percent and turns; the number of a thing isn't a size.
+NUMBER = re.compile(r"(?<![\w.])\d+(?:\.\d+)?(?![\w.])")
+PLAIN_NUMBERS = (0, 1, 2, 100, 180, 360)
+IDENTITY = re.compile(r"\bproperty int \w+Id:")
+NOT_CODE = re.compile(r"""^\s*import .*|//.*|"[^"]*"|'[^']*'|/[^/\s][^/]*/[a-z]*""")
 # Written in two pieces, so that this file keeps its own rules.
 WORDS = re.compile(r"\b(?:sp" + r"ec|specific" + r"ation)\b|\bPar" + r"ts? [0-9]+\.[0-9]+", re.IGNORECASE)
 FORMAT_ERROR = "Format sp" + "ecification is too long"  # a text of an exception, fixed long ago
@@ -83,9 +93,20 @@ def colours():
     yield from lines_with(COLOUR, pages())
 
 
+def has_size(line):
+    """Whether a line of a page says how large or how long something is."""
+    code = NOT_CODE.sub("", line)
+    if SIZE.search(code):
+        return True
+    return not IDENTITY.search(code) and any(float(number) not in PLAIN_NUMBERS for number in NUMBER.findall(code))
+
+
 def sizes():
     """So do the sizes of letters and controls, and the times of movements."""
-    yield from lines_with(SIZE, pages())
+    for path in pages():
+        for number, line in enumerate(sources.read(path).splitlines(), 1):
+            if has_size(line):
+                yield f"{path}:{number}: {line.strip()[:120]}"
 
 
 def words():
@@ -117,11 +138,36 @@ def executable():
             yield f"{path}: run bit and first line don't agree"
 
 
+# A line of a page, whether it holds a colour, whether a size.
+SELF_TEST = (
+    ("width: 27 * 8", False, True), ("x: 12", False, True), ("anchors.verticalCenterOffset: -20", False, True),
+    ("property int foo: 12", False, True), ("property int fooId: 12", False, False), ("opacity: 0.4", False, True),
+    ("width: parent.width - 40", False, True), ("height: Math.max(43, h)", False, True),
+    ("duration: a ? 500 : 200", False, True), ("context.lineWidth = 3;", False, True), ("spacing: 2", False, True),
+    ("Qt.size(1, 1)", False, True), ("x: CommonProperties.unit / 2", False, False), ("y: 0", False, False),
+    ("width: 2 * CommonProperties.unit", False, False), ("opacity: 1", False, False), ("to: 100", False, False),
+    ("import QtQuick 2.15", False, False), ("const half = length / 2; // 17 of them", False, False),
+    ("rotation: expanded ? 180 : 0", False, False), ('text: "12 items"', False, False),
+    ("color: Qt.lighter(tone)", True, False), ('context.fillStyle = "red";', True, False),
+    ('background: "white"', True, False), ('property color tone: "#fff"', True, False),
+    ('color: "tomato"', True, False), ('color: "transparent"', False, False), ('state: "active"', False, False),
+    ('value.replace(/#[0-9]+/g, "")', False, False))
+
+
+def self_test_problems():
+    for line, colour, size in SELF_TEST:
+        found = (bool(COLOUR.search(line)), has_size(line))
+        if found != (colour, size):
+            yield f"self-test: {line!r} gave {found}, not {(colour, size)}"
+
+
 RULES = {rule.__name__: rule
          for rule in (licence, length, mains, colours, sizes, words, sample, machine, executable)}
 
 if __name__ == "__main__":
     if len(sys.argv) == 1:
         print("\n".join(RULES))
+    elif sys.argv[1:] == ["--self-test"]:
+        sources.finish(list(self_test_problems()))
     else:
         sources.finish(list(RULES[sys.argv[1]]()))

@@ -190,30 +190,37 @@ void Read(schema::EventFilter::Reader in, EventFilter& filter) {
         ReadText(taskType, filter.taskTypes.emplace_back());
 }
 
-void Write(const EventQuery& query, schema::EventQuery::Builder out) {
-    auto filters = out.initFilters(static_cast<capnp::uint>(query.filters.size()));
+void WriteList(const ulk::types::vector_t<QueryClause>& clauses, capnp::List<schema::EventQuery::Clause>::Builder out) {
     capnp::uint index = 0;
-    for (const QueryClause& clause : query.filters) {
-        auto item = filters[index++];
+    for (const QueryClause& clause : clauses) {
+        auto item = out[index++];
         item.setField(AsData(clause.field));
         item.setOperation(AsData(clause.operation));
         Write(clause.value, item.initValue());
         item.setLogic(AsData(clause.logic));
     }
+}
+
+void ReadList(capnp::List<schema::EventQuery::Clause>::Reader in, ulk::types::vector_t<QueryClause>& clauses) {
+    clauses.clear();
+    for (const auto& item : in) {
+        QueryClause& clause = clauses.emplace_back();
+        ReadText(item.getField(), clause.field);
+        ReadText(item.getOperation(), clause.operation);
+        Read(item.getValue(), clause.value);
+        ReadText(item.getLogic(), clause.logic);
+    }
+}
+
+void Write(const EventQuery& query, schema::EventQuery::Builder out) {
+    WriteList(query.filters, out.initFilters(static_cast<capnp::uint>(query.filters.size())));
     out.setLimit(query.limit);
     out.setOffset(query.offset);
     out.setOrderBy(AsData(query.orderBy));
 }
 
 void Read(schema::EventQuery::Reader in, EventQuery& query) {
-    query.filters.clear();
-    for (const auto& item : in.getFilters()) {
-        QueryClause& clause = query.filters.emplace_back();
-        ReadText(item.getField(), clause.field);
-        ReadText(item.getOperation(), clause.operation);
-        Read(item.getValue(), clause.value);
-        ReadText(item.getLogic(), clause.logic);
-    }
+    ReadList(in.getFilters(), query.filters);
     query.limit = in.getLimit();
     query.offset = in.getOffset();
     ReadText(in.getOrderBy(), query.orderBy);

@@ -28,6 +28,10 @@ void ReadList(capnp::List<schema::Event>::Reader in, ulk::types::vector_t<Event>
 void Write(const EventFilter& filter, schema::EventFilter::Builder out);
 void Read(schema::EventFilter::Reader in, EventFilter& filter);
 
+/// Broken text and values throw as those of an event. `out` was made with the size of `clauses`.
+void WriteList(const ulk::types::vector_t<QueryClause>& clauses, capnp::List<schema::EventQuery::Clause>::Builder out);
+void ReadList(capnp::List<schema::EventQuery::Clause>::Reader in, ulk::types::vector_t<QueryClause>& clauses);
+
 /// Broken text and values throw as those of an event.
 void Write(const EventQuery& query, schema::EventQuery::Builder out);
 void Read(schema::EventQuery::Reader in, EventQuery& query);

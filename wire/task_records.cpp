@@ -39,6 +39,9 @@ void Write(const AppInfo& appInfo, schema::AppInfo::Builder out) {
     out.setApplicationVersion(AsData(appInfo.applicationVersion));
     out.setEngineVersion(AsData(appInfo.engineVersion));
     out.setScannerWorkers(appInfo.scannerWorkers);
+    out.setApplicationUpdateVersion(AsData(appInfo.applicationUpdateVersion));
+    out.setSystemName(AsData(appInfo.systemName));
+    out.setSystemVersion(AsData(appInfo.systemVersion));
 }
 
 void Read(schema::AppInfo::Reader in, AppInfo& appInfo) {
@@ -54,6 +57,9 @@ void Read(schema::AppInfo::Reader in, AppInfo& appInfo) {
     ReadText(in.getApplicationVersion(), appInfo.applicationVersion);
     ReadText(in.getEngineVersion(), appInfo.engineVersion);
     appInfo.scannerWorkers = in.getScannerWorkers();
+    ReadText(in.getApplicationUpdateVersion(), appInfo.applicationUpdateVersion);
+    ReadText(in.getSystemName(), appInfo.systemName);
+    ReadText(in.getSystemVersion(), appInfo.systemVersion);
 }
 
 void Write(const settings::AppSettings& settings, schema::AppSettings::Builder out) {
@@ -71,6 +77,8 @@ void Write(const settings::AppSettings& settings, schema::AppSettings::Builder o
     out.setUiReportsForRootOnly(settings.uiReportsForRootOnly);
     out.setLimitNumberOfScanFileTasks(settings.limitNumberOfScanFileTasks);
     out.setUseSyslog(settings.useSyslog);
+    out.setDaysToLive(settings.daysToLive);
+    out.setBackupSizeLimit(settings.backupSizeLimit);
 }
 
 void Read(schema::AppSettings::Reader in, settings::AppSettings& settings) {
@@ -88,6 +96,8 @@ void Read(schema::AppSettings::Reader in, settings::AppSettings& settings) {
     settings.uiReportsForRootOnly = in.getUiReportsForRootOnly();
     settings.limitNumberOfScanFileTasks = in.getLimitNumberOfScanFileTasks();
     settings.useSyslog = in.getUseSyslog();
+    settings.daysToLive = in.getDaysToLive();
+    settings.backupSizeLimit = in.getBackupSizeLimit();
 }
 
 void Write(const ScanSettings& settings, schema::ScanSettings::Builder out) {
@@ -119,6 +129,10 @@ void Write(const UpdateSettings& settings, schema::UpdateSettings::Builder out) 
     WriteTexts(settings.customSources, out.initCustomSources(Count(settings.customSources)));
     out.setUseOfficialWhenUnavailable(settings.useOfficialWhenUnavailable);
     out.setConnectionTimeout(settings.connectionTimeout);
+    out.setUseProxy(settings.useProxy);
+    out.setIgnoreProxyForOfficial(settings.ignoreProxyForOfficial);
+    out.setIgnoreProxyForCustom(settings.ignoreProxyForCustom);
+    out.setProxyServer(AsData(settings.proxyServer));
 }
 
 void Read(schema::UpdateSettings::Reader in, UpdateSettings& settings) {
@@ -126,6 +140,10 @@ void Read(schema::UpdateSettings::Reader in, UpdateSettings& settings) {
     ReadTexts(in.getCustomSources(), settings.customSources);
     settings.useOfficialWhenUnavailable = in.getUseOfficialWhenUnavailable();
     settings.connectionTimeout = in.getConnectionTimeout();
+    settings.useProxy = in.getUseProxy();
+    settings.ignoreProxyForOfficial = in.getIgnoreProxyForOfficial();
+    settings.ignoreProxyForCustom = in.getIgnoreProxyForCustom();
+    settings.proxyServer = ReadBytes(in.getProxyServer());
 }
 
 void Write(const ulk::types::any_struct_t& holder, schema::TypedStruct::Builder out) {

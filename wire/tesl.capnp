@@ -78,6 +78,9 @@ struct AppInfo {
   applicationVersion @9 :Text16;
   engineVersion @10 :Text16;
   scannerWorkers @11 :UInt32;
+  applicationUpdateVersion @12 :Text16;
+  systemName @13 :Text16;
+  systemVersion @14 :Text16;
 }
 
 struct AppSettings {
@@ -95,6 +98,8 @@ struct AppSettings {
   uiReportsForRootOnly @11 :Bool;
   limitNumberOfScanFileTasks @12 :UInt32;
   useSyslog @13 :Bool;
+  daysToLive @14 :UInt32;
+  backupSizeLimit @15 :UInt32;       # MiB
 }
 
 struct SettingsChangeList {
@@ -134,6 +139,20 @@ struct EventCursor {
   toSkip @2 :UInt32;         # what is left of the query's offset
 }
 
+struct BackupItem {
+  id @0 :UInt64;
+  objectName @1 :Text16;
+  dangerLevel @2 :UInt32;
+  detectName @3 :Data;
+  addedTime @4 :Int64;       # 100 ns units since 1601-01-01 UTC
+  fileSize @5 :UInt64;
+}
+
+struct BackupSettings {
+  storageDays @0 :UInt32;
+  sizeLimitMb @1 :UInt32;
+}
+
 struct ScanSettings {
   areas @0 :List(Data);
   excludedPaths @1 :List(Data);
@@ -151,6 +170,10 @@ struct UpdateSettings {
   customSources @1 :List(Data);
   useOfficialWhenUnavailable @2 :Bool;
   connectionTimeout @3 :UInt32;
+  useProxy @4 :Bool;
+  ignoreProxyForOfficial @5 :Bool;
+  ignoreProxyForCustom @6 :Bool;
+  proxyServer @7 :Data;
 }
 
 struct TypedStruct {
@@ -288,6 +311,23 @@ interface EventStorer {
       -> (result :Code, events :List(Event), cursor :EventCursor, more :Bool);
   # One page, of at most `limit` events and of a size that suits a message. Where `more` is set the answer goes on: the
   # client asks again with the cursor of the page and the rest of its limit.
+}
+
+interface BackupManager {
+  query @0 (filter :List(EventQuery.Clause), fromId :UInt64)
+      -> (result :Code, items :List(BackupItem), more :Bool);
+  # One page, ascending by id, of a size that suits a message: the objects that pass and whose id isn't below `fromId`.
+  # Where `more` is set the answer goes on behind the page's last id.
+
+  remove @1 (filter :List(EventQuery.Clause)) -> (result :Code);
+  # No clause: all objects. This one and the next answer when the work is done, which may take minutes; meanwhile other
+  # calls of the connection are answered.
+
+  restore @2 (id :UInt64) -> (result :Code);
+}
+
+interface BackupConfigurator {
+  getSettings @0 () -> (result :Code, settings :BackupSettings);
 }
 
 interface EventReceiver {

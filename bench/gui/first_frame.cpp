@@ -6,16 +6,18 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
 #include <QtQuick/QQuickWindow>
+#include <bench/gui/processor_time.h>
+#include <bench/gui/window_finder.h>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <dlfcn.h>
 #include <fstream>
 #include <string>
 
 namespace {
 
+using tfs::bench::ProcessorTime;
 using Clock = std::chrono::steady_clock;
 using Main = int(int, char**, char**);
 
@@ -25,13 +27,6 @@ constexpr std::chrono::seconds SettlingTime(2);
 Main* realMain = nullptr;
 Clock::time_point mainEntered;
 double processorAtMain = 0;
-
-/// Of all threads, in milliseconds. Says on a busy machine, too, what a start costs.
-double ProcessorTime() {
-    timespec time{};
-    (void)::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
 
 struct Memory {
     long resident = 0;
@@ -60,20 +55,13 @@ void Report(double milliseconds, double processor, const Memory& atFrame, const 
     (void)std::fclose(file);
 }
 
-/// Looks out for the first Quick window among the receivers of the application's events. Lives on the GUI thread.
-class WindowFinder : public QObject {
+/// Waits for the first frame of a window. Lives on the GUI thread, as the application's child.
+class FrameWatch : public QObject {
 public:
-    using QObject::QObject;
-
-    bool eventFilter(QObject* watched, QEvent*) override {
-        auto* const window = qobject_cast<QQuickWindow*>(watched);
-        if (window == nullptr)
-            return false;
-        QCoreApplication::instance()->removeEventFilter(this);
+    explicit FrameWatch(QQuickWindow& window) : QObject(QCoreApplication::instance()) {
         // On the thread that draws, which needn't be this one: the clock stops when the frame is out.
         m_connection = connect(
-            window, &QQuickWindow::frameSwapped, this, [this] { FrameShown(); }, Qt::DirectConnection);
-        return false;
+            &window, &QQuickWindow::frameSwapped, this, [this] { FrameShown(); }, Qt::DirectConnection);
     }
 
 private:
@@ -94,8 +82,7 @@ private:
 void BeginWatching() {
     if (realMain == nullptr)
         return; // the program was begun another way: better no figures than wrong ones
-    QCoreApplication* const application = QCoreApplication::instance();
-    application->installEventFilter(new WindowFinder(application));
+    new tfs::bench::WindowFinder([](QQuickWindow& window) { new FrameWatch(window); });
 }
 Q_COREAPP_STARTUP_FUNCTION(BeginWatching)
 

@@ -25,6 +25,7 @@ class InstantService final : public service::rpc::IServiceApi, public service::r
 public:
     result_t GetAppInfo(AppInfo&) noexcept override { return ulk::sOk; }
     result_t GetAppSettings(settings::AppSettings&) noexcept override { return ulk::sOk; }
+    bool AreReportsAllowed(const Caller&) noexcept override { return true; }
     result_t GetPolicy(PolicyState&) noexcept override { return ulk::sFalse; }
     result_t IsUserManageTasksAllowed(bool&, bool&) noexcept override { return ulk::sOk; }
     result_t CanBeStarted(const Caller&, const std::u16string&, bool&) noexcept override { return ulk::sOk; }

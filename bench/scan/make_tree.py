@@ -1,10 +1,9 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Makes the trees that are measured: small/ with 20,000 files of many kinds of content (about 110 MB), big/ with ten of
-# about 105 MB. Always the same bytes.
+"""Makes the trees that are measured: small/ with 20,000 files of many kinds of content (about 110 MB), big/ with ten of
+about 105 MB. Always the same bytes."""
+
 import os
 import random
-import sys
 import zipfile
 
 SMALL_FILES = 20000
@@ -64,13 +63,26 @@ def big(folder, source):
                     file.write((b"\0" * 24 + source.randbytes(8)) * 32750)
 
 
-def main():
-    if len(sys.argv) != 2:
-        sys.exit("usage: make_tree.py FOLDER")
+def tiny(folder, count):
+    """So many files of a few bytes each."""
+    for number in range(count):
+        place = os.path.join(folder, "d%04d" % (number // 500))
+        if number % 500 == 0:
+            os.makedirs(place)
+        with open(os.path.join(place, "f%06d" % number), "wb") as file:
+            file.write(b"file %d\n" % number)
+
+
+def one_folder(folder, count):
+    """So many empty files beside each other."""
+    os.makedirs(folder)
+    for number in range(count):
+        os.close(os.open(os.path.join(folder, "f%07d" % number), os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o644))
+
+
+def make(folder, with_big):
+    """small/, and big/ where it is wanted."""
     source = random.Random(20000)
-    small(os.path.join(sys.argv[1], "small"), source)
-    big(os.path.join(sys.argv[1], "big"), source)
-
-
-if __name__ == "__main__":
-    main()
+    small(os.path.join(folder, "small"), source)
+    if with_big:
+        big(os.path.join(folder, "big"), source)

@@ -34,6 +34,10 @@ struct AppInfo {
     ulk::types::string16_t applicationVersion;
     ulk::types::string16_t engineVersion;
     std::uint32_t scannerWorkers = 0; ///< live scanner workers
+    /// Of the update that applicationUpdateState tells of; empty where there is none, or it isn't known.
+    ulk::types::string16_t applicationUpdateVersion;
+    ulk::types::string16_t systemName; ///< of the machine's operating system
+    ulk::types::string16_t systemVersion;
 };
 
 class IAppInfoProvider : public ulk::IObject {

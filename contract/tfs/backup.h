@@ -52,10 +52,13 @@ public:
     /// Replaces `items` by those that pass, ascending by id; on failure it stays as it was. eInvalidArgument for a
     /// clause outside the vocabulary of QueryFilter.
     virtual result_t Query(const QueryFilter& filter, BackupItems& items) = 0;
-    /// Deletes those that pass; eAccessDenied where the caller may not.
+    /// Deletes those that pass; eAccessDenied where the caller may not delete all of them, and nothing is deleted then;
+    /// eLocked where one is being restored just now: the others are deleted.
     virtual result_t Remove(const QueryFilter& filter) = 0;
     /// Puts the object back where it was. eAlreadyExists where something is there already, ePathNotFound where its
-    /// folder is missing, eReadOnlyFileSystem, eNotAbsolutePath, eNotFound for an unknown id, eAccessDenied.
+    /// folder is missing, eReadOnlyFileSystem, eNotAbsolutePath, eNotFound for an unknown id, eAccessDenied, eLocked
+    /// where somebody is restoring or removing it just now, eFileNotFound where its bytes are gone from Storage,
+    /// eInvalidState where they aren't what was saved. An object that was put back leaves Storage.
     virtual result_t Restore(BackupId id) = 0;
 
 protected:

@@ -29,6 +29,8 @@ struct AppSettings {
     bool uiReportsForRootOnly = false;
     std::uint32_t limitNumberOfScanFileTasks = 100; ///< custom scans of one user at a time
     bool useSyslog = false;                         ///< stored events are written to the system log as well
+    std::uint32_t daysToLive = 30;                  ///< an object is kept in Storage so long; 0: without limit
+    std::uint32_t backupSizeLimit = 0;              ///< MiB, of all objects in Storage together; 0: without limit
 
     friend bool operator==(const AppSettings&, const AppSettings&) = default;
 };

@@ -55,6 +55,11 @@ struct UpdateSettings {
     ulk::types::vector_t<std::string> customSources{};
     bool useOfficialWhenUnavailable = true; ///< the official servers where no custom source answers
     std::uint32_t connectionTimeout = 30;   ///< seconds
+    bool useProxy = false;                  ///< for everything that is fetched from the network, but for:
+    bool ignoreProxyForOfficial = false;
+    bool ignoreProxyForCustom = false;
+    /// `http://HOST:PORT` or `https://HOST:PORT`; without a password, for everybody may read settings.
+    std::string proxyServer{};
     friend bool operator==(const UpdateSettings&, const UpdateSettings&) = default;
 };
 
@@ -67,6 +72,25 @@ struct ScheduleSettings {
     std::uint32_t dayOfMonth = 1; ///< Monthly; 29 to 31 mean the last day of shorter months
     bool runMissed = false;       ///< a start that was missed is made up once
     friend bool operator==(const ScheduleSettings&, const ScheduleSettings&) = default;
+};
+
+/// Settings of the file monitoring task.
+struct FileMonitoringSettings {
+    static constexpr std::uint32_t TypeNumber = 0x6009A204u;
+    /// SmartCheck: a program waits for its verdict before it starts, a written file is looked at when it is closed, and
+    /// opening waits in `watchedFolders` alone. Open: every open waits. OpenAndModify: both.
+    types::FileScanMode::Type mode = types::FileScanMode::SmartCheck;
+    /// Absolute paths of folders, with the local file systems that are mounted below them.
+    ulk::types::vector_t<std::string> areas{};
+    ulk::types::vector_t<std::string> watchedFolders{};   ///< absolute; with everything below them
+    ulk::types::vector_t<std::string> excludedPaths{};    ///< as of a scan
+    ulk::types::vector_t<std::string> excludeMasks{};     ///< as of a scan
+    ulk::types::vector_t<std::string> excludedPrograms{}; ///< absolute paths; what they open isn't looked at
+    std::uint64_t maxFileSize = 100 * 1024 * 1024;        ///< bytes; larger files are let through; 0: without limit
+    std::uint32_t deadlineSeconds = 10;                   ///< who waits longer for a verdict is let through
+    /// Skip: a threat is reported and let through. Block: denied and reported. All others: moved into Storage besides.
+    types::ThreatAction::Type actionOnThreat = types::ThreatAction::Recommended;
+    friend bool operator==(const FileMonitoringSettings&, const FileMonitoringSettings&) = default;
 };
 
 /// Counters of one or more runs.

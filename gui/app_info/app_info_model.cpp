@@ -58,7 +58,9 @@ void AppInfoModel::UpdateAppInfo() {
     try {
         CheckTaskPolicyChanged();
         const std::int64_t now = std::time(nullptr);
-        if (m_lastUpdateTime == 0 && now - LongestAgeSeconds <= m_lastRefreshTime)
+        // A refresh that lies ahead was before the clock was put back.
+        const bool isFresh = now - LongestAgeSeconds <= m_lastRefreshTime && m_lastRefreshTime <= now;
+        if (m_lastUpdateTime == 0 && isFresh)
             return;
         m_lastUpdateTime = 0;
         m_lastRefreshTime = now;
@@ -87,7 +89,7 @@ void AppInfoModel::CheckTaskPolicyChanged() {
     NoteChange();
 }
 
-void AppInfoModel::NoteChange() { m_lastUpdateTime = std::time(nullptr); }
+void AppInfoModel::NoteChange() noexcept { m_lastUpdateTime = std::time(nullptr); }
 
 void AppInfoModel::SetAppInfo() {
     const QMutexLocker lock(&m_mutex);

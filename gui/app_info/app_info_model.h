@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gui/app_info/app_info_reader.h>
+#include <gui/backup_manager/backup_fill_watch.h>
 #include <gui/common/event_handlers.h>
 #include <gui/common/events_processor.h>
 
@@ -131,7 +132,8 @@ private:
     /// Compares first, emits only on a change.
     template <class T, class Argument>
     void Set(T& field, const T& value, void (AppInfoModel::*changed)(Argument));
-    void NoteChange();
+    /// Any thread.
+    void NoteChange() noexcept;
 
     QString m_buttonReports;
     QString m_buttonStorage;
@@ -151,10 +153,13 @@ private:
     DangerLevel m_dangerLevel = Critical;
     QString m_issuesInfo;
 
-    AppInfoReader m_reader;
-    CurrentDangerInfo m_currentDangerInfo;
-    /// Seconds since 1970 of a change that waits for a refresh; 0 when none does.
+    /// Seconds since 1970 of a change that waits for a refresh; 0 when none does. Outlives what notes a change.
     std::atomic<std::int64_t> m_lastUpdateTime{0};
+    BackupFillWatch m_backupFill{[this] { NoteChange(); }};
+    AppInfoReader m_reader{[this](ulk::IServiceLocator* remoteSl, std::uint32_t& percentage) {
+        return m_backupFill.GetBackupFillPercentage(remoteSl, percentage);
+    }};
+    CurrentDangerInfo m_currentDangerInfo;
     std::int64_t m_lastRefreshTime = 0;
     bool m_allowUserManageLocalTasks = false;
     bool m_allowUserManageGroupTasks = false;

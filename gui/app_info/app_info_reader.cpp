@@ -7,6 +7,7 @@
 #include <gui/common/localized_text.h>
 #include <gui/protection_info/databases_state.h>
 #include <gui/protection_info/protection_state_info_provider.h>
+#include <tfs_common/overview/device_state.h>
 
 #include <algorithm>
 
@@ -15,8 +16,6 @@ namespace {
 
 namespace entry = tfs::localization::entry;
 using tfs::types::TaskState;
-
-constexpr std::uint32_t FullBackupPercentage = 81;
 
 ulk::ITracer* Tracer() noexcept { return application::GetTracer(); }
 
@@ -137,7 +136,7 @@ void AppInfoReader::UpdateDatabases(const AppInfo& appInfo, AppInfoValues& value
 
 void AppInfoReader::UpdateBackupInfo(ulk::IServiceLocator* remoteSl, CurrentDangerInfo& danger) {
     std::uint32_t percentage = 0;
-    if (!m_backupFill || !ULK_SUCCEEDED(m_backupFill(remoteSl, percentage)) || percentage < FullBackupPercentage)
+    if (!ULK_SUCCEEDED(m_backupFill(remoteSl, percentage)) || percentage < overview::AlmostFullStorage)
         return;
     ULK_TRACE(Tracer(), ulk::level::Detail) << "Storage limit is reached";
     danger.Add(Danger::Warning);

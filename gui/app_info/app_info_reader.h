@@ -16,11 +16,10 @@ namespace tfs::gui {
 /// Owned by one AppInfoModel and used on its thread; keeps the last good lists of tasks between refreshes.
 class AppInfoReader {
 public:
-    /// Percentage of Storage in use.
+    /// Percentage of Storage in use, at once.
     using BackupFill = std::function<result_t(ulk::IServiceLocator*, std::uint32_t& percentage)>;
 
-    /// Without a function for it, Storage never counts as full.
-    explicit AppInfoReader(BackupFill backupFill = {}) : m_backupFill(std::move(backupFill)) {}
+    explicit AppInfoReader(BackupFill backupFill) : m_backupFill(std::move(backupFill)) {}
 
     /// One refresh. Steps that fail throw; what earlier steps found stays in `values` and `danger`.
     void Read(ulk::IServiceLocator* remoteSl, AppInfoValues& values, CurrentDangerInfo& danger);

@@ -7,8 +7,7 @@ QString LocalizedText(std::uint32_t id, std::uint32_t formIndex) {
 }
 
 QString LocalizedPlural(std::uint32_t id, std::int64_t count) {
-    const std::uint32_t form = tfs::localization::GetPluralFormIndex(count);
-    return QString::fromStdString(tfs::localization::Format(tfs::localization::GetLocalizedString(id, form), count));
+    return QString::fromStdString(tfs::localization::GetLocalizedPlural(id, count));
 }
 
 QString ToQString(const ulk::types::string16_t& text) { return QString::fromStdString(ulk::text::ToUtf8Lossy(text)); }

@@ -18,6 +18,9 @@ constexpr int PollIntervalMs = 1000;
 /// How long the GUI thread waits for a connection that is being opened. A living service answers within a fraction of
 /// it; a stopped one must not hold up the painting of the window.
 constexpr auto OpeningPatience = std::chrono::milliseconds(200);
+/// For this long a failed attempt answers whoever asks, so that a model that asks at each of its steps pays for one.
+/// The poll tries anew each time.
+constexpr auto FailureHolds = std::chrono::milliseconds(100);
 /// The transport gives up after two seconds; the rest is for a busy machine.
 constexpr auto AttemptLimit = std::chrono::milliseconds(2500);
 
@@ -118,6 +121,7 @@ ProductConnection::Client ProductConnection::OpenClient() {
     // Left empty for the next attempt, also where get() throws what the client's constructor threw.
     const AttemptResult done = std::exchange(m_attempt, AttemptResult());
     m_hasLastAttemptFailed = true;
+    m_lastAttemptEnd = std::chrono::steady_clock::now();
     Attempt& attempt = *done.get();
     ULK_CHECK_THROW(attempt.result, "Cannot connect to service");
     m_hasLastAttemptFailed = false;
@@ -133,7 +137,10 @@ void ProductConnection::DropClient() noexcept {
 ulk::IServiceLocator* ProductConnection::GetRemoteServiceLocator() {
     ULK_TRACE(application::GetTracer(), ulk::level::Finest) << __PRETTY_FUNCTION__;
     const QMutexLocker lock(&m_mutex);
-    CheckConnection();
+    const bool hasJustFailed =
+        m_hasLastAttemptFailed && std::chrono::steady_clock::now() - m_lastAttemptEnd < FailureHolds;
+    if (m_remoteClient || !hasJustFailed)
+        CheckConnection();
     return m_remoteServiceLocator.Get();
 }
 

@@ -90,6 +90,7 @@ private:
     AttemptResult m_attempt;
     std::chrono::steady_clock::time_point m_attemptDeadline;
     bool m_hasLastAttemptFailed = false;
+    std::chrono::steady_clock::time_point m_lastAttemptEnd;
     ulk::Ptr<ulk::IServiceLocator> m_remoteServiceLocator;
     bool m_wasConnected = false;
     /// A client was dropped since the last poll that found one. Whatever is subscribed through it is dead, also where

@@ -1,24 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// How old the databases are, in four classes.
+// How old the databases are, in four classes: the rule that the service and the command line go by too.
 #pragma once
 
-#include <contract/tfs/app_info.h>
-
-#include <cstdint>
+#include <tfs_common/databases_state.h>
 
 namespace tfs::gui {
 
-enum class DatabasesState : std::uint32_t {
-    UpToDate = 0,
-    NotLoaded = 1,
-    OutOfDate = 2,
-    TotallyOutOfDate = 3,
-};
-
-/// Age in whole days: 3 to 7 is out of date, 8 and more totally out of date; a date in the future is up to date.
-/// A date that can't be represented throws ulk::datetime::TimeSystemError "Invalid utc timestamp for posix platform ".
-DatabasesState ClassifyDatabases(const AppInfo& appInfo);
-/// The same as seen at `nowTicks`, in 100 ns since 1601-01-01 UTC.
-DatabasesState ClassifyDatabases(const AppInfo& appInfo, std::int64_t nowTicks);
+using tfs::ClassifyDatabases;
+using tfs::DatabasesState;
 
 } // namespace tfs::gui

@@ -18,6 +18,12 @@ result_t ProtectionStateInfoProvider::GetAppInfo(ulk::IServiceLocator* remoteSl,
     return ULK_CHECK_TRACE(tracer, appInfoProvider->GetAppInfo(appInfo), "Cannot get application info");
 }
 
+result_t ProtectionStateInfoProvider::GetActiveLicenseStateInfo(ulk::IServiceLocator*, LicenseInfo& license) {
+    // Nothing licenses this build, so there is nothing to say.
+    license = LicenseInfo();
+    return ulk::sOk;
+}
+
 result_t ProtectionStateInfoProvider::GetTaskState(ulk::IServiceLocator* remoteSl, const TaskId& id, TaskInfo& task) {
     ulk::ITracer* const tracer = application::GetTracer();
     const std::string text = TaskIdText(id);
@@ -34,6 +40,18 @@ result_t ProtectionStateInfoProvider::GetTaskState(ulk::IServiceLocator* remoteS
         ULK_TRACE(tracer, ulk::level::Failure) << "Cannot get #" << text << " task state: " << ExceptionText(e);
         return ulk::eUnspecified;
     }
+}
+
+result_t ProtectionStateInfoProvider::GetProtectionStateInfo(ulk::IServiceLocator* remoteSl,
+                                                             ProtectionStateInfo& info) {
+    if (const result_t result = GetAppInfo(remoteSl, info.appInfo); !ULK_SUCCEEDED(result))
+        return result;
+    ULK_TRACE(application::GetTracer(), ulk::level::Detail) << "isOASEnabled = " << info.appInfo.isOASEnabled;
+    if (const result_t result = GetTaskState(remoteSl, TaskId::Update, info.updateTask); !ULK_SUCCEEDED(result))
+        return result;
+    ULK_CHECK_THROW(GetTaskState(remoteSl, TaskId::FileMonitoring, info.fileMonitoringTask),
+                    "Cannot get info for OAS task");
+    return ulk::sOk;
 }
 
 } // namespace tfs::gui

@@ -5,7 +5,7 @@
 var appWindow = null;
 
 // The pages that can be opened. Whatever leads to another page stays disabled; a new page adds its name here.
-var existingPages = ["MainWindow", "NoConnection", "ScanTasks", "UpdateTasks"];
+var existingPages = ["MainWindow", "NoConnection", "ProtectionState", "ScanTasks", "UpdateTasks"];
 
 function hasPage(name) {
     return existingPages.indexOf(name) >= 0;
@@ -32,6 +32,11 @@ function knowsItsPlace() {
     return Qt.platform.pluginName.indexOf("wayland") !== 0;
 }
 
+// The value within the limits; the lower one where they cross.
+function clamp(value, lowest, highest) {
+    return Math.max(lowest, Math.min(value, highest));
+}
+
 // Address of an image of the program, or an empty string for an empty name.
 function imageSource(name) {
     return name ? "qrc:/images/" + name + ".svg" : "";
@@ -50,9 +55,23 @@ function iterateChildren(obj, func) {
     }
 }
 
+// Whether the ring that marks the keyboard's place is to be seen on this item or in it. Null is no item.
+function showsFocus(item) {
+    let shown = false;
+    if (item)
+        iterateChildren(item, function (child) {
+            shown = shown || (child.objectName === "focusRing" && child.visible);
+        });
+    return shown;
+}
+
 function updateRecursive(obj) {
+    let last = null;
     iterateChildren(obj, function (item) {
-        item.update();
+        // What has no children comes twice in a row, and is to be painted once.
+        if (item !== last)
+            item.update();
+        last = item;
     });
 }
 

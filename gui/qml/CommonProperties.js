@@ -162,6 +162,7 @@ var statusFadeSpeed = speed(1000);
 var TLInfoTabWidth = 344;
 var TLInfoTabHeight = 118;
 var TLInfoTabLineHeight = 1.4;
+var TLInfoTabLines = 4;
 var TLInfoTabIconBackSize = 56;
 var TLInfoTabIconSize = 32;
 var TLInfoTabBackgroundHover = "#F8FCFB";
@@ -186,6 +187,12 @@ var TaskPercentWidth = 40;
 var TaskProgressLineSpacing = 2;
 var emptyListImageSize = 64;
 var emptyListDelay = 300;
+
+// Protection page
+var issueDescriptionWidth = 690;
+var emptyIssuesOffset = -20;
+var emptyIssuesSpacing = 24;
+var emptyIssuesImageSize = 112;
 
 // Dialogs
 var YesNoButtonWidth = 100;

@@ -27,16 +27,20 @@ T.Page {
         onClicked: stack.push("ProtectionState")
     }
 
-    Row {
+    // Rows, so that Tab goes through it as one reads it.
+    Column {
         id: grid
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.bottom: footerBar.top
         anchors.margins: CommonProperties.gridMargin
-        spacing: width - 2 * CommonProperties.TLInfoTabWidth
+        spacing: CommonProperties.gridMargin
 
-        Column {
-            spacing: CommonProperties.gridMargin
+        readonly property real tabSpacing: width - 2 * CommonProperties.TLInfoTabWidth
+        readonly property real buttonSpacing: CommonProperties.TLInfoTabWidth - 2 * CommonProperties.mainButtonWidth
+
+        Row {
+            spacing: grid.tabSpacing
 
             TLInfoTab {
                 objectName: "tabScan"
@@ -49,10 +53,24 @@ T.Page {
                 imageSource: "tab-scan"
                 onClicked: stack.push("ScanTasks")
             }
+            TLInfoTab {
+                objectName: "tabUpdate"
+                enabled: root.controlsEnabled && root.appInfo.updateInfoAvailable && stack.hasPage("UpdateTasks")
+                title: root.appInfo.buttonUpdate
+                infoText: root.appInfo.infoDatabasesIsError
+                          ? root.appInfo.infoLastUpdateTime
+                          : root.appInfo.infoLastUpdateTime + "\n" + root.appInfo.infoDatabasesState
+                errorText: root.appInfo.infoDatabasesIsError ? root.appInfo.infoDatabasesState : ""
+                imageSource: "tab-update"
+                onClicked: stack.push("UpdateTasks")
+            }
+        }
+
+        Row {
+            spacing: grid.tabSpacing
 
             Row {
-                width: CommonProperties.TLInfoTabWidth
-                spacing: width - 2 * CommonProperties.mainButtonWidth
+                spacing: grid.buttonSpacing
 
                 MainPageButton {
                     objectName: "buttonReports"
@@ -69,26 +87,8 @@ T.Page {
                     onClicked: stack.push("Storage")
                 }
             }
-        }
-
-        Column {
-            spacing: CommonProperties.gridMargin
-
-            TLInfoTab {
-                objectName: "tabUpdate"
-                enabled: root.controlsEnabled && root.appInfo.updateInfoAvailable && stack.hasPage("UpdateTasks")
-                title: root.appInfo.buttonUpdate
-                infoText: root.appInfo.infoDatabasesIsError
-                          ? root.appInfo.infoLastUpdateTime
-                          : root.appInfo.infoLastUpdateTime + "\n" + root.appInfo.infoDatabasesState
-                errorText: root.appInfo.infoDatabasesIsError ? root.appInfo.infoDatabasesState : ""
-                imageSource: "tab-update"
-                onClicked: stack.push("UpdateTasks")
-            }
-
             Row {
-                width: CommonProperties.TLInfoTabWidth
-                spacing: width - 2 * CommonProperties.mainButtonWidth
+                spacing: grid.buttonSpacing
 
                 MainPageButton {
                     objectName: "buttonSettings"

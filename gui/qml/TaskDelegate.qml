@@ -54,6 +54,11 @@ Item {
         property bool showFullInfo: false
         readonly property bool shortInfoOnly: progressInfo.length === 0 && taskId !== root.taskModel.defaultUpdateTaskId
 
+        function toggleDetails() {
+            if (!shortInfoOnly)
+                showFullInfo = !showFullInfo;
+        }
+
         x: CommonProperties.contentMargin
         y: CommonProperties.TaskRowPadding
         width: root.width - 2 * CommonProperties.contentMargin
@@ -68,12 +73,41 @@ Item {
                 width: buttons.x - CommonProperties.gridMargin
                 height: parent.height
 
+                // While the expander is away, the name is where the keyboard opens the details.
+                readonly property bool standsIn: !content.shortInfoOnly && !expander.visible
+
+                objectName: "nameButton"
+                activeFocusOnTab: standsIn || activeFocus
+                Keys.forwardTo: nameKeys.item ? [nameKeys.item] : []
+                Accessible.ignored: !standsIn
+                Accessible.role: Accessible.Button
+                Accessible.name: taskName
+                Accessible.focusable: standsIn
+                Accessible.focused: activeFocus
+                Accessible.checkable: true
+                Accessible.checked: content.showFullInfo
+                Accessible.onPressAction: content.toggleDetails()
+                Accessible.onToggleAction: content.toggleDetails()
+
                 MouseArea {
                     id: nameMouseArea
                     objectName: "nameArea"
                     anchors.fill: parent
                     enabled: !content.shortInfoOnly
-                    onClicked: content.showFullInfo = !content.showFullInfo
+                    onClicked: content.toggleDetails()
+                }
+
+                Loader {
+                    id: nameKeys
+                    width: nameLabel.width
+                    height: parent.height
+                    active: nameArea.standsIn
+                    sourceComponent: TLPressArea {
+                        control: nameArea
+                        ringOffset: 0
+                        acceptedButtons: Qt.NoButton
+                        onActivated: content.toggleDetails()
+                    }
                 }
 
                 TLLabel {
@@ -102,7 +136,7 @@ Item {
                     visible: (root.taskModel.scanTasksMode && !content.shortInfoOnly
                               && root.isCanBeStarted(currentState, true))
                              || taskId === root.taskModel.defaultUpdateTaskId
-                    onClicked: content.showFullInfo = !content.showFullInfo
+                    onClicked: content.toggleDetails()
                 }
             }
 

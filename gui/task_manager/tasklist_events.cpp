@@ -33,20 +33,9 @@ const EventHandlers<TaskListModel>& TaskListModel::Handlers() {
 }
 
 void TaskListModel::Subscribe() {
-    const result_t created =
-        ULK_CHECK_TRACE(Tracer(), ulk::CreateInstance(application::GetLocalServiceLocator(), m_eventsProcessor.Ref()),
-                        "Cannot create EventsProcessor instance");
-    if (!ULK_SUCCEEDED(created))
-        return;
     const auto remote = application::AcquireRemoteServiceLocator();
-    m_eventsProcessor->Subscribe(remote.Get(), u"TaskListModel", Handlers().Filter({}),
-                                 [this](const Event& event) { return OnEvent(event); });
-}
-
-void TaskListModel::Unsubscribe() {
-    if (m_eventsProcessor)
-        m_eventsProcessor->Unsubscribe();
-    m_eventsProcessor.Reset();
+    m_subscription.Open(remote.Get(), u"TaskListModel", Handlers().Filter({}),
+                        [this](const Event& event) { return OnEvent(event); });
 }
 
 result_t TaskListModel::OnEvent(const Event& event) { return Handlers().Call(*this, event); }

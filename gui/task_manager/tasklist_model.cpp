@@ -4,6 +4,7 @@
 #include <gui/common/app_settings.h>
 #include <gui/common/application.h>
 #include <gui/common/localized_text.h>
+#include <gui/task_manager/task_command.h>
 #include <gui/task_manager/task_converter.h>
 #include <gui/task_manager/tasklist_model.h>
 
@@ -49,7 +50,7 @@ TaskListModel::TaskListModel(QObject* parent)
 TaskListModel::~TaskListModel() {
     ULK_TRACE(Tracer(), ulk::level::Detail) << __PRETTY_FUNCTION__;
     try {
-        Unsubscribe();
+        m_subscription.Close();
     }
     GUI_CATCH_ALL
     try {
@@ -189,13 +190,10 @@ void TaskListModel::DeleteTemporaryTasksInfo() {
 }
 
 void TaskListModel::RunCommand(Command command, const std::string& idOrName, const char* failure) noexcept {
-    try {
+    RunTaskCommand(failure, [&] {
         const auto remote = application::AcquireRemoteServiceLocator();
-        ULK_CHECK_THROW((m_actions.*command)(remote.Get(), idOrName), "");
-    } catch (const std::exception& e) {
-        ULK_TRACE(Tracer(), ulk::level::Failure) << failure << ExceptionText(e);
-    }
-    GUI_CATCH_ALL
+        return (m_actions.*command)(remote.Get(), idOrName);
+    });
 }
 
 void TaskListModel::startTask(qulonglong id) {
@@ -229,14 +227,13 @@ void TaskListModel::deleteTask(qulonglong id) {
     if (row == -1)
         return;
     ULK_TRACE(Tracer(), ulk::level::Detail) << "Task " << id << " found, deleting.";
-    try {
+    RunTaskCommand("cannot remove task: ", [&] {
         const auto remote = application::AcquireRemoteServiceLocator();
-        ULK_CHECK_THROW(m_actions.DeleteTask(remote.Get(), RowOnGuiThread(row).source), "");
-        RemoveRow(row);
-    } catch (const std::exception& e) {
-        ULK_TRACE(Tracer(), ulk::level::Failure) << "cannot remove task: " << ExceptionText(e);
-    }
-    GUI_CATCH_ALL
+        const result_t result = m_actions.DeleteTask(remote.Get(), RowOnGuiThread(row).source);
+        if (ULK_SUCCEEDED(result))
+            RemoveRow(row);
+        return result;
+    });
 }
 
 void TaskListModel::SetReportsAllowed(bool allowed) {

@@ -4,7 +4,7 @@
 
 #include <foundation/sync.h>
 #include <gui/common/event_handlers.h>
-#include <gui/common/events_processor.h>
+#include <gui/common/model_subscription.h>
 #include <gui/task_manager/one_task_info.h>
 #include <gui/task_manager/task_change_queue.h>
 #include <gui/task_manager/task_id_queue.h>
@@ -110,7 +110,6 @@ private:
     using Command = result_t (OnDemandTaskListActions::*)(ulk::IServiceLocator*, const std::string&);
 
     void Subscribe();
-    void Unsubscribe();
     result_t OnEvent(const Event& event);
     static const EventHandlers<TaskListModel>& Handlers();
 
@@ -163,7 +162,7 @@ private:
     TaskIdQueue m_taskListToAdd;
     TaskChangeQueue m_tasksToChange;
     TaskIdQueue m_taskListToDelete;
-    ulk::Ptr<EventsProcessor> m_eventsProcessor;
+    ModelSubscription m_subscription;
     QTimer m_timer;
 };
 

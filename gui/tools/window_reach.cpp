@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <gui/tools/window_reach.h>
 
+#include <QtCore/QVariant>
+#include <QtCore/QtMath>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QScreen>
+#include <QtQuick/QQuickItem>
 #include <algorithm>
 #include <limits>
 
@@ -11,8 +14,6 @@ namespace {
 
 /// For how long a window or its screens must have kept still: a drag isn't fought with.
 constexpr int RestMs = 300;
-/// As in the pages' own sizes.
-constexpr int HeaderHeight = 32;
 /// How much of the header's length is enough to take hold of it, beside the buttons at its end.
 constexpr int GraspableWidth = 160;
 
@@ -46,7 +47,8 @@ QPoint ReachablePlace(const QRect& window, int headerHeight, const QVector<QRect
     return nearest;
 }
 
-WindowReach::WindowReach(QWindow& window) : m_window(window) {
+WindowReach::WindowReach(QWindow& window, int headerHeight, QObject* parent)
+    : QObject(parent), m_window(window), m_headerHeight(headerHeight) {
     if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return;
     m_rest.setSingleShot(true);
@@ -72,9 +74,24 @@ void WindowReach::Follow(QScreen* screen) {
 void WindowReach::BringBack() {
     if (!m_window.isVisible() || m_window.visibility() == QWindow::Minimized)
         return;
-    const QPoint place = ReachablePlace(m_window.geometry(), HeaderHeight, AvailableScreens());
+    const QPoint place = ReachablePlace(m_window.geometry(), m_headerHeight, AvailableScreens());
     if (place != m_window.position())
         m_window.setPosition(place);
+}
+
+WindowsReach::WindowsReach(QWindow* first) {
+    Watch(first);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &WindowsReach::Watch);
+}
+
+WindowsReach::~WindowsReach() = default;
+
+void WindowsReach::Watch(QWindow* window) {
+    if (window == nullptr || window->findChild<WindowReach*>(QString(), Qt::FindDirectChildrenOnly) != nullptr)
+        return;
+    const auto* const header = window->property("header").value<QQuickItem*>();
+    if (header != nullptr)
+        new WindowReach(*window, qCeil(header->height()), window); // goes with its window
 }
 
 } // namespace tfs::tools

@@ -23,7 +23,8 @@ class WindowReach : public QObject {
     Q_OBJECT
 
 public:
-    explicit WindowReach(QWindow& window);
+    /// `headerHeight` in device-independent pixels.
+    WindowReach(QWindow& window, int headerHeight, QObject* parent = nullptr);
     ~WindowReach() override;
 
 private:
@@ -31,7 +32,22 @@ private:
     void BringBack();
 
     QWindow& m_window;
+    const int m_headerHeight;
     QTimer m_rest;
+};
+
+/// Keeps every window within reach that is moved by a header of its own, which it names as its property "header": the
+/// given one from now on, and dialogs from when they first have the keyboard. Lives on the GUI thread.
+class WindowsReach : public QObject {
+    Q_OBJECT
+
+public:
+    /// Null is no window.
+    explicit WindowsReach(QWindow* first);
+    ~WindowsReach() override;
+
+private:
+    void Watch(QWindow* window);
 };
 
 } // namespace tfs::tools

@@ -38,13 +38,17 @@ public:
     Session& LoopSession();
     void SetLoopSession(Session* session) noexcept { m_session = session; }
 
-    /// Makes a call and waits for it, at most the call's deadline. `build(Session&)` makes the request and
+    /// Makes a call and waits for it, at most `timeout` or the call's deadline. `build(Session&)` makes the request and
     /// `read(response, Record&)` takes the answer apart, both on the loop's thread; they carry plain data only. `out`
     /// is filled where an answer came whose payload counts. Codes of its own: eNotReady, eTimeout,
     /// eInsufficientResources (too many calls in flight), eInvalidSize (more than the service takes), eInvalidState
     /// (called from a receiver, on the loop's own thread).
     template <class Record, class Build, class Read>
-    result_t Call(Record& out, Build build, Read read, Payload payload = Payload::OfGoodCode) noexcept;
+    result_t Call(Record& out, Build build, Read read, Payload payload, std::chrono::milliseconds timeout) noexcept;
+    template <class Record, class Build, class Read>
+    result_t Call(Record& out, Build build, Read read, Payload payload = Payload::OfGoodCode) noexcept {
+        return Call(out, std::move(build), std::move(read), payload, m_limits.callTimeout);
+    }
 
     /// Makes sure that the session holds the interface.
     result_t Resolve(iid_t iid) noexcept;
@@ -125,7 +129,8 @@ private:
 };
 
 template <class Record, class Build, class Read>
-result_t ConnectionCore::Call(Record& out, Build build, Read read, Payload payload) noexcept {
+result_t ConnectionCore::Call(Record& out, Build build, Read read, Payload payload,
+                              std::chrono::milliseconds timeout) noexcept {
     try {
         if (m_queue.IsCurrent())
             return eInvalidState;
@@ -134,7 +139,7 @@ result_t ConnectionCore::Call(Record& out, Build build, Read read, Payload paylo
         auto place = TakePlace();
         if (!place)
             return eInsufficientResources;
-        const auto deadline = std::chrono::steady_clock::now() + m_limits.callTimeout;
+        const auto deadline = std::chrono::steady_clock::now() + timeout;
         const auto call = std::make_shared<PendingCall<Record>>();
         const std::uint64_t id = m_nextCallId.fetch_add(1, std::memory_order_relaxed);
         m_queue.Post(std::make_unique<CallTask<Record, Build, Read>>(

@@ -15,6 +15,7 @@ namespace ulk::remoting {
 struct ConnectionLimits {
     std::chrono::milliseconds connectTimeout{2000};
     std::chrono::milliseconds callTimeout{5000};
+    std::chrono::milliseconds longCallTimeout{600'000}; ///< of calls that move files; the heartbeat tells a dead peer
     std::chrono::milliseconds heartbeat{1000};
     std::size_t messageSize = tfs::wire::ReplySizeLimit;
     std::uint32_t callsInFlight = tfs::wire::CallsInFlightLimit;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <contract/tfs/app_info.h>
+#include <contract/tfs/backup.h>
 #include <contract/tfs/event_query.h>
 #include <contract/tfs/settings.h>
 #include <contract/tfs/tasks.h>
@@ -76,6 +77,27 @@ private:
     struct Page;
     /// Replaces the page by the one behind it.
     result_t QueryPage(const tfs::EventQuery& query, Page& page);
+};
+
+class BackupManagerProxy final : public Proxy<tfs::ITfstBackupManager, tfs::wire::schema::BackupManager> {
+public:
+    using Proxy::Proxy;
+    /// Fetches page after page, each within the call's deadline.
+    result_t Query(const tfs::QueryFilter& filter, tfs::BackupItems& items) override;
+    /// This and Restore have the deadline of long calls: they move files.
+    result_t Remove(const tfs::QueryFilter& filter) override;
+    result_t Restore(tfs::BackupId id) override;
+
+private:
+    struct Page;
+    /// Replaces the page by the one behind it.
+    result_t QueryPage(const tfs::QueryFilter& filter, Page& page);
+};
+
+class BackupConfiguratorProxy final : public Proxy<tfs::ITfsBackupConfigurator, tfs::wire::schema::BackupConfigurator> {
+public:
+    using Proxy::Proxy;
+    result_t GetSettings(tfs::settings::BackupSettings& backupSettings) override;
 };
 
 /// Subscriptions belong to the connection and not to the proxy: any of a connection's proxies may end one.

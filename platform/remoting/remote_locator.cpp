@@ -26,6 +26,8 @@ constexpr ProxyEntry Proxies[] = {
     {tfs::IPolicyManager::Iid, &Make<PolicyManagerProxy, tfs::IPolicyManager>},
     {tfs::ITfsTaskManager::Iid, &Make<TaskManagerProxy, tfs::ITfsTaskManager>},
     {tfs::IEventStorer::Iid, &Make<EventStorerProxy, tfs::IEventStorer>},
+    {tfs::ITfstBackupManager::Iid, &Make<BackupManagerProxy, tfs::ITfstBackupManager>},
+    {tfs::ITfsBackupConfigurator::Iid, &Make<BackupConfiguratorProxy, tfs::ITfsBackupConfigurator>},
     {tfs::IEventSubscriber::Iid, &Make<EventSubscriberProxy, tfs::IEventSubscriber>},
 };
 

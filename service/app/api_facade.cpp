@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/app/api_facade.h>
 #include <service/app/guarded.h>
+#include <service/app/reports_allowed.h>
 
 namespace tfs::service::app {
 
@@ -8,6 +9,10 @@ result_t ApiFacade::GetAppInfo(AppInfo& appInfo) noexcept {
     return Guarded([&] {
         const scan::ScannerState state = m_scanner.State();
         appInfo = AppInfo();
+        m_info.Fill(appInfo);
+        core::TaskInfo monitoring;
+        appInfo.isOASEnabled = ULK_SUCCEEDED(m_tasks.GetTaskInfo(task_name::FileMonitoring, monitoring)) &&
+                               monitoring.state == types::TaskState::Started;
         appInfo.avBasesLoaded = state.loaded;
         appInfo.avBasesDate = FileTimeTicks(state.basesDate);
         appInfo.lastMyCompScanTime = m_tasks.LastFullScan();
@@ -27,6 +32,8 @@ result_t ApiFacade::GetAppSettings(tfs::settings::AppSettings& appSettings) noex
         return ulk::sOk;
     });
 }
+
+bool ApiFacade::AreReportsAllowed(const rpc::Caller& caller) noexcept { return ReportsAllowed(m_settings, caller); }
 
 result_t ApiFacade::GetPolicy(PolicyState& state) noexcept {
     return Guarded([&] {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <service/app/scanner_host.h>
+#include <service/app_info/app_info_keeper.h>
 #include <service/rpc/service_api.h>
 #include <service/settings/settings_store.h>
 #include <service/tasks/task_registry.h>
@@ -13,11 +14,12 @@ namespace tfs::service::app {
 class ApiFacade final : public rpc::IServiceApi {
 public:
     ApiFacade(const settings::SettingsStore& settings, const ScannerHost& scanner, const update::UpdateArea& bases,
-              tasks::TaskRegistry& tasks)
-        : m_settings(settings), m_scanner(scanner), m_bases(bases), m_tasks(tasks) {}
+              const app_info::AppInfoKeeper& info, tasks::TaskRegistry& tasks)
+        : m_settings(settings), m_scanner(scanner), m_bases(bases), m_info(info), m_tasks(tasks) {}
 
     result_t GetAppInfo(AppInfo& appInfo) noexcept override;
     result_t GetAppSettings(tfs::settings::AppSettings& appSettings) noexcept override;
+    bool AreReportsAllowed(const rpc::Caller& caller) noexcept override;
     result_t GetPolicy(PolicyState& state) noexcept override;
     result_t IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) noexcept override;
     result_t CanBeStarted(const rpc::Caller& caller, const std::u16string& taskName, bool& allowed) noexcept override;
@@ -44,6 +46,7 @@ private:
     const settings::SettingsStore& m_settings;
     const ScannerHost& m_scanner;
     const update::UpdateArea& m_bases;
+    const app_info::AppInfoKeeper& m_info;
     tasks::TaskRegistry& m_tasks;
 };
 

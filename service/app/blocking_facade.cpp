@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/app/blocking_facade.h>
 #include <service/app/guarded.h>
+#include <service/app/reports_allowed.h>
 
 namespace tfs::service::app {
 
 template <class Body>
 result_t BlockingFacade::ForReader(const rpc::Caller& caller, Body body) noexcept {
-    return Guarded([&] {
-        const bool refused = caller.uid != 0 && m_settings.Current()->application.uiReportsForRootOnly;
-        return refused ? ulk::eAccessDenied : body();
-    });
+    return Guarded([&] { return ReportsAllowed(m_settings, caller) ? body() : ulk::eAccessDenied; });
 }
 
 result_t BlockingFacade::SetAppSettings(const rpc::Caller& caller, const tfs::settings::SettingsChangeList& changes,

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <foundation/datetime.h>
 #include <service/app/scanner_host.h>
 
 #include <chrono>
+#include <exception>
 #include <optional>
 #include <utility>
 
@@ -30,6 +32,14 @@ Event MakeNotLoaded(const std::string& why) {
 }
 
 } // namespace
+
+std::int64_t FileTimeTicks(std::int64_t unixTime) noexcept {
+    try {
+        return unixTime == 0 ? 0 : ulk::datetime::TicksFromSeconds(unixTime);
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
 
 ScannerHost::ScannerHost(scan::ScannerConfig config, update::UpdateArea& bases, store::IEventPublisher& publisher,
                          ulk::Ptr<ulk::ITracer> tracer)
@@ -132,6 +142,8 @@ void ScannerHost::Refresh() {
     m_changed.notify_all();
     if (applied)
         m_publisher.Publish(std::move(*applied));
+    if (m_stateChanged)
+        m_stateChanged();
 }
 
 scan::ScannerState ScannerHost::State() const {

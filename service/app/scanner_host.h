@@ -10,6 +10,7 @@
 #include <service/update/update_area.h>
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -30,8 +31,11 @@ public:
     void Stop() noexcept;
     /// From memory.
     scan::ScannerState State() const;
+    /// Called without a lock, on threads of the host, whenever State has changed. Set before Start.
+    void SetStateChanged(std::function<void()> changed) { m_stateChanged = std::move(changed); }
 
     result_t WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) override;
+    std::shared_ptr<scan::ScannerService> Scanner() const override;
     std::unique_ptr<scan::IScanRun> MakeRun(tasks::ScanKind kind, scan::ScanOptions options,
                                             scan::IScanObserver& observer) override;
     /// Waits for the signatures of the start first, whether they could be loaded or not.
@@ -41,14 +45,16 @@ private:
     void Load();
     void Refresh();
     /// Looks at `cancelled`, without the lock, and waits for the next look; false where it is true or the end has come.
-    bool WaitForChange(ulk::LockGuard& lock, const std::function<bool()>& cancelled) ULK_REQUIRES(m_mutex);
+    /// The analysis can't follow a lock that is handed over.
+    bool WaitForChange(ulk::LockGuard& lock, const std::function<bool()>& cancelled)
+        ULK_REQUIRES(m_mutex) ULK_NO_ANALYSIS;
     std::shared_ptr<scan::ScannerService> OpenScanner();
-    std::shared_ptr<scan::ScannerService> Scanner() const;
 
     const scan::ScannerConfig m_config;
     update::UpdateArea& m_bases;
     store::IEventPublisher& m_publisher;
     const ulk::Ptr<ulk::ITracer> m_tracer;
+    std::function<void()> m_stateChanged;
     std::thread m_loader;
 
     mutable ulk::Mutex m_mutex;
@@ -61,9 +67,8 @@ private:
     std::int64_t m_announcedDate ULK_GUARDED_BY(m_mutex) = 0;
 };
 
-/// Ticks of 100 ns since 1601 of a time in seconds since 1970; 0 stays 0, which is "unknown" in both.
-constexpr std::int64_t FileTimeTicks(std::int64_t unixTime) noexcept {
-    return unixTime == 0 ? 0 : unixTime * 10000000 + 116444736000000000;
-}
+/// Ticks of 100 ns since 1601 of a time in seconds since 1970; 0 stays 0, which is "unknown" in both, and so is a time
+/// that ticks can't tell.
+std::int64_t FileTimeTicks(std::int64_t unixTime) noexcept;
 
 } // namespace tfs::service::app

@@ -82,17 +82,25 @@ void ServiceApp::MakeAreas() {
     m_systemLog->SetEnabled(AtStart().useSyslog);
     m_bases = std::make_unique<update::UpdateArea>(m_paths.basesFolder, m_paths.seedBasesFolder);
     m_scanner = std::make_unique<ScannerHost>(DescribeScanner(), *m_bases, *m_events, m_tracer.Get());
+    m_storageClock = std::make_unique<tasks::SystemWallClock>();
+    m_storage = std::make_unique<storage::StorageArea>(FolderOf(m_paths.taskStateFile) + "objects/",
+                                                       LimitsOf(AtStart()), *m_events, *m_storageClock, m_tracer.Get());
     m_tasks = std::make_unique<tasks::TaskRegistry>(DescribeTasks(), MakeFactories(), *m_events, m_tracer.Get());
     m_clock = std::make_unique<tasks::SystemWallClock>();
     m_scheduler = std::make_unique<tasks::Scheduler>(*m_clock, *m_tasks);
     m_tasks->SetScheduleChanged([this] { m_scheduler->Wake(); });
-    m_api = std::make_unique<ApiFacade>(*m_settings, *m_scanner, *m_bases, *m_tasks);
+    m_infoClock = std::make_unique<tasks::SystemWallClock>();
+    m_info = std::make_unique<app_info::AppInfoKeeper>(
+        DescribeInfo(), *m_infoClock, [this] { return AskScanner(); }, *m_events, m_tracer.Get());
+    m_scanner->SetStateChanged([this] { m_info->Wake(); });
+    m_api = std::make_unique<ApiFacade>(*m_settings, *m_scanner, *m_bases, *m_info, *m_tasks);
     m_blockingApi = std::make_unique<BlockingFacade>(*m_settings, *m_events, *m_tasks);
+    m_backupApi = std::make_unique<BackupFacade>(*m_settings, *m_storage);
 }
 
 void ServiceApp::FollowSettings() {
     m_effects = std::make_unique<SettingsEffects>(
-        m_paths.root, SettingsEffects::Areas{*m_settings, m_tracer, *m_events, *m_tasks, *m_systemLog});
+        m_paths.root, SettingsEffects::Areas{*m_settings, m_tracer, *m_events, *m_tasks, *m_systemLog, *m_storage});
     if (!m_settingsProblem.empty()) {
         ULK_TRACE(Tracer(), ulk::level::Failure) << m_settingsProblem << "; defaults are in force";
         m_events->Publish(MakeSettingsNotUsed(m_paths.configuration, m_settingsProblem));
@@ -125,10 +133,14 @@ result_t ServiceApp::Start(std::string& problem) {
         started.type = types::EventName::ApplicationStarted;
         m_events->Publish(std::move(started));
         FollowSettings();
+        m_storage->Start();
         m_tasks->Load();
+        m_info->Start();
         m_scanner->Start();
+        m_tasks->StartLasting();
 
-        m_rpc = std::make_unique<rpc::RpcServer>(DescribeServer(), *m_api, *m_blockingApi, m_feeds->First(), Tracer());
+        m_rpc = std::make_unique<rpc::RpcServer>(
+            DescribeServer(), *m_api, rpc::BlockingApis{*m_blockingApi, m_backupApi.get()}, m_feeds->First(), Tracer());
         const result_t result = m_rpc->Start();
         problem = ULK_SUCCEEDED(result) ? noTrace
                                         : "can't serve " + m_paths.socket + ": " + std::string(ulk::ResultText(result));
@@ -170,8 +182,25 @@ tasks::TaskRegistry::Options ServiceApp::DescribeTasks() const {
     tasks::TaskRegistry::Options options;
     options.stateFile = m_paths.taskStateFile;
     options.fullScanAreas = m_settings->AtStart().scanScope;
+    if (!m_paths.root.empty()) // a development run leaves the machine alone
+        options.monitoredAreas = {m_paths.root};
     options.rules = RulesOf(*m_atStart);
     return options;
+}
+
+app_info::AppInfoKeeper::Options ServiceApp::DescribeInfo() const {
+    app_info::AppInfoKeeper::Options options;
+    options.scannerProgram = m_paths.scannerProgram;
+    options.update.programs = {m_paths.serviceProgram, m_paths.scannerProgram};
+    options.update.libraryFolder = m_paths.libraryFolder;
+    // A development run asks the package manager of its own root, where mostly there is none.
+    options.update.packages.root = m_paths.root;
+    return options;
+}
+
+app_info::ScannerFacts ServiceApp::AskScanner() const {
+    const scan::ScannerState state = m_scanner->State();
+    return {state.loaded, FileTimeTicks(state.basesDate), state.process};
 }
 
 std::vector<std::string> ServiceApp::ScanExclusions() const {
@@ -182,11 +211,23 @@ std::vector<std::string> ServiceApp::ScanExclusions() const {
     return exclusions;
 }
 
+realtime::RealtimeSetup ServiceApp::DescribeProtection() const {
+    realtime::RealtimeSetup setup;
+    setup.exclusions = ScanExclusions();
+    // Only root writes there, and who calls for help by our programs must not wait for himself.
+    setup.exclusions.push_back(WithoutSlash(FolderOf(WithoutSlash(m_paths.libraryFolder))));
+    setup.keeper = m_storage.get();
+    setup.ownPrograms = {"/proc/self/exe", m_paths.scannerProgram, m_bases->Config().programs.freshclam};
+    return setup;
+}
+
 tasks::RunFactories ServiceApp::MakeFactories() {
-    m_scans = std::make_unique<tasks::ScanRunFactory>(*m_scanner, ScanExclusions());
+    m_scans = std::make_unique<tasks::ScanRunFactory>(*m_scanner, ScanExclusions(), m_storage.get());
     m_updates = std::make_unique<update::UpdateRunFactory>(*m_bases, *m_scanner);
     m_rollbacks = std::make_unique<update::RollbackRunFactory>(*m_bases, *m_scanner);
-    tasks::RunFactories factories{{task_type::ODS, m_scans.get()},
+    m_realtime = std::make_unique<realtime::RealtimeRunFactory>(*m_scanner, DescribeProtection());
+    tasks::RunFactories factories{{task_type::OAS, m_realtime.get()},
+                                  {task_type::ODS, m_scans.get()},
                                   {task_type::BootScan, m_scans.get()},
                                   {task_type::MemoryScan, m_scans.get()},
                                   {task_type::Rollback, m_rollbacks.get()}};
@@ -200,8 +241,12 @@ void ServiceApp::Stop() noexcept {
         m_policy->Stop();
     if (m_scheduler)
         m_scheduler->Stop();
+    if (m_info)
+        m_info->Stop();
     if (m_tasks)
         m_tasks->Shutdown();
+    if (m_storage) // before the server, whose helpers may be restoring
+        m_storage->Stop();
     if (m_events && m_rpc) {
         try {
             Event stopped;
@@ -218,16 +263,22 @@ void ServiceApp::Stop() noexcept {
     m_rpc.reset();
     m_policy.reset();
     m_effects.reset();
+    m_backupApi.reset();
     m_blockingApi.reset();
     m_api.reset();
     if (m_scanner)
         m_scanner->Stop();
+    m_info.reset();
+    m_infoClock.reset();
     m_scheduler.reset();
     m_clock.reset();
     m_tasks.reset();
     m_rollbacks.reset();
     m_updates.reset();
+    m_realtime.reset();
     m_scans.reset();
+    m_storage.reset();
+    m_storageClock.reset();
     m_scanner.reset();
     m_bases.reset();
     m_systemLog.reset();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <service/app/api_facade.h>
+#include <service/app/backup_facade.h>
 #include <service/app/blocking_facade.h>
 #include <service/app/feed_tee.h>
 #include <service/app/instance_lock.h>
@@ -11,9 +12,12 @@
 #include <service/app/service_tracer.h>
 #include <service/app/settings_effects.h>
 #include <service/app/system_log.h>
+#include <service/app_info/app_info_keeper.h>
+#include <service/realtime/realtime_run_factory.h>
 #include <service/rpc/rpc_server.h>
 #include <service/settings/policy_watcher.h>
 #include <service/settings/settings_store.h>
+#include <service/storage/storage_area.h>
 #include <service/store/event_bus.h>
 #include <service/tasks/scan_run_factory.h>
 #include <service/tasks/scheduler.h>
@@ -57,6 +61,8 @@ public:
     /// Valid while started.
     rpc::IServiceApi& Api() noexcept { return *m_api; }
     rpc::IBlockingApi& BlockingApi() noexcept { return *m_blockingApi; }
+    rpc::IBackupApi& BackupApi() noexcept { return *m_backupApi; }
+    storage::IObjectKeeper& Keeper() noexcept { return *m_storage; }
     store::EventBus& Events() noexcept { return *m_events; }
     ulk::ITracer* Tracer() const noexcept { return m_tracer.Get().Get(); }
 
@@ -73,7 +79,10 @@ private:
     scan::ScannerConfig DescribeScanner() const;
     tasks::TaskRegistry::Options DescribeTasks() const;
     std::vector<std::string> ScanExclusions() const;
+    realtime::RealtimeSetup DescribeProtection() const;
     tasks::RunFactories MakeFactories();
+    app_info::AppInfoKeeper::Options DescribeInfo() const;
+    app_info::ScannerFacts AskScanner() const;
 
     const ServicePaths m_paths;
     const ServiceOptions m_options;
@@ -88,14 +97,20 @@ private:
     std::unique_ptr<SystemLogForwarder> m_systemLog;
     std::unique_ptr<update::UpdateArea> m_bases;
     std::unique_ptr<ScannerHost> m_scanner;
+    std::unique_ptr<tasks::SystemWallClock> m_storageClock;
+    std::unique_ptr<storage::StorageArea> m_storage;
     std::unique_ptr<tasks::ScanRunFactory> m_scans;
     std::unique_ptr<update::UpdateRunFactory> m_updates;
     std::unique_ptr<update::RollbackRunFactory> m_rollbacks;
+    std::unique_ptr<realtime::RealtimeRunFactory> m_realtime;
     std::unique_ptr<tasks::TaskRegistry> m_tasks;
     std::unique_ptr<tasks::SystemWallClock> m_clock;
     std::unique_ptr<tasks::Scheduler> m_scheduler;
+    std::unique_ptr<tasks::SystemWallClock> m_infoClock;
+    std::unique_ptr<app_info::AppInfoKeeper> m_info;
     std::unique_ptr<ApiFacade> m_api;
     std::unique_ptr<BlockingFacade> m_blockingApi;
+    std::unique_ptr<BackupFacade> m_backupApi;
     std::unique_ptr<SettingsEffects> m_effects;
     std::unique_ptr<settings::PolicyWatcher> m_policy;
     std::unique_ptr<rpc::RpcServer> m_rpc;

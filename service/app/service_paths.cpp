@@ -11,6 +11,7 @@ ServicePaths ServicePaths::OfProduct() {
     product.libraryFolder = paths::LibraryFolder;
     product.userTraceFolder = paths::UserLogFolder;
     product.userDumpFolder = paths::UserDumpFolder;
+    product.serviceProgram = paths::ServiceProgram;
     product.scannerProgram = paths::ScannerProgram;
     product.seedBasesFolder = paths::SeedBasesFolder;
     product.basesFolder = paths::BasesFolder;

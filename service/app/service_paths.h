@@ -12,6 +12,7 @@ struct ServicePaths {
     std::string libraryFolder;
     std::string userTraceFolder; ///< where the window of each user has a folder for its trace
     std::string userDumpFolder;  ///< the same for what is left of a crash
+    std::string serviceProgram;
     std::string scannerProgram;
     std::string seedBasesFolder;
     std::string basesFolder;

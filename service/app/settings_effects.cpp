@@ -22,11 +22,16 @@ tasks::TaskRegistry::UserRules RulesOf(const settings::EffectiveSettings& settin
             settings.application.limitNumberOfScanFileTasks};
 }
 
+tfs::settings::BackupSettings LimitsOf(const tfs::settings::AppSettings& settings) noexcept {
+    return {settings.daysToLive, settings.backupSizeLimit};
+}
+
 std::string SettingsEffects::Apply(const settings::EffectiveSettings& before,
                                    const settings::EffectiveSettings& after) {
     m_areas.tasks.SetUserRules(RulesOf(after));
     m_areas.events.SetMaxEvents(after.application.maxEventsNumber);
     m_areas.systemLog.SetEnabled(after.application.useSyslog);
+    m_areas.storage.SetSettings(LimitsOf(after.application));
     if (TracesAlike(before.application, after.application))
         return {};
     const result_t result = m_areas.tracer.Configure(m_root, after.application);

@@ -6,6 +6,7 @@
 #include <service/app/service_tracer.h>
 #include <service/app/system_log.h>
 #include <service/settings/settings_store.h>
+#include <service/storage/storage_area.h>
 #include <service/store/event_bus.h>
 #include <service/tasks/task_registry.h>
 #include <service/tasks/user_names.h>
@@ -24,6 +25,7 @@ public:
         store::EventBus& events;
         tasks::TaskRegistry& tasks;
         SystemLogForwarder& systemLog;
+        storage::StorageArea& storage;
     };
 
     /// `root` is put before the paths of the settings.
@@ -43,6 +45,9 @@ private:
     tasks::UserNames m_names;
     std::vector<settings::PolicyProblem> m_told; ///< of the watcher's thread
 };
+
+/// How much Storage keeps, and for how long.
+tfs::settings::BackupSettings LimitsOf(const tfs::settings::AppSettings& settings) noexcept;
 
 /// What the settings in force let users do.
 tasks::TaskRegistry::UserRules RulesOf(const settings::EffectiveSettings& settings) noexcept;

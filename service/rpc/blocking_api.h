@@ -4,6 +4,7 @@
 
 #include <contract/tfs/event_query.h>
 #include <contract/tfs/settings.h>
+#include <service/rpc/backup_api.h>
 #include <service/rpc/service_api.h>
 #include <service/store/event_page.h>
 
@@ -37,6 +38,20 @@ public:
     /// and fewer where they take long to find. The cursor moves on with each page.
     virtual result_t QueryEvents(const Caller& caller, const EventQuery& query, store::EventCursor cursor,
                                  std::size_t byteLimit, store::EventPage& page) noexcept = 0;
+};
+
+/// Both sides that may block, for calls to take the one that they need. Outlives whoever has one.
+class BlockingApis {
+public:
+    /// `backup` may be null: nobody can ask for Storage then.
+    BlockingApis(IBlockingApi& service, IBackupApi* backup = nullptr) noexcept : m_service(service), m_backup(backup) {}
+    bool HasBackup() const noexcept { return m_backup != nullptr; }
+    operator IBlockingApi&() const noexcept { return m_service; }
+    operator IBackupApi&() const noexcept { return *m_backup; }
+
+private:
+    IBlockingApi& m_service;
+    IBackupApi* m_backup;
 };
 
 } // namespace tfs::service::rpc

@@ -20,16 +20,16 @@ namespace tfs::service::rpc {
 /// nothing is touched.
 class BlockingCalls : public std::enable_shared_from_this<BlockingCalls> {
 public:
-    /// All three outlive the object; `api` and `queue` outlive the workers' jobs too. `limit` calls may wait beside the
-    /// one that runs.
-    BlockingCalls(IBlockingApi& api, Worker& workers, wire::LoopQueue& queue, std::size_t limit)
-        : m_api(api), m_workers(workers), m_queue(queue), m_limit(limit) {}
+    /// All three outlive the object; `apis` and `queue` outlive the workers' jobs too. `limit` calls may wait beside
+    /// the one that runs.
+    BlockingCalls(BlockingApis apis, Worker& workers, wire::LoopQueue& queue, std::size_t limit)
+        : m_apis(apis), m_workers(workers), m_queue(queue), m_limit(limit) {}
     /// What hasn't begun never runs.
     ~BlockingCalls();
     BlockingCalls(const BlockingCalls&) = delete;
     BlockingCalls& operator=(const BlockingCalls&) = delete;
 
-    IBlockingApi& Api() const noexcept { return m_api; }
+    const BlockingApis& Apis() const noexcept { return m_apis; }
     /// Resolves when `body`, which throws nothing, has run; null where too many calls are waiting. Who drops the
     /// promise withdraws the call, unless it has begun: then it runs to its end and keeps the next one waiting.
     kj::Maybe<kj::Promise<void>> Start(std::function<void()> body);
@@ -45,7 +45,7 @@ private:
     void Finish(std::uint64_t id);
     void Withdraw(std::uint64_t id) noexcept;
 
-    IBlockingApi& m_api;
+    const BlockingApis m_apis;
     Worker& m_workers;
     wire::LoopQueue& m_queue;
     const std::size_t m_limit;

@@ -7,9 +7,11 @@ namespace tfs::service::rpc {
 
 Connection::Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
                        const RpcServerOptions& options, IServiceApi& serviceApi,
-                       std::shared_ptr<BlockingCalls> blockingCalls, EventHub& eventHub, ulk::ITracer* tracer)
-    : m_context(std::make_shared<ConnectionContext>(ConnectionContext{
-          who, admitted, serviceApi, std::move(blockingCalls), eventHub, options.subscriptions, this})),
+                       std::shared_ptr<BlockingCalls> blockingCalls, std::shared_ptr<BlockingCalls> slowCalls,
+                       EventHub& eventHub, ulk::ITracer* tracer)
+    : m_context(std::make_shared<ConnectionContext>(ConnectionContext{who, admitted, serviceApi,
+                                                                      std::move(blockingCalls), std::move(slowCalls),
+                                                                      eventHub, options.subscriptions, this})),
       m_options(options), m_tracer(tracer),
       m_socket(io.lowLevelProvider->wrapSocketFd(kj::mv(socket), kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                                      kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),

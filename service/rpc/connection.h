@@ -19,7 +19,7 @@ class Connection final : private IConnection {
 public:
     Connection(kj::AsyncIoContext& io, kj::AutoCloseFd socket, const Caller& who, result_t admitted,
                const RpcServerOptions& options, IServiceApi& serviceApi, std::shared_ptr<BlockingCalls> blockingCalls,
-               EventHub& eventHub, ulk::ITracer* tracer);
+               std::shared_ptr<BlockingCalls> slowCalls, EventHub& eventHub, ulk::ITracer* tracer);
     ~Connection() noexcept(false);
     KJ_DISALLOW_COPY(Connection);
 

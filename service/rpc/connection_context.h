@@ -39,6 +39,7 @@ struct ConnectionContext {
     const result_t admission; ///< a failure is the answer to the greeting; nothing else is answered then
     IServiceApi& api;
     const std::shared_ptr<BlockingCalls> blocking;
+    const std::shared_ptr<BlockingCalls> slow;
     EventHub& hub;
     const std::size_t subscriptionsLimit;
     IConnection* connection; ///< null when it has ended; no subscription may begin then

@@ -2,6 +2,7 @@
 #include <service/rpc/event_hub.h>
 #include <service/rpc/event_subscription.h>
 #include <service/rpc/objects.h>
+#include <service/rpc/report_rights.h>
 #include <service/rpc/trace_caller.h>
 #include <wire/event_records.h>
 #include <wire/text.h>
@@ -72,13 +73,20 @@ kj::Promise<void> EventSubscription::WaitForEvents() {
     return kj::mv(pair.promise);
 }
 
-bool EventSubscription::Take(const Event& event) {
+std::size_t EventSubscription::Take(const Event& event) {
     if (event.id > 0) {
         if (event.id <= m_lastId)
-            return false; // seen in the store already
+            return 0; // seen in the store already
         m_lastId = event.id;
     }
-    return m_filter.Passes(event);
+    if (!m_filter.Passes(event))
+        return 0;
+    const Event* told = &event;
+    // Asked anew for each event: the setting may change while one subscribes.
+    if (!m_context->api.AreReportsAllowed(m_context->caller) && !IsOwn(event, m_context->caller))
+        told = &m_shortened.emplace_back(WithoutReport(event));
+    m_batch.push_back(told);
+    return wire::EstimateSize(*told);
 }
 
 kj::Promise<void> EventSubscription::Step() {
@@ -96,10 +104,7 @@ kj::Promise<void> EventSubscription::Step() {
         if (bytes >= BatchBytes)
             break;
         m_sequence = item.sequence + 1;
-        if (Take(*item.event)) {
-            m_batch.push_back(item.event.get());
-            bytes += wire::EstimateSize(*item.event);
-        }
+        bytes += Take(*item.event);
     }
     return SendBatch(bytes).then([this] { return Step(); });
 }
@@ -113,9 +118,11 @@ kj::Promise<void> EventSubscription::SendBatch(std::size_t bytes) {
         if (!WriteBatch(list))
             continue;
         m_batch.clear();
+        m_shortened.clear();
         m_items.clear();
         return request.send();
     }
+    m_shortened.clear();
     m_items.clear();
     return kj::evalLater([] {});
 }
@@ -174,11 +181,7 @@ kj::Promise<void> EventSubscription::SendPage(SharedPage page, std::size_t from)
         return m_context->connection->OnWritten().then([this, page, from] { return SendPage(page, from); });
     std::size_t bytes = 0;
     while (from < page->events.size() && bytes < BatchBytes) {
-        const Event& event = page->events[from++];
-        if (Take(event)) {
-            m_batch.push_back(&event);
-            bytes += wire::EstimateSize(event);
-        }
+        bytes += Take(page->events[from++]);
     }
     auto sent = SendBatch(bytes);
     if (from == page->events.size())

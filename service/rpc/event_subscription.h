@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <kj/async.h>
 #include <memory>
 #include <optional>
@@ -44,8 +45,8 @@ private:
     kj::Promise<void> CatchUp();
     kj::Promise<void> CatchUpTo(Event::IdType lastId);
     kj::Promise<void> SendPage(SharedPage page, std::size_t from);
-    /// Notes that the event has been dealt with, and tells whether it is to be sent.
-    bool Take(const Event& event);
+    /// Notes that the event has been dealt with, and puts it into the batch where it is to be sent. Returns its size.
+    std::size_t Take(const Event& event);
     kj::Promise<void> SendBatch(std::size_t bytes);
     /// False where an event could not be written; it is left out of the batch then.
     bool WriteBatch(capnp::List<wire::schema::Event>::Builder list);
@@ -58,7 +59,8 @@ private:
     unsigned m_failedReads = 0;   ///< of the store, in a row
     std::optional<EventHub::CatchUpScope> m_catchUp;
     std::vector<store::FeedItem> m_items;
-    std::vector<const Event*> m_batch; ///< point into m_items or into the page being sent
+    std::vector<const Event*> m_batch; ///< point into m_items, into the page being sent or into m_shortened
+    std::deque<Event> m_shortened;     ///< those of the batch that this user isn't told whole
     bool m_published = false;
     bool m_hasEnded = false;
     kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_waiting;

@@ -23,11 +23,21 @@ struct ObjectEntry {
 };
 
 constexpr ObjectEntry Objects[] = {
-    {IAppInfoProvider::Iid, &Make<AppInfoObject>},       {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
-    {IPolicyProvider::Iid, &Make<PolicyProviderObject>}, {IPolicyManager::Iid, &Make<PolicyManagerObject>},
-    {ITfsTaskManager::Iid, &Make<TaskManagerObject>},    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
+    {IAppInfoProvider::Iid, &Make<AppInfoObject>},
+    {IAppSettingsHandler::Iid, &Make<AppSettingsObject>},
+    {IPolicyProvider::Iid, &Make<PolicyProviderObject>},
+    {IPolicyManager::Iid, &Make<PolicyManagerObject>},
+    {ITfsTaskManager::Iid, &Make<TaskManagerObject>},
+    {IEventSubscriber::Iid, &Make<EventSubscriberObject>},
     {IEventStorer::Iid, &Make<EventStorerObject>},
+    {ITfstBackupManager::Iid, &Make<BackupManagerObject>},
+    {ITfsBackupConfigurator::Iid, &Make<BackupConfiguratorObject>},
 };
+
+/// A service without Storage has these not.
+bool BelongsToStorage(std::uint32_t iid) noexcept {
+    return iid == ITfstBackupManager::Iid || iid == ITfsBackupConfigurator::Iid;
+}
 
 } // namespace
 
@@ -68,7 +78,7 @@ result_t LocatorObject::GetInterface(Schema::GetInterfaceParams::Reader params,
     if (known == m_objects.end()) {
         const auto entry = std::find_if(std::begin(Objects), std::end(Objects),
                                         [iid](const ObjectEntry& candidate) { return candidate.iid == iid; });
-        if (entry == std::end(Objects))
+        if (entry == std::end(Objects) || (BelongsToStorage(iid) && !m_context->blocking->Apis().HasBackup()))
             return ulk::eNoInterface;
         known = m_objects.emplace(iid, entry->make(m_context)).first;
     }
@@ -78,9 +88,17 @@ result_t LocatorObject::GetInterface(Schema::GetInterfaceParams::Reader params,
 
 std::span<const std::span<const Method>> AllMethodTables() noexcept {
     static const std::span<const Method> Tables[] = {
-        LocatorObject::Methods(),         AppInfoObject::Methods(),       AppSettingsObject::Methods(),
-        PolicyProviderObject::Methods(),  PolicyManagerObject::Methods(), TaskManagerObject::Methods(),
-        EventSubscriberObject::Methods(), SubscriptionObject::Methods(),  EventStorerObject::Methods(),
+        LocatorObject::Methods(),
+        AppInfoObject::Methods(),
+        AppSettingsObject::Methods(),
+        PolicyProviderObject::Methods(),
+        PolicyManagerObject::Methods(),
+        TaskManagerObject::Methods(),
+        EventSubscriberObject::Methods(),
+        SubscriptionObject::Methods(),
+        EventStorerObject::Methods(),
+        BackupManagerObject::Methods(),
+        BackupConfiguratorObject::Methods(),
     };
     return Tables;
 }

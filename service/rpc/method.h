@@ -35,10 +35,10 @@ class Method;
 /// thread.
 class ServiceObject : public capnp::Capability::Server {
 public:
-    /// `methods` outlives the object. `blocking` is there where a method of the table blocks.
+    /// `methods` outlives the object. `blocking` and `slow` are there where a method of the table blocks or is slow.
     ServiceObject(std::span<const Method> methods, const Caller& caller,
-                  std::shared_ptr<BlockingCalls> blocking = nullptr)
-        : m_methods(methods), m_caller(caller), m_blocking(std::move(blocking)) {}
+                  std::shared_ptr<BlockingCalls> blocking = nullptr, std::shared_ptr<BlockingCalls> slow = nullptr)
+        : m_methods(methods), m_caller(caller), m_blocking(std::move(blocking)), m_slow(std::move(slow)) {}
 
     using Context = capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer>;
     DispatchCallResult dispatchCall(std::uint64_t interfaceId, std::uint16_t methodId, Context context) final;
@@ -56,6 +56,7 @@ private:
     const std::span<const Method> m_methods;
     const Caller m_caller;
     const std::shared_ptr<BlockingCalls> m_blocking;
+    const std::shared_ptr<BlockingCalls> m_slow;
 };
 
 /// One row of an object's table. Exceptions from what a method does are turned into a code, and never end the loop.
@@ -72,12 +73,20 @@ public:
     /// Answered by a helper thread. `BlockingCall` is made for each call and has
     /// - the types Params and Results,
     /// - `void Read(Params::Reader)`, which copies the parameters, on the loop's thread,
-    /// - `result_t Run(IBlockingApi&, const Caller&)`, on a helper thread,
+    /// - `result_t Run(IBlockingApi&, const Caller&)`, or the same with IBackupApi, on a helper thread,
     /// - `void Write(result_t code, Results::Builder)`, which writes what there is beside the code, on the loop's
     /// thread. A call that has to wait behind too many of its connection is eInsufficientResources.
     template <class Interface, class BlockingCall>
     static constexpr Method Blocking(std::uint16_t ordinal, const char* name, Privilege privilege) {
-        return Method(capnp::typeId<Interface>(), ordinal, name, privilege, &InvokeBlocking<BlockingCall>);
+        return Method(capnp::typeId<Interface>(), ordinal, name, privilege,
+                      &InvokeBlocking<BlockingCall, &ServiceObject::m_blocking>);
+    }
+    /// The same for what takes as long as files are large: on helper threads of its own, so that the connection's other
+    /// calls are answered meanwhile.
+    template <class Interface, class BlockingCall>
+    static constexpr Method Slow(std::uint16_t ordinal, const char* name, Privilege privilege) {
+        return Method(capnp::typeId<Interface>(), ordinal, name, privilege,
+                      &InvokeBlocking<BlockingCall, &ServiceObject::m_slow>);
     }
 
     constexpr std::uint64_t InterfaceId() const noexcept { return m_interfaceId; }
@@ -107,7 +116,7 @@ private:
 
     template <auto Body>
     static kj::Promise<void> Invoke(ServiceObject& object, const Method& method, ServiceObject::Context context);
-    template <class BlockingCall>
+    template <class BlockingCall, auto Calls>
     static kj::Promise<void> InvokeBlocking(ServiceObject& object, const Method& method,
                                             ServiceObject::Context context);
     template <class Context, class Write>
@@ -150,7 +159,7 @@ kj::Promise<void> Method::Invoke(ServiceObject& object, const Method& method, Se
     return kj::READY_NOW;
 }
 
-template <class BlockingCall>
+template <class BlockingCall, auto Calls>
 kj::Promise<void> Method::InvokeBlocking(ServiceObject& object, const Method& method, ServiceObject::Context context) {
     auto typed = object.Typed<typename BlockingCall::Params, typename BlockingCall::Results>(context);
     const auto refuse = [&typed](result_t code) -> kj::Promise<void> {
@@ -171,9 +180,10 @@ kj::Promise<void> Method::InvokeBlocking(ServiceObject& object, const Method& me
         return refuse(wire::ResultFromCurrentException());
     }
     typed.releaseParams();
-    auto started = object.m_blocking->Start([state, &api = object.m_blocking->Api(), caller = object.GetCaller()] {
+    BlockingCalls& calls = *(object.*Calls);
+    auto started = calls.Start([state, apis = calls.Apis(), caller = object.GetCaller()] {
         try {
-            state->code = state->call.Run(api, caller);
+            state->code = state->call.Run(apis, caller);
         } catch (...) {
             state->code = wire::ResultFromCurrentException();
         }

@@ -104,6 +104,20 @@ public:
     static std::span<const Method> Methods() noexcept;
 };
 
+class BackupManagerObject final : public ServiceObject {
+public:
+    explicit BackupManagerObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller, context->blocking, context->slow) {}
+    static std::span<const Method> Methods() noexcept;
+};
+
+class BackupConfiguratorObject final : public ServiceObject {
+public:
+    explicit BackupConfiguratorObject(const std::shared_ptr<ConnectionContext>& context)
+        : ServiceObject(Methods(), context->caller, context->blocking) {}
+    static std::span<const Method> Methods() noexcept;
+};
+
 class EventSubscriberObject final : public ServiceObject {
 public:
     explicit EventSubscriberObject(const std::shared_ptr<ConnectionContext>& context)

@@ -152,10 +152,13 @@ void RpcLoop::Serve(Newcomer newcomer, result_t admission) {
     ULK_TRACE(m_dependencies.tracer, ulk::level::Detail)
         << "rpc: user " << caller.uid << " (process " << static_cast<int>(caller.pid) << ") connected"
         << (caller.isAdministrator ? " as administrator" : "");
-    auto blocking = std::make_shared<BlockingCalls>(m_dependencies.blockingApi, m_dependencies.blockingWorkers,
-                                                    m_dependencies.queue, m_dependencies.options.blockingCallsWaiting);
+    const auto queueOf = [this](Worker& workers) {
+        return std::make_shared<BlockingCalls>(m_dependencies.blockingApis, workers, m_dependencies.queue,
+                                               m_dependencies.options.blockingCallsWaiting);
+    };
     auto connection = kj::heap<Connection>(m_io, kj::mv(newcomer.socket), caller, admission, m_dependencies.options,
-                                           m_dependencies.api, kj::mv(blocking), m_hub, m_dependencies.tracer);
+                                           m_dependencies.api, queueOf(m_dependencies.blockingWorkers),
+                                           queueOf(m_dependencies.slowWorkers), m_hub, m_dependencies.tracer);
     const auto place = m_guests.insert(m_guests.end(), Guest{std::move(newcomer.place), kj::mv(connection)});
     // KJ keeps a reference to an lvalue handed to then(): hand it temporaries.
     const auto remove = [this, place] {

@@ -23,13 +23,14 @@ namespace tfs::service::rpc {
 struct RpcLoopDependencies {
     const RpcServerOptions& options;
     IServiceApi& api;
-    IBlockingApi& blockingApi;
+    BlockingApis blockingApis;
     store::IEventFeed& feed;
     ulk::ITracer* tracer;
     wire::LoopQueue& queue;
     Worker& groupWorker;
     Worker& storeWorker;
     Worker& blockingWorkers;
+    Worker& slowWorkers;
     int listeningSocket;
 };
 

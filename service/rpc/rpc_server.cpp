@@ -16,9 +16,9 @@ namespace tfs::service::rpc {
 /// One run of the server, from Start to Stop.
 class RpcServerRun {
 public:
-    RpcServerRun(const RpcServerOptions& options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+    RpcServerRun(const RpcServerOptions& options, IServiceApi& api, BlockingApis blockingApis, store::IEventFeed& feed,
                  ulk::ITracer* tracer)
-        : m_options(options), m_api(api), m_blockingApi(blockingApi), m_feed(feed), m_tracer(tracer) {}
+        : m_options(options), m_api(api), m_blockingApis(blockingApis), m_feed(feed), m_tracer(tracer) {}
     ~RpcServerRun() {
         m_queue.RequestStop();
         if (m_thread.joinable())
@@ -26,6 +26,7 @@ public:
         m_groupWorker.Stop();
         m_storeWorker.Stop();
         m_blockingWorkers.Stop();
+        m_slowWorkers.Stop();
     }
 
     result_t Start() {
@@ -53,8 +54,8 @@ private:
         result_t result = ulk::sOk;
         try {
             auto io = kj::setupAsyncIo();
-            RpcLoop loop(io, {m_options, m_api, m_blockingApi, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker,
-                              m_blockingWorkers, m_socket.Descriptor()});
+            RpcLoop loop(io, {m_options, m_api, m_blockingApis, m_feed, m_tracer, m_queue, m_groupWorker, m_storeWorker,
+                              m_blockingWorkers, m_slowWorkers, m_socket.Descriptor()});
             m_loop = &loop;
             running = true;
             started.set_value(ulk::sOk);
@@ -83,7 +84,7 @@ private:
 
     const RpcServerOptions& m_options;
     IServiceApi& m_api;
-    IBlockingApi& m_blockingApi;
+    const BlockingApis m_blockingApis;
     store::IEventFeed& m_feed;
     ulk::ITracer* const m_tracer;
     ListeningSocket m_socket; ///< the loop's thread while it runs, else the owner's
@@ -91,27 +92,28 @@ private:
     Worker m_groupWorker{"rpc-groups"};
     Worker m_storeWorker{"rpc-store"};
     Worker m_blockingWorkers{"rpc-blocking", m_options.blockingThreads};
+    Worker m_slowWorkers{"rpc-slow", m_options.slowThreads};
     RpcLoop* m_loop = nullptr; ///< the loop's thread alone
     std::thread m_thread;
 };
 
 class RpcServerImpl {
 public:
-    RpcServerImpl(RpcServerOptions given, IServiceApi& serviceApi, IBlockingApi& blocking, store::IEventFeed& eventFeed,
+    RpcServerImpl(RpcServerOptions given, IServiceApi& serviceApi, BlockingApis blocking, store::IEventFeed& eventFeed,
                   ulk::ITracer* trace)
-        : options(std::move(given)), api(serviceApi), blockingApi(blocking), feed(eventFeed), tracer(trace) {}
+        : options(std::move(given)), api(serviceApi), blockingApis(blocking), feed(eventFeed), tracer(trace) {}
 
     const RpcServerOptions options;
     IServiceApi& api;
-    IBlockingApi& blockingApi;
+    const BlockingApis blockingApis;
     store::IEventFeed& feed;
     ulk::ITracer* const tracer;
     std::unique_ptr<RpcServerRun> run;
 };
 
-RpcServer::RpcServer(Options options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+RpcServer::RpcServer(Options options, IServiceApi& api, BlockingApis blockingApis, store::IEventFeed& feed,
                      ulk::ITracer* tracer)
-    : m_impl(std::make_unique<RpcServerImpl>(std::move(options), api, blockingApi, feed, tracer)) {}
+    : m_impl(std::make_unique<RpcServerImpl>(std::move(options), api, blockingApis, feed, tracer)) {}
 
 RpcServer::~RpcServer() { Stop(); }
 
@@ -119,7 +121,7 @@ result_t RpcServer::Start() {
     if (m_impl->run)
         return ulk::eInvalidState;
     try {
-        auto run = std::make_unique<RpcServerRun>(m_impl->options, m_impl->api, m_impl->blockingApi, m_impl->feed,
+        auto run = std::make_unique<RpcServerRun>(m_impl->options, m_impl->api, m_impl->blockingApis, m_impl->feed,
                                                   m_impl->tracer);
         const result_t result = run->Start();
         if (ULK_SUCCEEDED(result))

@@ -34,6 +34,7 @@ struct RpcServerOptions {
     std::uint32_t subscriptions = 16;                 ///< of one connection
     std::uint32_t blockingCallsWaiting = 16;          ///< of one connection, beside the one that runs
     std::size_t blockingThreads = 4;                  ///< for all connections
+    std::size_t slowThreads = 2;                      ///< for all connections: they move files
     std::chrono::milliseconds firstMessageTime{2000}; ///< until a good greeting
     std::size_t writeQueue = 1024 * 1024;             ///< bytes; beyond it nothing is read and no event is sent
     std::chrono::seconds groupCacheTime{60};          ///< how long a look-up of the administrators' group counts
@@ -52,14 +53,14 @@ struct RpcServerFigures {
 };
 
 /// Start and Stop are called by the owner, on one thread. Everything else happens on the server's own loop thread, and
-/// what may block (group look-ups, the store, IBlockingApi) on helper threads. `api`, `blockingApi` and `feed` outlive
-/// the server.
+/// what may block (group look-ups, the store, BlockingApis) on helper threads. `api`, `feed` and what `blockingApis`
+/// names outlive the server.
 class RpcServer {
 public:
     using Options = RpcServerOptions;
 
-    /// `tracer` may be null.
-    RpcServer(Options options, IServiceApi& api, IBlockingApi& blockingApi, store::IEventFeed& feed,
+    /// An IBlockingApi will do for `blockingApis`: Storage can't be asked for then. `tracer` may be null.
+    RpcServer(Options options, IServiceApi& api, BlockingApis blockingApis, store::IEventFeed& feed,
               ulk::ITracer* tracer);
     /// Stops.
     ~RpcServer();

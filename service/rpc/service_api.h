@@ -29,6 +29,8 @@ public:
 
     virtual result_t GetAppInfo(AppInfo& appInfo) noexcept = 0;
     virtual result_t GetAppSettings(tfs::settings::AppSettings& settings) noexcept = 0;
+    /// May this user read what happened to others? False too where it can't be told.
+    virtual bool AreReportsAllowed(const Caller& caller) noexcept = 0;
     virtual result_t GetPolicy(PolicyState& state) noexcept = 0;
     virtual result_t IsUserManageTasksAllowed(bool& localTasks, bool& groupTasks) noexcept = 0;
     virtual result_t CanBeStarted(const Caller& caller, const std::u16string& taskName, bool& allowed) noexcept = 0;

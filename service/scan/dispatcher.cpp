@@ -93,6 +93,7 @@ void ScannerService::Impl::AskToStop() noexcept {
 ScannerState ScannerService::Impl::State() const {
     ulk::LockGuard lock(m_lock);
     ScannerState state = m_state;
+    state.process = m_parent->Process();
     state.workers = CountReady(*m_parent, WorkerKind::Normal) + CountReady(*m_parent, WorkerKind::Low);
     return state;
 }
@@ -214,6 +215,8 @@ void ScannerService::Impl::Make(Calls calls) {
 }
 
 void ScannerService::Impl::Answer(Request& request, FileVerdict verdict) {
+    if (verdict.code == VerdictCode::Infected)
+        verdict.file = std::make_shared<const scanner::Descriptor>(std::move(request.job.file));
     if (request.client)
         m_callbacks.push_back({request.client->client, request.job.token, 0, true, std::move(verdict)});
     request.client.reset();

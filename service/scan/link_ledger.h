@@ -20,14 +20,21 @@ public:
         Known, ///< settled; see Verdict
     };
 
+    /// A name that waits for its file's verdict; `token` is the asking side's own number.
+    struct Name {
+        std::string path;
+        std::uint64_t token = 0;
+        friend bool operator==(const Name&, const Name&) = default;
+    };
+
     /// Asks about one name of a file with more than one.
-    Answer Ask(const struct stat& file, const std::string& path) {
+    Answer Ask(const struct stat& file, Name name) {
         const auto [entry, made] = m_files.try_emplace(KeyOf(file));
         if (made)
             return Answer::Scan;
         Entry& known = entry->second;
         if (!known.settled) {
-            known.waiting.push_back(path);
+            known.waiting.push_back(std::move(name));
             return Answer::Wait;
         }
         if (IsAsScanned(known, file))
@@ -38,10 +45,11 @@ public:
     const FileVerdict& Verdict(const struct stat& file) { return m_files.at(KeyOf(file)).verdict; }
     /// Notes the verdict on a file, `file` being its state when it was opened, and returns the names that waited for
     /// it.
-    std::vector<std::string> Settle(const struct stat& file, const FileVerdict& verdict) {
+    std::vector<Name> Settle(const struct stat& file, const FileVerdict& verdict) {
         Entry& entry = m_files[KeyOf(file)];
         entry.settled = true;
         entry.verdict = verdict;
+        entry.verdict.file.reset(); // descriptors are few; who needs this one opens the name that he asked for
         entry.size = file.st_size;
         entry.modified = file.st_mtim;
         entry.changed = file.st_ctim;
@@ -59,7 +67,7 @@ private:
         off_t size = 0;
         timespec modified{};
         timespec changed{};
-        std::vector<std::string> waiting;
+        std::vector<Name> waiting;
     };
 
     static Key KeyOf(const struct stat& file) noexcept { return {file.st_dev, file.st_ino}; }

@@ -54,23 +54,20 @@ void RunCore::Walk() noexcept {
 
 bool RunCore::GoOn() { return !m_stop.load(std::memory_order_relaxed); }
 
-void RunCore::Passed(const std::string& path) {
+void RunCore::Passed(const std::string& path, const ScanProgress& counts) {
     ulk::LockGuard lock(m_lock);
-    m_trail.Pass(path);
+    m_trail.Pass(path, counts);
 }
 
-void RunCore::OnSkipped(const std::string& path) {
-    m_tally.Skipped();
-    Passed(path);
-}
+void RunCore::OnSkipped(const std::string& path) { Passed(path, m_tally.Skipped()); }
 
 void RunCore::OnUnreadable(const std::string& path, int error, const std::string& reason) {
     if (!WaitForRoom()) // a folder of a million files without rights must not pile up either
         return;
-    m_tally.Unreadable();
+    const ScanProgress counts = m_tally.Unreadable();
     Tell(NotProcessed{path, ReasonOf(error), reason});
     if (path.starts_with('/'))
-        Passed(path);
+        Passed(path, counts);
 }
 
 std::size_t RunCore::MostInWork() const {
@@ -78,10 +75,11 @@ std::size_t RunCore::MostInWork() const {
     return scanner ? scanner->FilesAtOnce() : 1;
 }
 
+/// A threat that waits to be told holds its file open, as a file in work does.
 bool RunCore::WaitForRoom() {
     const std::size_t most = MostInWork();
     ulk::LockGuard lock(m_lock);
-    while (!m_stop && (m_paused || m_inWork.size() >= most || m_notables.size() >= MostNotables))
+    while (!m_stop && (m_paused || m_inWork.size() + m_threatsToTell >= most || m_notables.size() >= MostNotables))
         m_room.wait(lock);
     return !m_stop;
 }
@@ -101,21 +99,34 @@ RunCore::Opened RunCore::Open(const FoundFile& file, FileInWork& work, scanner::
     return S_ISREG(work.status.st_mode) ? Opened::Yes : Opened::Special;
 }
 
+/// Null where the name leads to another file by now.
+std::shared_ptr<const scanner::Descriptor> RunCore::OpenAgain(const FoundFile& file) {
+    FileInWork work{};
+    scanner::Descriptor descriptor;
+    int error = 0;
+    if (Open(file, work, descriptor, error) != Opened::Yes || !IsSameFile(file.status, work.status))
+        return nullptr;
+    return std::make_shared<const scanner::Descriptor>(std::move(descriptor));
+}
+
 bool RunCore::SettledByOtherName(const FoundFile& file) {
     FileVerdict verdict;
     {
         ulk::LockGuard lock(m_lock);
-        switch (m_links.Ask(file.status, file.path)) {
+        switch (m_links.Ask(file.status, {file.path, m_nextToken})) {
         case LinkLedger::Answer::Scan:
             return false;
         case LinkLedger::Answer::Wait:
+            m_trail.Begin(m_nextToken++, file.path);
             return true;
         case LinkLedger::Answer::Known:
             verdict = m_links.Verdict(file.status);
             break;
         }
     }
-    Settle(file.path, file.status, verdict, false);
+    if (verdict.code == VerdictCode::Infected)
+        verdict.file = OpenAgain(file);
+    Passed(file.path, Settle(file.path, file.status, verdict, false));
     return true;
 }
 
@@ -124,15 +135,16 @@ void RunCore::Withdraw(const FoundFile& file) {
     m_links.Withdraw(file.status);
 }
 
-void RunCore::NotOpened(const FoundFile& file, Opened why, int error) {
+ScanProgress RunCore::NotOpened(const FoundFile& file, Opened why, int error) {
     if (file.status.st_nlink > 1)
         Withdraw(file);
     if (why == Opened::Special)
-        m_tally.Skipped();
+        return m_tally.Skipped();
     if (why != Opened::Failed)
-        return;
-    m_tally.NotProcessed(static_cast<std::uint64_t>(file.status.st_size), false);
+        return {};
+    const ScanProgress counts = m_tally.NotProcessed(static_cast<std::uint64_t>(file.status.st_size), false);
     Tell(NotProcessed{file.path, ReasonOf(error), std::generic_category().message(error)});
+    return counts;
 }
 
 bool RunCore::KnownAsClean(const FileInWork& work) const {
@@ -144,36 +156,32 @@ bool RunCore::KnownAsClean(const FileInWork& work) const {
 
 void RunCore::OnFile(const FoundFile& file) {
     const bool manyNames = file.status.st_nlink > 1;
+    if (file.status.st_ctim.tv_sec < m_options.changedSince) // never where it is 0
+        return;
     if (!WaitForRoom())
         return;
     if (manyNames && SettledByOtherName(file))
-        return Passed(file.path); // where it waits for that name, so does the trail
+        return;
     FileInWork work{file.path, file.status, {}, 0, file.fileSystem == FileSystemKind::Disk, manyNames};
     // For a user each file is opened first, for he must not learn of what he may not read, not even that it is clean.
-    if (!m_options.rightsOf && KnownAsClean(work)) {
-        SettleAll(work, {});
-        return Passed(file.path);
-    }
+    if (!m_options.rightsOf && KnownAsClean(work))
+        return Passed(file.path, SettleAll(work, {}));
     scanner::Descriptor descriptor;
     int error = 0;
     const Opened opened = Open(file, work, descriptor, error);
     // Opening may have hung, and the run and the scanner may be gone since.
     if (!GoOn())
         return;
-    if (opened != Opened::Yes) {
-        NotOpened(file, opened, error);
-        return Passed(file.path);
-    }
+    if (opened != Opened::Yes)
+        return Passed(file.path, NotOpened(file, opened, error));
     if (!IsSameFile(file.status, work.status)) { // replaced since it was looked at
         if (manyNames)
             Withdraw(file);
         work.manyNames = false;
         work.cacheable = work.cacheable && file.status.st_dev == work.status.st_dev;
     }
-    if (m_options.rightsOf && KnownAsClean(work)) {
-        SettleAll(work, {});
-        return Passed(file.path);
-    }
+    if (m_options.rightsOf && KnownAsClean(work))
+        return Passed(file.path, SettleAll(work, {}));
     HandOver(std::move(work), std::move(descriptor));
 }
 
@@ -183,9 +191,9 @@ void RunCore::OnOpened(const std::string& path, scanner::Descriptor descriptor, 
     FileInWork work{path, {}, {}, 0, fileSystem == FileSystemKind::Disk, false};
     ::clock_gettime(CLOCK_REALTIME_COARSE, &work.takenAt);
     if (::fstat(descriptor.Get(), &work.status) != 0 || !S_ISREG(work.status.st_mode))
-        return m_tally.Skipped();
+        return static_cast<void>(m_tally.Skipped());
     if (KnownAsClean(work))
-        return SettleAll(work, {});
+        return static_cast<void>(SettleAll(work, {}));
     HandOver(std::move(work), std::move(descriptor));
 }
 

@@ -60,6 +60,7 @@ private:
 
     void Walk() noexcept ULK_EXCLUDES(m_lock);
     void Count() noexcept ULK_EXCLUDES(m_lock);
+    void WaitBeforeCounting() ULK_EXCLUDES(m_lock);
     void WalkAreas(IWalkVisitor& visitor, const std::string& goOnBehind);
     void Watch(IScanObserver& observer) ULK_EXCLUDES(m_lock);
     void WaitForThreads(std::thread& walker, std::thread& counter) ULK_EXCLUDES(m_lock);
@@ -67,19 +68,21 @@ private:
     bool WaitForRoom() ULK_EXCLUDES(m_lock);
     bool SettledByOtherName(const FoundFile& file) ULK_EXCLUDES(m_lock);
     void Withdraw(const FoundFile& file) ULK_EXCLUDES(m_lock);
-    void NotOpened(const FoundFile& file, Opened why, int error) ULK_EXCLUDES(m_lock);
+    ScanProgress NotOpened(const FoundFile& file, Opened why, int error) ULK_EXCLUDES(m_lock);
     static Opened Open(const FoundFile& file, FileInWork& work, scanner::Descriptor& descriptor, int& error);
+    static std::shared_ptr<const scanner::Descriptor> OpenAgain(const FoundFile& file);
     bool KnownAsClean(const FileInWork& work) const;
     void HandOver(FileInWork work, scanner::Descriptor descriptor) ULK_EXCLUDES(m_lock);
-    void Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read)
+    // Those of these that return counts have counted them already; the trail is still to be told.
+    ScanProgress Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read)
         ULK_EXCLUDES(m_lock);
-    /// Settle for the file and for its other names that waited.
-    void SettleAll(const FileInWork& file, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
+    /// Settle for the file and for its other names that waited; returns the file's own counts.
+    ScanProgress SettleAll(const FileInWork& file, const FileVerdict& verdict) ULK_EXCLUDES(m_lock);
     void Tell(Notable notable) ULK_EXCLUDES(m_lock);
     void Fail(const std::string& error) ULK_EXCLUDES(m_lock);
     /// What was settled before the call is told; the checkpoint only where `checkpoint` is true.
     void PassOn(IScanObserver& observer, bool checkpoint) ULK_EXCLUDES(m_lock);
-    void Passed(const std::string& path) ULK_EXCLUDES(m_lock);
+    void Passed(const std::string& path, const ScanProgress& counts) ULK_EXCLUDES(m_lock);
 
     const std::weak_ptr<ScannerService::Impl> m_scanner; ///< gone when a thread comes back late from the file system
     const ScanOptions m_options;
@@ -97,6 +100,7 @@ private:
     CheckpointTrail m_trail ULK_GUARDED_BY(m_lock);
     std::string m_checkpoint; ///< the last one that was told; Run()'s thread only
     std::deque<Notable> m_notables ULK_GUARDED_BY(m_lock);
+    std::size_t m_threatsToTell ULK_GUARDED_BY(m_lock) = 0; ///< found, and not passed on
     std::string m_error ULK_GUARDED_BY(m_lock);
     bool m_paused ULK_GUARDED_BY(m_lock) = false;
     bool m_walked ULK_GUARDED_BY(m_lock) = false;

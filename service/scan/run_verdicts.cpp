@@ -55,13 +55,13 @@ void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
     const bool whole = verdict.code == VerdictCode::Clean && m_options.scanArchives;
     if (const auto scanner = m_scanner.lock(); scanner && whole && file.cacheable)
         scanner->Cache().Add(file.status, verdict.basesVersion, file.takenAt);
-    SettleAll(file, verdict);
+    const ScanProgress counts = SettleAll(file, verdict);
     // Only now is the file out of work: Run() ends when the last one is, and must not miss what it was told.
     const std::size_t most = MostInWork();
     ulk::LockGuard lock(m_lock);
     m_inWork.erase(token);
     if (!verdict.lost)
-        m_trail.Settle(token);
+        m_trail.Settle(token, counts);
     else if (m_error.empty()) // a run that goes on begins with it; this one has not done its work
         m_error = verdict.detail.empty() ? NoScanner : verdict.detail;
     // The walker works in bunches, because a wake-up for each file would cost as much as the file.
@@ -71,36 +71,47 @@ void RunCore::OnVerdict(std::uint64_t token, FileVerdict verdict) {
         m_event.notify_all();
 }
 
-void RunCore::SettleAll(const FileInWork& file, const FileVerdict& verdict) {
-    Settle(file.path, file.status, verdict, true);
+ScanProgress RunCore::SettleAll(const FileInWork& file, const FileVerdict& verdict) {
+    const ScanProgress counts = Settle(file.path, file.status, verdict, true);
     if (!file.manyNames)
-        return;
-    std::vector<std::string> names;
+        return counts;
+    std::vector<LinkLedger::Name> names;
     {
         ulk::LockGuard lock(m_lock);
         names = m_links.Settle(file.status, verdict);
     }
-    for (const std::string& name : names)
-        Settle(name, file.status, verdict, false);
+    for (const LinkLedger::Name& name : names) {
+        const ScanProgress ofName = Settle(name.path, file.status, verdict, false);
+        ulk::LockGuard lock(m_lock);
+        if (!verdict.lost)
+            m_trail.Settle(name.token, ofName);
+    }
+    return counts;
 }
 
-void RunCore::Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict, bool read) {
+ScanProgress RunCore::Settle(const std::string& path, const struct stat& status, const FileVerdict& verdict,
+                             bool read) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
     switch (verdict.code) {
     case VerdictCode::Clean:
-        m_tally.Scanned(size, read, false);
-        return;
-    case VerdictCode::Infected:
-        m_tally.Scanned(size, read, true);
-        return Tell(ThreatFound{path, verdict.inner, verdict.threat, size, status.st_uid});
-    default:
-        m_tally.NotProcessed(size, verdict.code == VerdictCode::Encrypted);
-        return Tell(NotProcessed{path, ReasonOf(verdict), verdict.detail});
+        return m_tally.Scanned(size, read, false);
+    case VerdictCode::Infected: {
+        const ScanProgress counts = m_tally.Scanned(size, read, true);
+        Tell(ThreatFound{path, verdict.inner, verdict.threat, size, status.st_uid, verdict.file});
+        return counts;
+    }
+    default: {
+        const ScanProgress counts = m_tally.NotProcessed(size, verdict.code == VerdictCode::Encrypted);
+        Tell(NotProcessed{path, ReasonOf(verdict), verdict.detail});
+        return counts;
+    }
     }
 }
 
 void RunCore::Tell(Notable notable) {
     ulk::LockGuard lock(m_lock);
+    if (std::holds_alternative<ThreatFound>(notable))
+        ++m_threatsToTell;
     m_notables.push_back(std::move(notable));
     m_event.notify_all();
 }

@@ -5,6 +5,7 @@
 #include <contract/scanner_channel.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tfs::service::scan {
@@ -18,6 +19,8 @@ struct FileVerdict {
     std::string detail;
     std::uint64_t basesVersion = 0; ///< of the signatures that gave it; 0 where none did
     bool lost = false;              ///< the scanner went away; nothing is known of the file
+    /// With Infected: what was scanned, so that it and nothing else is treated.
+    std::shared_ptr<const scanner::Descriptor> file = nullptr;
 };
 
 /// What a run asks of each file; the scanner's own limits hold in any case.

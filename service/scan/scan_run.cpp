@@ -16,6 +16,8 @@ constexpr std::chrono::milliseconds ProgressInterval{260};
 /// A thread that hangs in the file system is left behind after this time; it touches nothing but the core then.
 constexpr std::chrono::milliseconds ThreadPatience{400};
 constexpr std::chrono::seconds CheckpointInterval{1};
+/// A run that is over by then, as one of an unchanged tree is, needs no total; counting would take half of its time.
+constexpr std::chrono::milliseconds CountsAfter{300};
 
 /// Files below folders that somebody named.
 class AreaSource final : public IScanSource {
@@ -57,6 +59,7 @@ void RunCore::Count() noexcept {
     try {
         if (m_options.goOnBehind.empty())
             m_tally.SetTotal(WeightInUse(m_options.areas), 0);
+        WaitBeforeCounting();
         WorkCounter counter(m_options.goOnBehind, *this);
         WalkAreas(counter, {});
         if (counter.IsComplete())
@@ -70,6 +73,13 @@ void RunCore::Count() noexcept {
     m_event.notify_all();
 }
 
+void RunCore::WaitBeforeCounting() {
+    const auto begin = Clock::now() + CountsAfter;
+    ulk::LockGuard lock(m_lock);
+    while (!m_stop && m_event.wait_until(lock, begin) != std::cv_status::timeout) {
+    }
+}
+
 void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
     std::deque<Notable> notables;
     std::string reached;
@@ -79,15 +89,23 @@ void RunCore::PassOn(IScanObserver& observer, bool checkpoint) {
         notables.swap(m_notables);
         if (checkpoint && m_source->IsOrdered()) {
             reached = m_trail.Reached();
-            counters = m_tally.Take(false);
+            counters = m_trail.Counts();
+            counters.percent = m_tally.Take(false).percent;
         }
         m_room.notify_one();
     }
-    for (const Notable& each : notables) {
-        if (const auto* threat = std::get_if<ThreatFound>(&each))
+    while (!notables.empty()) { // one by one, so that each descriptor goes with its threat
+        if (const auto* threat = std::get_if<ThreatFound>(&notables.front()))
             observer.OnThreat(*threat);
         else
-            observer.OnNotProcessed(std::get<NotProcessed>(each));
+            observer.OnNotProcessed(std::get<NotProcessed>(notables.front()));
+        const bool wasThreat = std::holds_alternative<ThreatFound>(notables.front());
+        notables.pop_front();
+        if (!wasThreat)
+            continue;
+        ulk::LockGuard lock(m_lock);
+        --m_threatsToTell;
+        m_room.notify_one();
     }
     if (reached.empty() || reached == m_checkpoint)
         return;
@@ -124,6 +142,7 @@ void RunCore::WaitForThreads(std::thread& walker, std::thread& counter) {
     {
         ulk::LockGuard lock(m_lock);
         m_room.notify_all();
+        m_event.notify_all();
         while (!((m_walked || !walker.joinable()) && (m_counted || !counter.joinable())) &&
                m_event.wait_until(lock, deadline) != std::cv_status::timeout) {
         }

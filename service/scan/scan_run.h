@@ -2,6 +2,7 @@
 // One run of an on-demand scan: walks its areas and has every file scanned by the scanner's workers.
 #pragma once
 
+#include <contract/scanner_channel.h>
 #include <contract/tfs/tasks.h>
 
 #include <chrono>
@@ -21,8 +22,10 @@ struct ScanOptions {
     std::vector<std::string> excludedMasks; ///< see CheckMask; files, and folders with all that is in them
     bool crossFileSystems = false;          ///< go on into other mounted file systems
     bool scanArchives = true;               ///< false: archives are scanned as plain files
-    std::uint32_t fileTimeLimitMs = 0;      ///< for one file, at most the scanner's; 0: the scanner's
-    std::uint64_t maxFileSize = 0; ///< bytes, at most the scanner's; larger ones are over a limit; 0: the scanner's
+    /// Only files are scanned that changed at or after this second since the Unix epoch; 0: all.
+    std::int64_t changedSince = 0;
+    std::uint32_t fileTimeLimitMs = 0; ///< for one file, at most the scanner's; 0: the scanner's
+    std::uint64_t maxFileSize = 0;     ///< bytes, at most the scanner's; larger ones are over a limit; 0: the scanner's
     /// Only what comes behind this path in the order of the walk is scanned, a checkpoint of the run that goes on;
     /// empty: everything.
     std::string goOnBehind;
@@ -43,6 +46,8 @@ struct ThreatFound {
     std::string detectName; ///< the engine's name of the threat
     std::uint64_t size = 0; ///< of the file
     std::uint32_t ownerUid = 0;
+    /// The very file that was scanned, open for reading; null where it can't be had any more, as for a boot record.
+    std::shared_ptr<const scanner::Descriptor> file = nullptr;
 };
 
 /// Why a file was not wholly read. Never shown as clean.
@@ -90,8 +95,8 @@ public:
     /// At most four times a second.
     virtual void OnProgress(const ScanProgress& progress) = 0;
     /// Everything that comes at or before this path in the order of the walk is settled, and what is worth telling of
-    /// it has been told: another run may go on behind it, and count on from these counters. At most once a second, and
-    /// once more at the end.
+    /// it has been told: another run may go on behind it, and count on from these counters, which leave out whatever
+    /// was settled ahead of it. At most once a second, and once more at the end.
     virtual void OnCheckpoint([[maybe_unused]] const std::string& path, [[maybe_unused]] const ScanProgress& counters) {
     }
 };

@@ -5,35 +5,53 @@
 
 namespace tfs::service::scan {
 
+void AddCounts(ScanProgress& sum, const ScanProgress& more) noexcept {
+    sum.scannedObjects += more.scannedObjects;
+    sum.scannedBytes += more.scannedBytes;
+    sum.threats += more.threats;
+    sum.notProcessed += more.notProcessed;
+    sum.encrypted += more.encrypted;
+    sum.skipped += more.skipped;
+}
+
 void ScanTally::SetTotal(std::uint64_t weight, std::uint64_t before) {
     ulk::LockGuard lock(m_lock);
     m_total = weight;
     m_before = before;
 }
 
-void ScanTally::Scanned(std::uint64_t size, bool read, bool threat) {
+ScanProgress ScanTally::Add(const ScanProgress& counts, std::uint64_t weight) {
     ulk::LockGuard lock(m_lock);
-    ++m_counters.scannedObjects;
-    m_counters.scannedBytes += read ? size : 0;
-    m_counters.threats += threat ? 1 : 0;
-    m_done += FileWeight + size;
+    AddCounts(m_counters, counts);
+    m_done += weight;
+    return counts;
 }
 
-void ScanTally::NotProcessed(std::uint64_t size, bool encrypted) {
-    ulk::LockGuard lock(m_lock);
-    ++m_counters.notProcessed;
-    m_counters.encrypted += encrypted ? 1 : 0;
-    m_done += FileWeight + size;
+ScanProgress ScanTally::Scanned(std::uint64_t size, bool read, bool threat) {
+    ScanProgress counts;
+    counts.scannedObjects = 1;
+    counts.scannedBytes = read ? size : 0;
+    counts.threats = threat ? 1 : 0;
+    return Add(counts, FileWeight + size);
 }
 
-void ScanTally::Unreadable() {
-    ulk::LockGuard lock(m_lock);
-    ++m_counters.notProcessed;
+ScanProgress ScanTally::NotProcessed(std::uint64_t size, bool encrypted) {
+    ScanProgress counts;
+    counts.notProcessed = 1;
+    counts.encrypted = encrypted ? 1 : 0;
+    return Add(counts, FileWeight + size);
 }
 
-void ScanTally::Skipped() {
-    ulk::LockGuard lock(m_lock);
-    ++m_counters.skipped;
+ScanProgress ScanTally::Unreadable() {
+    ScanProgress counts;
+    counts.notProcessed = 1;
+    return Add(counts, 0);
+}
+
+ScanProgress ScanTally::Skipped() {
+    ScanProgress counts;
+    counts.skipped = 1;
+    return Add(counts, 0);
 }
 
 void ScanTally::InWork(std::int64_t change) {

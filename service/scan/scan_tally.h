@@ -10,6 +10,9 @@
 
 namespace tfs::service::scan {
 
+/// Adds the counts of `more`; what isn't counted stays as it is.
+void AddCounts(ScanProgress& sum, const ScanProgress& more) noexcept;
+
 /// Work is measured in bytes, with a constant for each file on top, because a small file costs more than its bytes.
 constexpr std::uint64_t FileWeight = 48 * 1024;
 
@@ -17,12 +20,13 @@ class ScanTally {
 public:
     /// What there is to do in all, as far as it is known by now; `before` of it was done by the run that goes on.
     void SetTotal(std::uint64_t weight, std::uint64_t before) ULK_EXCLUDES(m_lock);
+    // Each of these counts one object and returns what it has added.
     /// A file of `size` bytes has its verdict; `read` says whether its bytes count (once for each inode).
-    void Scanned(std::uint64_t size, bool read, bool threat) ULK_EXCLUDES(m_lock);
-    void NotProcessed(std::uint64_t size, bool encrypted) ULK_EXCLUDES(m_lock);
+    ScanProgress Scanned(std::uint64_t size, bool read, bool threat) ULK_EXCLUDES(m_lock);
+    ScanProgress NotProcessed(std::uint64_t size, bool encrypted) ULK_EXCLUDES(m_lock);
     /// A folder or name that couldn't be opened; no part of the total.
-    void Unreadable() ULK_EXCLUDES(m_lock);
-    void Skipped() ULK_EXCLUDES(m_lock);
+    ScanProgress Unreadable() ULK_EXCLUDES(m_lock);
+    ScanProgress Skipped() ULK_EXCLUDES(m_lock);
     /// Bytes of files in work: grows and shrinks with them.
     void InWork(std::int64_t change) ULK_EXCLUDES(m_lock);
     /// The run is held; it goes on with the next file or byte.
@@ -32,6 +36,8 @@ public:
         ULK_EXCLUDES(m_lock);
 
 private:
+    ScanProgress Add(const ScanProgress& counts, std::uint64_t weight) ULK_EXCLUDES(m_lock);
+
     ulk::Mutex m_lock;
     ScanProgress m_counters ULK_GUARDED_BY(m_lock);
     TimeEstimate m_time ULK_GUARDED_BY(m_lock);

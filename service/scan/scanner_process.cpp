@@ -73,6 +73,9 @@ std::string ScannerProcess::Start(const ScannerConfig& config) {
     ::posix_spawn_file_actions_addopen(&settings.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_adddup2(&settings.actions, theirs.Get(), scanner::ControlDescriptor);
+    // Before the program is opened: a child that waits there for a verdict of the protection in real time must not hold
+    // the descriptor by which verdicts are given, for then they would be waited for even when the service has died.
+    ::posix_spawn_file_actions_addclosefrom_np(&settings.actions, scanner::ControlDescriptor + 1);
     std::vector<std::string> arguments = Arguments(config, m_temporaryFolder);
     std::vector<std::string> environment = Environment();
     const int error = ::posix_spawn(&m_pid, config.program.c_str(), &settings.actions, &settings.attributes,

@@ -34,8 +34,9 @@ struct ScannerState {
     std::int64_t basesDate = 0; ///< seconds since the Unix epoch
     std::string engineVersion;
     std::uint32_t workers = 0;
-    std::string error;   ///< why it isn't loaded
-    std::string sandbox; ///< what the scanner is shut in by, for the trace
+    std::int32_t process = -1; ///< of the scanner; 0 or less where none runs
+    std::string error;         ///< why it isn't loaded
+    std::string sandbox;       ///< what the scanner is shut in by, for the trace
 };
 
 /// Owned by the service's application object; outlives every scan run. All operations may be called from any thread.

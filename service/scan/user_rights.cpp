@@ -10,6 +10,7 @@
 #include <linux/capability.h>
 #include <pwd.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -75,6 +76,28 @@ int TakeOnRights(std::optional<std::uint32_t> uid) noexcept {
     } catch (const std::exception&) {
         return ENOMEM;
     }
+}
+
+int RunWithRights(std::optional<std::uint32_t> uid, const std::function<void()>& work) {
+    if (!uid || *uid == ::geteuid()) {
+        work();
+        return 0;
+    }
+    int error = 0;
+    std::exception_ptr thrown;
+    std::thread([&] {
+        error = TakeOnRights(uid);
+        if (error != 0)
+            return;
+        try {
+            work();
+        } catch (...) {
+            thrown = std::current_exception();
+        }
+    }).join();
+    if (thrown)
+        std::rethrow_exception(thrown);
+    return error;
 }
 
 } // namespace tfs::service::scan

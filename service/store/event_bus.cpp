@@ -81,7 +81,8 @@ void EventBus::WaitForRoom(ulk::LockGuard& lock) {
             return;
 }
 
-void EventBus::Publish(Event event) noexcept {
+/// Its id where it has to be waited for, else 0.
+Event::IdType EventBus::HandIn(Event event) noexcept {
     try {
         const bool durable = MustBeDurable(event.type);
         const auto shared = std::make_shared<Event>(std::move(event));
@@ -96,15 +97,31 @@ void EventBus::Publish(Event event) noexcept {
         }
         m_toWriter.notify_one();
         m_wakeup.Call();
-        if (!durable)
-            return;
-        ulk::LockGuard lock(m_mutex);
-        while (m_running && !m_failing && m_writtenId < id)
-            m_fromWriter.wait(lock);
+        return durable ? id : 0;
     } catch (const std::exception& e) {
         m_lost.fetch_add(1, std::memory_order_relaxed);
         ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "An event couldn't be published: " << e.what();
+        return 0;
     }
+}
+
+void EventBus::WaitUntilWritten(Event::IdType id) noexcept {
+    ulk::LockGuard lock(m_mutex);
+    while (m_running && !m_failing && m_writtenId < id)
+        m_fromWriter.wait(lock);
+}
+
+void EventBus::Publish(Event event) noexcept {
+    if (const Event::IdType id = HandIn(std::move(event)); id != 0)
+        WaitUntilWritten(id);
+}
+
+void EventBus::PublishAll(std::vector<Event> events) noexcept {
+    Event::IdType last = 0;
+    for (Event& event : events)
+        last = std::max(last, HandIn(std::move(event)));
+    if (last != 0)
+        WaitUntilWritten(last);
 }
 
 void EventBus::PublishTransient(Event event) noexcept {

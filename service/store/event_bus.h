@@ -44,6 +44,7 @@ public:
     /// Returns once a detection, or an action on a detected object, is on the medium; all others are written later.
     /// Holds the caller back while too much is pending.
     void Publish(Event event) noexcept override;
+    void PublishAll(std::vector<Event> events) noexcept override;
     void PublishTransient(Event event) noexcept override;
 
     FeedPosition End() const noexcept override;
@@ -71,6 +72,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    Event::IdType HandIn(Event event) noexcept;
+    void WaitUntilWritten(Event::IdType id) noexcept;
     void PutIntoRing(std::shared_ptr<const Event> event) ULK_REQUIRES(m_mutex);
     void WaitForRoom(ulk::LockGuard& lock) ULK_REQUIRES(m_mutex);
     void RunWriter() noexcept;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <service/settings/file_io.h>
 #include <service/store/event_database.h>
 #include <service/store/event_schema.h>
 #include <service/store/id_reserve.h>
@@ -7,7 +6,6 @@
 #include <service/store/row_keys.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 
 namespace tfs::service::store {
@@ -15,26 +13,6 @@ namespace {
 
 /// Rows that go in one transaction at most, so that nothing written waits long behind a limit that was lowered.
 constexpr std::int64_t TrimStep = 4096;
-
-/// Rolls back unless committed.
-class Transaction {
-public:
-    explicit Transaction(Connection& connection) : m_connection(connection) { m_connection.Execute("BEGIN IMMEDIATE"); }
-    ~Transaction() {
-        if (!m_connection.InTransaction())
-            return;
-        try {
-            m_connection.Execute("ROLLBACK");
-        } catch (const SqliteError&) { // the connection is of no use any more; the next statement will say so
-        }
-    }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    void Commit() { m_connection.Execute("COMMIT"); }
-
-private:
-    Connection& m_connection;
-};
 
 /// The greatest id of a file that is damaged somewhere else; 0 where it can't be told.
 Event::IdType SalvageGreatestId(const std::string& path) noexcept {
@@ -100,12 +78,7 @@ EventDatabase::Opened EventDatabase::Open() {
     }
     Opened opened;
     opened.greatestId = std::max(SalvageGreatestId(m_path), ReadReservedIds(m_path));
-    // The log and its index belong to the file and must not be replayed into its successor.
-    opened.setAside = settings::SetFileAside(m_path);
-    if (opened.setAside.empty())
-        throw SqliteError(SqliteError::DamageCode, "the damaged event database can't be set aside");
-    for (const char* suffix : {"-wal", "-shm"})
-        std::rename((m_path + suffix).c_str(), (opened.setAside + suffix).c_str());
+    opened.setAside = SetDatabaseAside(m_path);
     if (opened.greatestId == 0)
         opened.greatestId = TimeBasedId(std::time(nullptr));
     OpenFile();

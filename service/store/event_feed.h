@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace tfs::service::store {
@@ -17,6 +18,11 @@ public:
     virtual ~IEventPublisher() = default;
     /// Stores the event, which gives it its id, and puts it into the feed. Order of ids is order of delivery.
     virtual void Publish(Event event) noexcept = 0;
+    /// As Publish for each, in order, but waits once for all.
+    virtual void PublishAll(std::vector<Event> events) noexcept {
+        for (Event& event : events)
+            Publish(std::move(event));
+    }
     /// Puts the event into the feed without storing it (progress); its id stays 0.
     virtual void PublishTransient(Event event) noexcept = 0;
 };

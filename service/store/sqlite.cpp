@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include <service/settings/file_io.h>
 #include <service/store/sqlite.h>
 
+#include <cstdio>
 #include <sqlite3.h>
 
 namespace tfs::service::store {
@@ -20,6 +22,10 @@ bool SqliteError::IsDamage() const noexcept {
     const int primary = m_code & 0xFF;
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
 }
+
+bool SqliteError::IsFull() const noexcept { return (m_code & 0xFF) == SQLITE_FULL; }
+
+bool SqliteError::IsReadOnly() const noexcept { return (m_code & 0xFF) == SQLITE_READONLY; }
 
 void Connection::Closer::operator()(sqlite3* handle) const noexcept { sqlite3_close_v2(handle); }
 
@@ -110,6 +116,24 @@ std::string_view Statement::Blob(int column) const noexcept {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(m_statement.get(), column));
     const int size = sqlite3_column_bytes(m_statement.get(), column);
     return bytes == nullptr ? std::string_view() : std::string_view(bytes, static_cast<std::size_t>(size));
+}
+
+std::string SetDatabaseAside(const std::string& path) {
+    const std::string aside = settings::SetFileAside(path);
+    if (aside.empty())
+        throw SqliteError(SqliteError::DamageCode, "the damaged database " + path + " can't be set aside");
+    for (const char* suffix : {"-wal", "-shm"})
+        std::rename((path + suffix).c_str(), (aside + suffix).c_str());
+    return aside;
+}
+
+Transaction::~Transaction() {
+    if (!m_connection.InTransaction())
+        return;
+    try {
+        m_connection.Execute("ROLLBACK");
+    } catch (const SqliteError&) { // the connection is of no use any more; the next statement will say so
+    }
 }
 
 } // namespace tfs::service::store

@@ -21,6 +21,9 @@ public:
     int Code() const noexcept { return m_code; }
     /// The file isn't a sound database: it will not get better by trying again.
     bool IsDamage() const noexcept;
+    /// The disk is full, or may not be written.
+    bool IsFull() const noexcept;
+    bool IsReadOnly() const noexcept;
 
 private:
     int m_code;
@@ -78,6 +81,24 @@ private:
     explicit Statement(sqlite3_stmt* statement) noexcept : m_statement(statement) {}
     void Check(int code);
     std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+};
+
+/// Renames a damaged database, which is closed, to its name with ".damaged" behind it, over an earlier one; its log and
+/// index go with it and are never replayed into its successor. Returns the new name. Throws SqliteError.
+std::string SetDatabaseAside(const std::string& path);
+
+/// Rolls back unless committed.
+class Transaction {
+public:
+    /// Throws SqliteError, as Commit does.
+    explicit Transaction(Connection& connection) : m_connection(connection) { m_connection.Execute("BEGIN IMMEDIATE"); }
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit() { m_connection.Execute("COMMIT"); }
+
+private:
+    Connection& m_connection;
 };
 
 } // namespace tfs::service::store

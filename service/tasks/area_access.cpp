@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace tfs::service::tasks {
@@ -54,15 +53,9 @@ AreaAccess OpenArea(const std::string& area) {
 } // namespace
 
 AreaAccess CheckArea(const std::string& area, std::optional<std::uint32_t> uid) {
-    if (!uid || *uid == ::geteuid())
-        return OpenArea(area);
     AreaAccess access;
-    // A thread of its own, because rights that were taken on stay.
-    std::thread([&] {
-        access.error = scan::TakeOnRights(uid);
-        if (access.error == 0)
-            access = OpenArea(area);
-    }).join();
+    if (const int error = scan::RunWithRights(uid, [&] { access = OpenArea(area); }); error != 0)
+        access.error = error;
     return access;
 }
 

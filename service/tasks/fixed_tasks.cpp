@@ -5,6 +5,7 @@ namespace tfs::service::tasks {
 namespace {
 
 constexpr FixedTask Fixed[] = {
+    {FixedTaskId::FileMonitoring, task_name::FileMonitoring, task_type::OAS},
     {FixedTaskId::FullScan, task_name::FullScan, task_type::ODS},
     {FixedTaskId::BootScan, task_name::BootScan, task_type::BootScan},
     {FixedTaskId::MemoryScan, task_name::MemoryScan, task_type::MemoryScan},
@@ -25,6 +26,8 @@ TaskTraits TraitsOf(std::u16string_view taskType) noexcept {
         return {.hasSchedule = true, .changesSignatures = true};
     if (taskType == task_type::Rollback)
         return {.changesSignatures = true};
+    if (taskType == task_type::OAS)
+        return {.isLasting = true};
     return {};
 }
 
@@ -34,6 +37,8 @@ ulk::types::any_struct_t DefaultSettings(std::u16string_view taskType) {
         settings.Set(ScanSettings());
     else if (taskType == task_type::Update)
         settings.Set(UpdateSettings());
+    else if (taskType == task_type::OAS)
+        settings.Set(FileMonitoringSettings());
     return settings;
 }
 

@@ -23,6 +23,7 @@ struct TaskTraits {
     bool canPause = false;
     bool hasSchedule = false;       ///< a temporary task has none all the same
     bool changesSignatures = false; ///< only one such task runs at a time
+    bool isLasting = false;         ///< runs from the service's start on, until a user stops it
 };
 TaskTraits TraitsOf(std::u16string_view taskType) noexcept;
 

@@ -62,6 +62,8 @@ Json ToJson(const KeptTask& task) {
         json["schedule"] = ToJson(*task.schedule);
     if (task.run)
         json["run"] = ToJson(*task.run);
+    if (task.stoppedByUser)
+        json["stoppedByUser"] = true;
     return json;
 }
 
@@ -80,6 +82,8 @@ KeptTask TaskFromJson(const Json& json) {
         task.schedule = ScheduleFromJson(*schedule);
     if (const auto run = json.find("run"); run != json.end())
         task.run = RunFromJson(*run);
+    if (const auto stopped = json.find("stoppedByUser"); stopped != json.end())
+        task.stoppedByUser = stopped->get<bool>();
     return task;
 }
 

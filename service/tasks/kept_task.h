@@ -38,6 +38,7 @@ struct KeptTask {
     std::optional<TaskSchedule> schedule;            ///< without its text; empty: the default one
     std::int64_t scheduleServed = 0;                 ///< starts up to then are done with
     std::optional<KeptRun> run;
+    bool stoppedByUser = false; ///< of a lasting task: it isn't to be started with the service
     friend bool operator==(const KeptTask&, const KeptTask&) = default;
 };
 

@@ -24,6 +24,8 @@ public:
     /// Waits until signatures are loaded, or have failed to be (eNotReady; `why` says why), or `cancelled` is true
     /// (eCancelled; looked at several times a second).
     virtual result_t WaitUntilReady(const std::function<bool()>& cancelled, std::string& why) = 0;
+    /// For those who have files scanned one by one; null where there is none yet.
+    virtual std::shared_ptr<scan::ScannerService> Scanner() const { return nullptr; }
     virtual std::unique_ptr<scan::IScanRun> MakeRun(ScanKind kind, scan::ScanOptions options,
                                                     scan::IScanObserver& observer) = 0;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include <service/tasks/scan_run_factory.h>
 #include <service/tasks/scan_task_run.h>
+#include <service/tasks/threat_treatment.h>
 
 #include <utility>
 
@@ -19,6 +20,9 @@ std::shared_ptr<ITaskRun> ScanRunFactory::MakeRun(RunOrder order, IRunHost& host
     const auto* settings = order.settings.Get<ScanSettings>();
     ScanTaskRun::Description description;
     description.kind = KindOf(order.task.taskType);
+    // A boot record is no file that could be kept.
+    description.takesThreats = description.kind != ScanKind::BootRecords && TakesThreats(settings->actionOnThreat);
+    description.keeper = m_keeper;
     scan::ScanOptions& options = description.options;
     options.areas = settings->areas;
     options.excludedPaths = m_exclusions;

@@ -2,6 +2,7 @@
 #include <service/tasks/area_access.h>
 #include <service/tasks/local_mounts.h>
 #include <service/tasks/scan_task_run.h>
+#include <service/tasks/threat_treatment.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -108,9 +109,22 @@ void ScanTaskRun::OnThreat(const scan::ThreatFound& threat) {
         ++m_counters.infectedObjects;
         m_lastInfected = threat.path;
     }
-    m_host.PublishFinding(
-        MakeThreatDetected(m_order.task, m_order.initiator, threat, m_names.Resolve(threat.ownerUid)));
+    Event detected = MakeThreatDetected(m_order.task, m_order.initiator, threat, m_names.Resolve(threat.ownerUid));
+    const types::EventSeverity::Type dangerLevel = detected.severity;
+    m_host.PublishFinding(std::move(detected));
+    Treat(threat, dangerLevel);
     TellCounters();
+}
+
+void ScanTaskRun::Treat(const scan::ThreatFound& threat, types::EventSeverity::Type dangerLevel) {
+    const TreatmentOrder order{m_order.task, m_order.initiator, m_description.options.rightsOf,
+                               [this] { return IsStopped(); }};
+    if (!m_description.takesThreats || !MoveToStorage(m_description.keeper, m_host, order, threat, dangerLevel)) {
+        ++m_counters.notCuredObjects;
+        return;
+    }
+    ++m_counters.backedUpObjects;
+    ++m_counters.deletedObjects;
 }
 
 void ScanTaskRun::OnNotProcessed(const scan::NotProcessed& object) {
@@ -147,10 +161,12 @@ void ScanTaskRun::TakeCounters(const scan::ScanProgress& progress) {
     m_bytes = m_order.bytes + progress.scannedBytes;
 }
 
+/// What was found is counted as it was told, once for each event; what was only looked at, up to the checkpoint.
 void ScanTaskRun::OnCheckpoint(const std::string& path, const scan::ScanProgress& counters) {
-    TakeCounters(counters);
-    TellCounters(); // what is kept with it
-    m_host.OnRunCheckpoint(m_order.task, path);
+    ScanStatistic upToHere = m_counters;
+    upToHere.scannedObjects = m_order.counters.scannedObjects + counters.scannedObjects;
+    upToHere.skippedObjects = m_order.counters.skippedObjects + counters.skipped;
+    m_host.OnRunCheckpoint(m_order.task, path, upToHere, m_order.bytes + counters.scannedBytes);
 }
 
 void ScanTaskRun::TellCounters() { m_host.OnRunCounters(m_order.task, m_counters, m_bytes); }

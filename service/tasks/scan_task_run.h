@@ -4,6 +4,7 @@
 
 #include <foundation/sync.h>
 #include <service/scan/scan_run.h>
+#include <service/storage/object_keeper.h>
 #include <service/tasks/scan_engine.h>
 #include <service/tasks/task_run.h>
 #include <service/tasks/user_names.h>
@@ -22,6 +23,8 @@ public:
         ScanKind kind = ScanKind::Files;
         scan::ScanOptions options;
         bool withLocalMounts = false; ///< the areas' other local file systems are scanned too
+        bool takesThreats = false;    ///< else they are told alone
+        storage::IObjectKeeper* keeper = nullptr;
     };
 
     ScanTaskRun(RunOrder order, Description description, IScanEngine& engine, IRunHost& host, UserNames& names);
@@ -39,6 +42,7 @@ private:
 
     void Run(RunOutcome& outcome);
     void AdmitAreas();
+    void Treat(const scan::ThreatFound& threat, types::EventSeverity::Type dangerLevel);
     void CountNotProcessed(const scan::NotProcessed& object);
     void TakeCounters(const scan::ScanProgress& progress);
     void TellCounters();

@@ -23,6 +23,9 @@ void AddTo(ScanStatistic& sum, const ScanStatistic& other) noexcept {
 
 bool IsRunning(const KeptStatistic& kept) noexcept { return kept.statistic.finishTime == 0; }
 
+/// Scans, as against what goes on all the time.
+bool IsOnDemand(const KeptStatistic& kept) { return kept.statistic.taskType != task_type::OAS; }
+
 bool IsPast(const KeptStatistic& kept) noexcept { return kept.statistic.isTemporary && !IsRunning(kept); }
 
 } // namespace
@@ -73,7 +76,8 @@ void StatisticsBook::Finish(std::uint64_t taskId, std::int64_t now) noexcept {
         return;
     // A clock set back must not make the run last less than nothing; 0 would mean that it still runs.
     kept->statistic.finishTime = std::max({now, kept->statistic.startTime, std::int64_t{1}});
-    AddTo(m_state.odsTotal, kept->statistic.scan);
+    if (IsOnDemand(*kept))
+        AddTo(m_state.odsTotal, kept->statistic.scan);
 }
 
 KeptStatistic* StatisticsBook::FindMutable(std::uint64_t taskId) noexcept {
@@ -105,7 +109,7 @@ std::vector<OxsStatistic> StatisticsBook::All() const {
 ScanStatistic StatisticsBook::Sum() const noexcept {
     ScanStatistic sum = m_state.odsTotal;
     for (const KeptStatistic& kept : m_state.statistics)
-        if (IsRunning(kept))
+        if (IsRunning(kept) && IsOnDemand(kept))
             AddTo(sum, kept.statistic.scan);
     return sum;
 }

@@ -13,21 +13,6 @@ using types::DetectType;
 using types::EventName;
 using types::EventSeverity;
 
-Event MakeEvent(EventName::Type type, const Initiator& initiator) {
-    Event event;
-    event.type = type;
-    event.initiator = initiator.kind;
-    event.initiatorUser = initiator.user;
-    return event;
-}
-
-void AddTask(Event& event, const TaskIdentity& task) {
-    event.Add(AdditionalName::TaskName, task.taskName);
-    event.Add(AdditionalName::TaskId, task.taskId);
-    event.Add(AdditionalName::TaskType, task.taskType);
-    event.Add(AdditionalName::RuntimeTaskId, task.runId);
-}
-
 Event MakeTaskEvent(EventName::Type type, const TaskIdentity& task, const Initiator& initiator) {
     Event event = MakeEvent(type, initiator);
     AddTask(event, task);
@@ -79,6 +64,21 @@ constexpr std::array KindsOfNames{
 };
 
 } // namespace
+
+Event MakeEvent(EventName::Type type, const Initiator& initiator) {
+    Event event;
+    event.type = type;
+    event.initiator = initiator.kind;
+    event.initiatorUser = initiator.user;
+    return event;
+}
+
+void AddTask(Event& event, const TaskIdentity& task) {
+    event.Add(AdditionalName::TaskName, task.taskName);
+    event.Add(AdditionalName::TaskId, task.taskId);
+    event.Add(AdditionalName::TaskType, task.taskType);
+    event.Add(AdditionalName::RuntimeTaskId, task.runId);
+}
 
 Event MakeStateChanged(const TaskIdentity& task, const Initiator& initiator, types::TaskState::Type state,
                        types::TaskState::Type previous) {
@@ -148,6 +148,31 @@ Event MakeThreatDetected(const TaskIdentity& task, const Initiator& initiator, c
     event.Add(AdditionalName::Size, threat.size);
     event.Add(AdditionalName::FileOwner, fileOwner);
     event.Add(AdditionalName::FileOwnerId, threat.ownerUid);
+    AddTask(event, task);
+    return event;
+}
+
+Event MakeObjectDeleted(const TaskIdentity& task, const Initiator& initiator, const scan::ThreatFound& threat,
+                        std::uint64_t id) {
+    Event event = MakeEvent(EventName::ObjectDeleted, initiator);
+    event.Add(AdditionalName::FileName, threat.path);
+    event.Add(AdditionalName::ObjectName, TableValue(ObjectOf(task)));
+    event.Add(AdditionalName::DetectName, ulk::text::ToUtf16Lossy(threat.detectName));
+    event.Add(AdditionalName::ObjectId, id);
+    AddTask(event, task);
+    return event;
+}
+
+Event MakeNotDisinfected(const TaskIdentity& task, const Initiator& initiator, const scan::ThreatFound& threat,
+                         types::ObjectNotDisinfectedReason::Type reason, const std::string& why) {
+    Event event = MakeEvent(EventName::ObjectNotDisinfected, initiator);
+    event.severity = EventSeverity::High;
+    event.Add(AdditionalName::FileName, threat.path);
+    event.Add(AdditionalName::ObjectName, TableValue(ObjectOf(task)));
+    event.Add(AdditionalName::DetectName, ulk::text::ToUtf16Lossy(threat.detectName));
+    event.Add(AdditionalName::ObjectNotDisinfectedReason, TableValue(reason));
+    if (!why.empty())
+        event.Add(AdditionalName::Information, why);
     AddTask(event, task);
     return event;
 }

@@ -29,6 +29,11 @@ struct Initiator {
     static Initiator OfScheduler() { return {types::EventInitiator::Scheduler, {}}; }
 };
 
+/// For events of other areas' tasks: one without additional data, and the pairs that every event of a task ends or
+/// begins with.
+Event MakeEvent(types::EventName::Type type, const Initiator& initiator);
+void AddTask(Event& event, const TaskIdentity& task);
+
 Event MakeStateChanged(const TaskIdentity& task, const Initiator& initiator, types::TaskState::Type state,
                        types::TaskState::Type previous);
 Event MakeTaskCreated(const TaskIdentity& task, const Initiator& initiator);
@@ -45,6 +50,12 @@ Event MakeInterrupted(const TaskIdentity& task, const std::string& reason);
 Event MakeProgress(const TaskIdentity& task, std::uint32_t percent);
 Event MakeThreatDetected(const TaskIdentity& task, const Initiator& initiator, const scan::ThreatFound& threat,
                          const ulk::types::string16_t& fileOwner);
+/// The threat's file is in Storage, as the object `id`, and gone from where it was.
+Event MakeObjectDeleted(const TaskIdentity& task, const Initiator& initiator, const scan::ThreatFound& threat,
+                        std::uint64_t id);
+/// The threat's file is where it was. `why` is one line for people and may be empty.
+Event MakeNotDisinfected(const TaskIdentity& task, const Initiator& initiator, const scan::ThreatFound& threat,
+                         types::ObjectNotDisinfectedReason::Type reason, const std::string& why);
 Event MakeNotProcessed(const TaskIdentity& task, const Initiator& initiator, const std::string& path,
                        const std::string& reason, const std::string& detail);
 

@@ -47,6 +47,11 @@ IRunFactory* TaskRegistry::FactoryOf(std::u16string_view taskType) const noexcep
 
 ulk::types::any_struct_t TaskRegistry::DefaultSettingsOf(const core::TaskInfo& task) const {
     ulk::types::any_struct_t settings = DefaultSettings(task.taskType);
+    if (const auto* monitoring = settings.Get<FileMonitoringSettings>()) {
+        FileMonitoringSettings own = *monitoring;
+        own.areas = m_options.monitoredAreas;
+        settings.Set(std::move(own));
+    }
     if (task.taskType != task_type::ODS)
         return settings;
     ScanSettings scan;
@@ -67,7 +72,8 @@ void TaskRegistry::Load() {
         if (GoesOn(task) && FactoryOf(task.taskType) != nullptr)
             goOn.insert(task.taskId);
     for (const KeptStatistic& ended : m_statistics.Restore(std::move(loaded.state), goOn, std::time(nullptr)))
-        m_publisher.Post(MakeInterrupted(IdentityOf(ended), ReasonOfInterruption(ended.statistic.taskType)));
+        if (!TraitsOf(ended.statistic.taskType).isLasting) // its end is no interruption: it goes on with the service
+            m_publisher.Post(MakeInterrupted(IdentityOf(ended), ReasonOfInterruption(ended.statistic.taskType)));
     AddFixedTasks(kept);
     AddTemporaryTasks(kept);
     PostSave();
@@ -114,6 +120,8 @@ void TaskRegistry::TakeRun(Task& task, const KeptTask& kept) {
     if (!GoesOn(kept))
         return;
     task.unended = kept.run;
+    // What was settled ahead of the checkpoint comes again.
+    m_statistics.Update(task.info.taskId, kept.run->counters, kept.run->bytes);
     task.progress.percent = kept.run->percent;
     task.info.state = TaskState::Suspended;
     if (!std::exchange(task.unended->suspended, true))
@@ -139,6 +147,7 @@ void TaskRegistry::AddFixedTasks(std::vector<KeptTask>& kept) {
         const bool isGood = last.schedule && tools::IsSchedule(*last.schedule);
         GiveSchedule(task, isGood ? *last.schedule : DefaultSchedule(fixed.type));
         task.scheduleServed = isGood ? last.scheduleServed : Now();
+        task.stoppedByUser = last.stoppedByUser;
         TakeRun(task, last);
         m_tasks.Add(std::move(task));
     }

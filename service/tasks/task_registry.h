@@ -38,6 +38,7 @@ public:
     struct Options {
         std::string stateFile;
         std::vector<std::string> fullScanAreas{"/"};
+        std::vector<std::string> monitoredAreas{"/"}; ///< of the file monitoring task, where its settings don't say
         UserRules rules;
         std::size_t maxTemporary = 256;                     ///< of all users, unless one of them may have more
         std::size_t maxKeptStatistics = 256;                ///< of temporary tasks; beyond it the oldest go
@@ -54,6 +55,8 @@ public:
     /// interrupted, and suspended where it can go on from a checkpoint. Blocking; called once, before any other
     /// operation.
     void Load();
+    /// Starts the tasks that run all the time, but for those that a user has stopped. Once, behind Load.
+    void StartLasting();
     /// Stops every run, waits until all have ended and writes the state: what can go on later is kept. Commands are
     /// refused from then on.
     void Shutdown() noexcept;
@@ -104,9 +107,11 @@ public:
 
 private:
     void OnRunBegun(const TaskIdentity& task) override;
+    void OnRunWaits(const TaskIdentity& task) override;
     void OnRunCounters(const TaskIdentity& task, const ScanStatistic& counters, std::uint64_t bytes) override;
     void OnRunProgress(const TaskIdentity& task, const RunProgress& progress) override;
-    void OnRunCheckpoint(const TaskIdentity& task, const std::string& checkpoint) override;
+    void OnRunCheckpoint(const TaskIdentity& task, const std::string& checkpoint, const ScanStatistic& counters,
+                         std::uint64_t bytes) override;
     void OnRunEnded(const TaskIdentity& task, const RunOutcome& outcome) override;
     void PublishFinding(Event event) override;
     void PublishProgress(Event event) override;

@@ -50,11 +50,14 @@ result_t TaskRegistry::Command(const rpc::Caller& caller, std::u16string_view id
     const auto next = StateAfter(task->info.state, command);
     if (!next || m_shutDown || (command == TaskCommand::Start && !CanStartNow(*task)))
         return ulk::eInvalidState;
+    task->stoppedByUser = command == TaskCommand::Stop && TraitsOf(task->info.taskType).isLasting;
     const bool isHeldByNoRun = task->info.state == TaskState::Suspended && !task->run;
     if (command == TaskCommand::Start || (command == TaskCommand::Resume && isHeldByNoRun))
         return StartRun(*task, InitiatorOf(caller));
     task->commander = InitiatorOf(caller);
     SetState(*task, *next);
+    if (task->stoppedByUser)
+        PostSave();
     if (isHeldByNoRun) {
         FinishRun(*task);
         return ulk::sOk;
@@ -63,6 +66,16 @@ result_t TaskRegistry::Command(const rpc::Caller& caller, std::u16string_view id
         task->unended->suspended = false;
     Instruct(*task, command);
     return ulk::sOk;
+}
+
+void TaskRegistry::StartLasting() {
+    const ulk::LockGuard lock(m_mutex);
+    for (auto& [id, task] : m_tasks)
+        if (TraitsOf(task.info.taskType).isLasting && !task.stoppedByUser && CanStartNow(task))
+            if (const result_t result = StartRun(task, Initiator()); !ULK_SUCCEEDED(result)) {
+                ULK_TRACE(m_tracer.Get(), ulk::level::Failure)
+                    << "Task " << task.info.taskName << " can't be started: " << ulk::ResultText(result);
+            }
 }
 
 RunOrder TaskRegistry::OrderFor(const Task& task) const {

@@ -41,6 +41,8 @@ void TaskRegistry::OnRunSignal(std::uint64_t taskId, RunSignal signal) {
 
 void TaskRegistry::OnRunBegun(const TaskIdentity& task) { OnRunSignal(task.taskId, RunSignal::Begun); }
 
+void TaskRegistry::OnRunWaits(const TaskIdentity& task) { OnRunSignal(task.taskId, RunSignal::Waits); }
+
 void TaskRegistry::OnRunCounters(const TaskIdentity& task, const ScanStatistic& counters, std::uint64_t bytes) {
     const ulk::LockGuard lock(m_mutex);
     m_statistics.Update(task.taskId, counters, bytes);
@@ -53,17 +55,16 @@ void TaskRegistry::OnRunProgress(const TaskIdentity& identity, const RunProgress
                           progress.secondsLeft};
 }
 
-void TaskRegistry::OnRunCheckpoint(const TaskIdentity& identity, const std::string& checkpoint) {
+void TaskRegistry::OnRunCheckpoint(const TaskIdentity& identity, const std::string& checkpoint,
+                                   const ScanStatistic& counters, std::uint64_t bytes) {
     const ulk::LockGuard lock(m_mutex);
     Task* task = m_tasks.Find(identity.taskId);
     if (task == nullptr || !task->unended || checkpoint.size() > MaxCheckpointSize)
         return;
     task->unended->checkpoint = checkpoint;
     task->unended->percent = task->progress.percent;
-    if (const KeptStatistic* kept = m_statistics.Find(identity.taskId)) {
-        task->unended->counters = kept->statistic.scan;
-        task->unended->bytes = kept->statistic.scannedBytes;
-    }
+    task->unended->counters = counters;
+    task->unended->bytes = bytes;
     const auto now = std::chrono::steady_clock::now();
     const bool isLast = task->info.state != TaskState::Started;
     if (!isLast && now - m_checkpointSaved < m_options.checkpointInterval)
@@ -100,7 +101,8 @@ void TaskRegistry::TellFailure(const Task& task, const RunOutcome& outcome) {
     ULK_TRACE(m_tracer.Get(), ulk::level::Failure) << "Task " << task.info.taskName << " failed: " << outcome.error;
     if (outcome.begun && TraitsOf(task.info.taskType).changesSignatures)
         return; // the run has told it in words of its own
-    m_publisher.Post(outcome.begun
+    const bool isInterrupted = outcome.begun && !TraitsOf(task.info.taskType).isLasting;
+    m_publisher.Post(isInterrupted
                          ? MakeInterrupted(IdentityOf(task), outcome.error)
                          : MakeTaskNotStarted(IdentityOf(task), task.commander, outcome.reason, outcome.error));
 }

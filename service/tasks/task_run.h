@@ -39,10 +39,14 @@ class IRunHost {
 public:
     virtual ~IRunHost() = default;
     virtual void OnRunBegun(const TaskIdentity& task) = 0;
+    /// What was begun waits for something that it can't do without; OnRunBegun tells that it goes on.
+    virtual void OnRunWaits([[maybe_unused]] const TaskIdentity& task) {}
     virtual void OnRunCounters(const TaskIdentity& task, const ScanStatistic& counters, std::uint64_t bytes) = 0;
     virtual void OnRunProgress(const TaskIdentity& task, const RunProgress& progress) = 0;
-    /// Where a run that is resumed by another process of the service would go on; kept with the state.
-    virtual void OnRunCheckpoint(const TaskIdentity& task, const std::string& checkpoint) = 0;
+    /// Where a run that is resumed by another process of the service would go on, and what it would count on from; kept
+    /// with the state.
+    virtual void OnRunCheckpoint(const TaskIdentity& task, const std::string& checkpoint, const ScanStatistic& counters,
+                                 std::uint64_t bytes) = 0;
     /// Last call of a run.
     virtual void OnRunEnded(const TaskIdentity& task, const RunOutcome& outcome) = 0;
     /// Publishes behind all events of state changes that came before; returns when it is done.

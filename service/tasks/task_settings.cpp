@@ -38,27 +38,36 @@ void TestPaths(const std::vector<std::string>& paths, const char* key, Validatio
         Tell(messages, "MaxPathSizeSettingError", key);
 }
 
+void TestMasks(const std::vector<std::string>& masks, ValidationMessages& messages) {
+    for (const std::string& mask : masks)
+        if (!scan::CheckMask(mask).empty())
+            Tell(messages, "InvalidValue1Settings2", mask, "ExcludeMasks");
+    if (masks.size() > MaxPaths)
+        Tell(messages, "MaxPathSizeSettingError", "ExcludeMasks");
+}
+
 void Test(const ScanSettings& settings, std::u16string_view taskType, ValidationMessages& messages) {
     if (taskType == task_type::ODS && settings.areas.empty())
         Tell(messages, "ScanTaskMustContainAtLeastOneActiveScanArea");
     TestPaths(settings.areas, "ScanAreas", messages);
     TestPaths(settings.excludedPaths, "ExcludePaths", messages);
-    for (const std::string& mask : settings.excludeMasks)
-        if (!scan::CheckMask(mask).empty())
-            Tell(messages, "InvalidValue1Settings2", mask, "ExcludeMasks");
-    if (settings.excludeMasks.size() > MaxPaths)
-        Tell(messages, "MaxPathSizeSettingError", "ExcludeMasks");
+    TestMasks(settings.excludeMasks, messages);
     constexpr std::uint64_t LargestLimit = std::uint64_t{1} << 40;
     constexpr std::uint32_t LongestLimit = 24 * 60 * 60;
     if (settings.maxFileSize > LargestLimit)
         Tell(messages, "InvalidValue1Settings2", std::to_string(settings.maxFileSize), "SizeLimit");
     if (settings.fileTimeLimitSeconds > LongestLimit)
         Tell(messages, "InvalidValue1Settings2", std::to_string(settings.fileTimeLimitSeconds), "TimeLimit");
-    if (settings.actionOnThreat != types::ThreatAction::Skip) {
-        // Removing a threat means to keep it where it can be brought back from, and there is no such place yet.
-        const std::string_view name = types::ThreatAction::Table().Name(settings.actionOnThreat);
-        Tell(messages, "InvalidValue1Settings2", name, "FirstAction");
-    }
+}
+
+void Test(const FileMonitoringSettings& settings, ValidationMessages& messages) {
+    if (settings.areas.empty())
+        Tell(messages, "ScanTaskMustContainAtLeastOneActiveScanArea");
+    TestPaths(settings.areas, "ScanAreas", messages);
+    TestPaths(settings.watchedFolders, "WatchedFolders", messages);
+    TestPaths(settings.excludedPaths, "ExcludePaths", messages);
+    TestPaths(settings.excludedPrograms, "ExcludePrograms", messages);
+    TestMasks(settings.excludeMasks, messages);
 }
 
 void Test(const UpdateSettings& settings, ValidationMessages& messages) {
@@ -74,6 +83,8 @@ ValidationMessages FaultsOf(const any_struct_t& settings, std::u16string_view ta
         Test(*scan, taskType, messages);
     else if (const auto* update = settings.Get<UpdateSettings>())
         Test(*update, messages);
+    else if (const auto* monitoring = settings.Get<FileMonitoringSettings>())
+        Test(*monitoring, messages);
     return messages;
 }
 

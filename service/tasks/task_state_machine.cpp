@@ -32,6 +32,10 @@ std::optional<TaskState::Type> StateAfter(TaskState::Type state, RunSignal signa
         if (state == TaskState::Starting)
             return TaskState::Started;
         break;
+    case RunSignal::Waits:
+        if (state == TaskState::Started)
+            return TaskState::Starting;
+        break;
     case RunSignal::Held:
         if (state == TaskState::Pausing)
             return TaskState::Suspended;

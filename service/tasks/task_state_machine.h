@@ -16,6 +16,7 @@ enum class TaskCommand { Start, Stop, Pause, Resume };
 /// What a task's run tells.
 enum class RunSignal {
     Begun,  ///< the scan goes on its way
+    Waits,  ///< and is back at the beginning
     Held,   ///< pausing is done
     GoneOn, ///< resuming is done
     Ended,  ///< for whatever reason

@@ -38,6 +38,7 @@ KeptTask KeptFormOf(const Task& task) {
         kept.schedule = task.schedule;
     kept.scheduleServed = task.scheduleServed;
     kept.run = task.unended;
+    kept.stoppedByUser = task.stoppedByUser;
     return kept;
 }
 

@@ -33,6 +33,7 @@ struct Task {
     std::optional<KeptRun> unended; ///< while a run is under way or suspended
     std::shared_ptr<ITaskRun> run;  ///< null for one that was suspended before this service was started
     std::thread worker;
+    bool stoppedByUser = false;   ///< of a lasting task
     bool endsWithService = false; ///< stopped because the service stops
 };
 

@@ -2,6 +2,7 @@
 #include <service/update/bases_task_run.h>
 #include <service/update/update_events.h>
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -116,8 +117,9 @@ void BasesTaskRun::Progress(std::uint32_t percent) {
     if (m_percent && percent <= *m_percent)
         return;
     m_percent = percent;
-    m_host.OnRunProgress(m_order.task, {percent, std::nullopt});
     const auto now = std::chrono::steady_clock::now();
+    m_time.Note(now, percent);
+    m_host.OnRunProgress(m_order.task, {percent, m_time.Left(100 - std::min(percent, 100u))});
     if (m_told && now - *m_told < ProgressInterval)
         return;
     m_told = now;

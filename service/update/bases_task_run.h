@@ -2,6 +2,7 @@
 // What the runs of an update and of a rollback have in common.
 #pragma once
 
+#include <service/scan/time_estimate.h>
 #include <service/tasks/task_run.h>
 #include <service/update/bases_user.h>
 #include <service/update/update_area.h>
@@ -48,7 +49,7 @@ protected:
     End TakeIntoUse(const SignatureSets& sets, const std::string& folder,
                     const std::function<result_t(std::string& problem)>& follow);
     bool IsStopped() const noexcept { return m_stopped; }
-    /// Tells progress; the events among it at most four a second. Never falls.
+    /// Tells progress, and the time left once it can be told; the events among it at most four a second. Never falls.
     void Progress(std::uint32_t percent);
     void Publish(Event event) { m_host.PublishFinding(std::move(event)); }
 
@@ -64,6 +65,7 @@ private:
     IBasesUser& m_user;
     tasks::IRunHost& m_host;
     std::atomic<bool> m_stopped = false;
+    scan::TimeEstimate m_time;
     std::optional<std::uint32_t> m_percent;
     std::optional<std::chrono::steady_clock::time_point> m_told;
 };

@@ -71,13 +71,13 @@ std::string FreshclamConfiguration(const FreshclamJob& job) {
     text.Add("ConnectTimeout", job.timeout);
     text.Add("ReceiveTimeout", job.timeout);
     AddSource(text, job);
-    if (job.proxy) {
-        text.Add("HTTPProxyServer", job.proxy->server);
-        text.Add("HTTPProxyPort", job.proxy->port);
-        if (!job.proxy->user.empty())
-            text.Add("HTTPProxyUsername", job.proxy->user);
-        if (!job.proxy->password.empty())
-            text.Add("HTTPProxyPassword", job.proxy->password);
+    if (const auto& proxy = job.source.proxy) {
+        text.Add("HTTPProxyServer", proxy->server);
+        text.Add("HTTPProxyPort", proxy->port);
+        if (!proxy->user.empty())
+            text.Add("HTTPProxyUsername", proxy->user);
+        if (!proxy->password.empty())
+            text.Add("HTTPProxyPassword", proxy->password);
     }
     return text.Take();
 }

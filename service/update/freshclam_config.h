@@ -6,7 +6,6 @@
 #include <service/update/updater_account.h>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,7 +24,6 @@ struct FreshclamJob {
     int sourceFolder = -1;          ///< for a folder: open, with the files
     UpdaterAccount account;         ///< as which it runs
     std::uint32_t timeout = 10;     ///< seconds, for connecting and for a wait without a byte
-    std::optional<ProxyAddress> proxy;
 };
 
 /// The text of the configuration. Throws std::invalid_argument where a value holds a character that would end it.

@@ -112,6 +112,7 @@ FreshclamOutput::Step FreshclamOutput::Read(std::string_view line) {
             "the update servers allow no further update before " + std::string(line.substr(away + CoolDown.size()));
     } else if (line.starts_with("Testing database: ")) {
         m_testing = TestedFile(line);
+        step.testedFile = m_testing;
     } else if (line.starts_with("Database test passed")) {
         m_testing.clear();
         m_detail.clear();

@@ -32,7 +32,8 @@ public:
     /// What a line means; at most one of them is set.
     struct Step {
         std::optional<std::uint32_t> filePercent; ///< of the download under way
-        std::string updatedFile;                  ///< a file that is new
+        std::string testedFile;                   ///< a file that has come
+        std::string updatedFile;                  ///< a file that is new and good
     };
     Step Read(std::string_view line);
     /// The line that says best why it failed; may be empty.

@@ -94,6 +94,9 @@ private:
             Tell(0);
             if (m_observer.updated && m_updated <= MostTold)
                 m_observer.updated(step.updatedFile);
+        } else if (!step.testedFile.empty()) {
+            if (m_observer.tested && ++m_tested <= MostTold)
+                m_observer.tested(step.testedFile);
         } else if (step.filePercent) {
             Tell(*step.filePercent);
         }
@@ -114,6 +117,7 @@ private:
     LineReader m_lines;
     FreshclamOutput m_output;
     std::size_t m_updated = 0;
+    std::size_t m_tested = 0;
     std::uint32_t m_percent = 0;
 };
 

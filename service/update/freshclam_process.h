@@ -36,6 +36,7 @@ struct FetchResult {
 /// Called on the thread of Run.
 struct FetchObserver {
     std::function<void(std::uint32_t percent)> progress; ///< of the whole run; never falls
+    std::function<void(const std::string& file)> tested; ///< has come, and is tested; again where it comes again
     std::function<void(const std::string& file)> updated;
 };
 

@@ -95,7 +95,6 @@ FetchResult SetFetcher::Fetch(const UpdateSource& source, const std::string& fol
         FreshclamJob job;
         job.source = source;
         job.timeout = timeout;
-        job.proxy = m_config.proxy;
         auto account = FindUpdaterAccount();
         if (!account)
             throw SetFailure("there is no account that the updater could run as", ulk::eNotFound);

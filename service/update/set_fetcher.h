@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace tfs::service::update {
@@ -17,7 +16,6 @@ namespace tfs::service::update {
 struct UpdateConfig {
     FreshclamPrograms programs;
     FolderLimits limits;
-    std::optional<ProxyAddress> proxy; ///< for everything that is fetched from the network
     /// Bytes that may still be written where `folder` is; a test may tell another truth.
     std::function<std::uint64_t(const std::string& folder)> freeSpace;
     UpdateConfig();

@@ -19,17 +19,11 @@ struct Pair {
 
 Event MakeEvent(EventName::Type type, EventSeverity::Type severity, const TaskIdentity& task,
                 const Initiator& initiator, std::optional<Pair> own = {}) {
-    Event event;
-    event.type = type;
+    Event event = tasks::MakeEvent(type, initiator);
     event.severity = severity;
-    event.initiator = initiator.kind;
-    event.initiatorUser = initiator.user;
     if (own)
         event.Add(own->name, std::move(own->value));
-    event.Add(AdditionalName::TaskName, task.taskName);
-    event.Add(AdditionalName::TaskId, task.taskId);
-    event.Add(AdditionalName::TaskType, task.taskType);
-    event.Add(AdditionalName::RuntimeTaskId, task.runId);
+    tasks::AddTask(event, task);
     return event;
 }
 
@@ -43,6 +37,20 @@ Event MakeUpdateSourceSelected(const TaskIdentity& task, const Initiator& initia
 Event MakeModuleDownloaded(const TaskIdentity& task, const Initiator& initiator, const std::string& module) {
     return MakeEvent(EventName::ModuleDownloaded, EventSeverity::Informational, task, initiator,
                      Pair{AdditionalName::ModuleName, module});
+}
+
+Event MakeFileUpdateStarted(const TaskIdentity& task, const Initiator& initiator, const std::string& file) {
+    return MakeEvent(EventName::FileUpdateStarted, EventSeverity::Informational, task, initiator,
+                     Pair{AdditionalName::FileName, file});
+}
+
+Event MakeFileUpdateFinished(const TaskIdentity& task, const Initiator& initiator, const std::string& file) {
+    return MakeEvent(EventName::FileUpdateFinished, EventSeverity::Informational, task, initiator,
+                     Pair{AdditionalName::FileName, file});
+}
+
+Event MakeBasesAttached(const TaskIdentity& task, const Initiator& initiator) {
+    return MakeEvent(EventName::AVBasesAttached, EventSeverity::Informational, task, initiator);
 }
 
 Event MakeNothingToUpdate(const TaskIdentity& task, const Initiator& initiator) {

@@ -14,6 +14,12 @@ using tasks::TaskIdentity;
 
 Event MakeUpdateSourceSelected(const TaskIdentity& task, const Initiator& initiator, const std::string& source);
 Event MakeModuleDownloaded(const TaskIdentity& task, const Initiator& initiator, const std::string& module);
+/// A file of signatures has come and is being tested.
+Event MakeFileUpdateStarted(const TaskIdentity& task, const Initiator& initiator, const std::string& file);
+/// The file is in use.
+Event MakeFileUpdateFinished(const TaskIdentity& task, const Initiator& initiator, const std::string& file);
+/// The new set is in use, with all of its files.
+Event MakeBasesAttached(const TaskIdentity& task, const Initiator& initiator);
 Event MakeNothingToUpdate(const TaskIdentity& task, const Initiator& initiator);
 Event MakeUpdateError(const TaskIdentity& task, const Initiator& initiator, const std::string& reason);
 /// A set of signatures doesn't load.

@@ -82,7 +82,16 @@ BasesTaskRun::End UpdateRun::Work(SignatureSets& sets) {
     if (const result_t kept = sets.Keep(folder, problem); !ULK_SUCCEEDED(kept))
         return Fail(problem.empty() ? std::string(ulk::ResultText(kept)) : problem);
     Progress(KeptPercent);
-    return TakeIntoUse(sets, folder, [&sets](std::string& why) { return sets.Adopt(why); });
+    const End end = TakeIntoUse(sets, folder, [&sets](std::string& why) { return sets.Adopt(why); });
+    if (end == End::Completed)
+        TellSuccess();
+    return end;
+}
+
+void UpdateRun::TellSuccess() {
+    for (const std::string& file : m_files)
+        Publish(MakeFileUpdateFinished(m_order.task, m_order.initiator, file));
+    Publish(MakeBasesAttached(m_order.task, m_order.initiator));
 }
 
 FetchResult UpdateRun::FetchFromAny(SignatureSets& sets, std::string& folder) {
@@ -112,9 +121,14 @@ FetchResult UpdateRun::Fetch(SignatureSets& sets, const UpdateSource& source, st
     }
     if (IsStopped())
         fetcher->Stop();
+    m_files.clear();
     FetchObserver observer;
     observer.progress = [this](std::uint32_t percent) { Progress(percent * FetchedPercent / 100); };
+    observer.tested = [this](const std::string& file) {
+        Publish(MakeFileUpdateStarted(m_order.task, m_order.initiator, file));
+    };
     observer.updated = [this](const std::string& file) {
+        m_files.push_back(file);
         Publish(MakeModuleDownloaded(m_order.task, m_order.initiator, file));
     };
     return fetcher->Fetch(source, folder, m_settings.connectionTimeout, observer);

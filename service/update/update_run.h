@@ -27,9 +27,11 @@ private:
     FetchResult FetchFromAny(SignatureSets& sets, std::string& folder);
     FetchResult Fetch(SignatureSets& sets, const UpdateSource& source, std::string& folder);
     Event MakeFailure(const std::string& why) const override;
+    void TellSuccess();
 
     UpdateSettings m_settings;
     std::vector<UpdateSource> m_sources;
+    std::vector<std::string> m_files; ///< that are new, of the source that is asked
     ulk::Mutex m_mutex;
     std::unique_ptr<SetFetcher> m_fetcher ULK_GUARDED_BY(m_mutex); ///< made once, before the first fetch
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -125,6 +126,22 @@ std::optional<ProxyAddress> ParseProxy(const std::string& url) {
     return proxy;
 }
 
+namespace {
+
+/// Empty without a proxy. Throws std::invalid_argument with a line that doesn't repeat what may be secret.
+std::optional<ProxyAddress> ProxyOf(const UpdateSettings& settings) {
+    if (!settings.useProxy)
+        return std::nullopt;
+    auto proxy = ParseProxy(settings.proxyServer);
+    if (!proxy)
+        throw std::invalid_argument("the proxy's address is not of the form http://HOST:PORT");
+    if (!proxy->user.empty())
+        throw std::invalid_argument("the proxy's address may not hold a password: everybody may read settings");
+    return proxy;
+}
+
+} // namespace
+
 result_t SourcesOf(const UpdateSettings& settings, std::vector<UpdateSource>& sources, std::string& problem) {
     std::vector<UpdateSource> found;
     const auto refuse = [&problem](const std::string& line) {
@@ -133,6 +150,12 @@ result_t SourcesOf(const UpdateSettings& settings, std::vector<UpdateSource>& so
     };
     if (settings.connectionTimeout == 0 || settings.connectionTimeout > LongestTimeout)
         return refuse("the connection time-out must be from 1 to 600 seconds");
+    std::optional<ProxyAddress> proxy;
+    try {
+        proxy = ProxyOf(settings);
+    } catch (const std::invalid_argument& e) {
+        return refuse(e.what());
+    }
     const UpdateSourceKind::Type kind = settings.sourceType;
     if (kind != UpdateSourceKind::TLServers) {
         if (kind != UpdateSourceKind::SCServer && kind != UpdateSourceKind::Custom)
@@ -145,11 +168,14 @@ result_t SourcesOf(const UpdateSettings& settings, std::vector<UpdateSource>& so
             auto source = Parse(text, kind);
             if (!source)
                 return refuse("the update source is neither a web address nor an absolute path: " + text);
+            if (source->kind != UpdateSource::Kind::Folder && !settings.ignoreProxyForCustom)
+                source->proxy = proxy;
             found.push_back(std::move(*source));
         }
     }
     if (kind == UpdateSourceKind::TLServers || settings.useOfficialWhenUnavailable)
-        found.push_back({UpdateSource::Kind::Official, OfficialHost});
+        found.push_back(
+            {UpdateSource::Kind::Official, OfficialHost, settings.ignoreProxyForOfficial ? std::nullopt : proxy});
     sources = std::move(found);
     return ulk::sOk;
 }

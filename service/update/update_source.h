@@ -12,6 +12,16 @@
 
 namespace tfs::service::update {
 
+/// A proxy as the updater is told of it; empty texts where there is none.
+struct ProxyAddress {
+    std::string server; ///< with its scheme
+    std::uint16_t port = 0;
+    std::string user;
+    std::string password;
+
+    friend bool operator==(const ProxyAddress&, const ProxyAddress&) = default;
+};
+
 struct UpdateSource {
     enum class Kind {
         Official, ///< the servers of the updater's makers
@@ -21,18 +31,9 @@ struct UpdateSource {
     };
     Kind kind = Kind::Official;
     std::string location; ///< host, URL or path
+    std::optional<ProxyAddress> proxy = std::nullopt;
 
     friend bool operator==(const UpdateSource&, const UpdateSource&) = default;
-};
-
-/// A proxy as the updater is told of it; empty texts where there is none.
-struct ProxyAddress {
-    std::string server; ///< with its scheme
-    std::uint16_t port = 0;
-    std::string user;
-    std::string password;
-
-    friend bool operator==(const ProxyAddress&, const ProxyAddress&) = default;
 };
 
 /// The sources in the order in which they are tried; never empty on success. eInvalidArgument with one line for people

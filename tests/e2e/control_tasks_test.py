@@ -101,6 +101,8 @@ class TaskCommands(ProductCase):
         self.assertEqual(self.product.control_json("--get-task-state", task)[0], 66)
         _, document = self.product.control_json("--get-statistics", task)
         self.assertEqual([run["threatsFound"] for run in document["statistics"]], [1])
+        self.assertEqual(self.product.control_json("--delete-statistics", task)[0], 0)
+        self.assertEqual(self.product.control_json("--get-statistics", task)[0], 66)
         _, document = self.product.control_json("--create-task", self.scope)
         self.assertEqual(self.product.control_json("--delete-task", document["created"]["name"])[0], 0)
         self.assertNotEqual(self.product.control_json("--delete-task", "2")[0], 0)

@@ -118,7 +118,8 @@ class WithService(ProductCase):
         self.assertTrue(run["finished"])
         _, document = self.product.control_json("--event-query", "--event-type", "ThreatDetected")
         self.assertEqual(len(document["events"]), 2)
-        _, document = self.product.control_json("--event-query", "--event-type", "TaskStateChanged", "--order", "asc")
+        _, document = self.product.control_json("--event-query", "--event-type", "TaskStateChanged", "--task-type", "ODS",
+                                                "--order", "asc")
         states = [field["value"] for event in document["events"] for field in event["fields"]
                   if field["name"] == "TaskState"]
         self.assertEqual(states, ["Starting", "Started", "Pausing", "Suspended", "Resuming", "Started", "Stopped"])

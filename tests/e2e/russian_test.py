@@ -49,6 +49,8 @@ class RussianCommandLine(ProductCase):
                          self.texts["SettingValueIsNotValidInteger"].replace("%1$s", "TraceMaxFileSize=many"))
         code, document = self.product.control_json("--get-task-list", **self.russian)
         self.assertEqual((code, document), self.product.control_json("--get-task-list"))
+        told = self.product.control("--app-info", **self.russian).stdout.decode().splitlines()
+        self.assertIn("  " + self.texts["GuiProtectionStateFullScanNeverRun"], told)
 
 
 class RussianWindow(WindowCase):

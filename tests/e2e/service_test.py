@@ -88,7 +88,8 @@ class Service(ProductCase):
         self.assertGreaterEqual(document["lastRun"]["scannedObjects"], seen)
         self.assertLess(document["lastRun"]["scannedObjects"], FILES)
         self.assertIsNone(self.product.control_json("--app-info")[1]["appInfo"]["lastFullScan"])
-        self.assertEqual(self.told("TaskStateChanged", "TaskState"), ["Starting", "Started", "Stopping", "Suspended"])
+        self.assertEqual(self.told("TaskStateChanged", "TaskState", "--task-type", "ODS"),
+                         ["Starting", "Started", "Stopping", "Suspended"])
         self.assertEqual(self.told("ApplicationStopped", "ApplicationStopReason"), ["NormalExit"])
         self.assertEqual(self.told("OnDemandTaskInterrupted", "TaskName"), [FULL_SCAN])
 
@@ -107,9 +108,10 @@ class Service(ProductCase):
         self.assertIn(document["task"]["state"], ("Starting", "Started"), "the scan is over already")
         return document["lastRun"]
 
-    def told(self, event_type, field_name):
+    def told(self, event_type, field_name, *options):
         """That field of all stored events of the type, oldest first."""
-        _, document = self.product.control_json("--event-query", "--event-type", event_type, "--order", "asc")
+        _, document = self.product.control_json("--event-query", "--event-type", event_type, "--order", "asc",
+                                                *options)
         return [field["value"] for event in document["events"] for field in event["fields"]
                 if field["name"] == field_name]
 

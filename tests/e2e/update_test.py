@@ -186,6 +186,10 @@ class Refused(Signatures, ProductCase):
                 self.assert_refused()
         os.unlink(os.path.join(self.source.path, "damaged.ndb"))
         self.assertEqual(self.update(), (0, "nothing-to-update"))
+        self.assertEqual([event["TaskName"] for event in self.events("AVBasesAttached")], ["Update"],
+                         "one update has brought a new set")
+        self.assertEqual({event["FileName"] for event in self.events("FileUpdateFinished")},
+                         {"extra.hdb", "extra.ndb"})
 
     def test_a_rollback_to_a_damaged_set_is_refused(self):
         self.assertEqual(self.update(), (0, "updated"))

@@ -6,6 +6,7 @@
 #include <tests/fuzz/input.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
+#include <tests/unit/remoting/fake_storage.h>
 
 #include <sys/socket.h>
 
@@ -54,20 +55,25 @@ void Serve(kj::AsyncIoContext& io, std::string_view input) {
     tfs::fuzz::Require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) == 0);
     auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[0]));
     tfs::test::FakeService api;
+    tfs::test::FakeStorage storage;
     tfs::test::FakeFeed feed(RingSize);
     api.tasks = {tfs::test::FullTaskInfo()};
     api.during = [&] { feed.Publish(SomeEvent()); };
     tfs::wire::LoopQueue queue;
     Worker storeWorker("fuzz-store");
     Worker blockingWorker("fuzz-blocking");
+    Worker slowWorker("fuzz-slow");
     const RpcServerOptions options;
     Detour detour(io);
     queue.Adopt();
     {
         EventHub hub(feed, queue, storeWorker, io.provider->getTimer(), nullptr);
-        auto blocking = std::make_shared<BlockingCalls>(api, blockingWorker, queue, options.blockingCallsWaiting);
+        const auto queueOf = [&](Worker& worker) {
+            return std::make_shared<BlockingCalls>(BlockingApis(api, &storage), worker, queue,
+                                                   options.blockingCallsWaiting);
+        };
         Connection connection(io, kj::AutoCloseFd(ends[1]), Caller{1000, true, 1}, ulk::sOk, options, api,
-                              std::move(blocking), hub, nullptr);
+                              queueOf(blockingWorker), queueOf(slowWorker), hub, nullptr);
         auto talk = Talk(*client, detour, input).eagerlyEvaluate([](kj::Exception&&) {});
         auto end = connection.OnEnd().then([&] { queue.RequestStop(); }).eagerlyEvaluate([](kj::Exception&&) {});
         queue.Serve(io, nullptr);
@@ -75,6 +81,7 @@ void Serve(kj::AsyncIoContext& io, std::string_view input) {
     queue.Close();
     storeWorker.Stop();
     blockingWorker.Stop();
+    slowWorker.Stop();
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // Messages of the connection into records: what can be read can be written and reads the same again.
 #include <foundation/exceptions.h>
 #include <tests/fuzz/input.h>
+#include <wire/backup_records.h>
 #include <wire/event_records.h>
 #include <wire/settings_records.h>
 #include <wire/task_records.h>
@@ -66,6 +67,8 @@ constexpr Conversion Conversions[] = {
     Convert<schema::ValidationMessage, tfs::settings::ValidationMessage>,
     Convert<schema::UpdateSettings, tfs::UpdateSettings>,
     Convert<schema::TaskProgress, tfs::TaskProgress>,
+    Convert<schema::BackupItem, tfs::BackupItemInfo>,
+    Convert<schema::BackupSettings, tfs::settings::BackupSettings>,
 };
 
 } // namespace

@@ -13,6 +13,14 @@ function find(item, name) {
     return null;
 }
 
+// All of that name, an item before what is in it.
+function findAll(item, name) {
+    let found = item.objectName === name ? [item] : [];
+    for (let i = 0; i < item.children.length; ++i)
+        found = found.concat(findAll(item.children[i], name));
+    return found;
+}
+
 // Looks among what a window holds beside its items.
 function findResource(window, name) {
     for (let i = 0; i < window.contentData.length; ++i) {

@@ -13,11 +13,11 @@ namespace {
 
 std::vector<AppInfo*> appInfos;
 std::vector<TaskList*> taskLists;
+std::vector<ProtectionState*> protectionStates;
+QVariantList firstIssues;
 
-constexpr int FirstRole = Qt::UserRole + 1;
-
-const QVariantMap& Defaults() {
-    static const QVariantMap defaults{
+QVariantMap TaskDefaults() {
+    return {
         {"taskName", "Task"},      {"taskId", 2ULL},         {"cannotBeDeleted", true},
         {"canBeStarted", true},    {"canBeStopped", true},   {"showFullInfo", false},
         {"showStartButton", true}, {"showStopButton", true}, {"currentState", TaskList::TaskStateStopped},
@@ -25,7 +25,13 @@ const QVariantMap& Defaults() {
         {"scheduleInfo", ""},      {"summary", ""},          {"resultInfo", ""},
         {"resultIsError", false},
     };
-    return defaults;
+}
+
+QVariantMap IssueDefaults() {
+    return {
+        {"issueId", int(ProtectionState::ActionNone)},     {"issueTitle", "Issue"}, {"issueDescription", "What it is."},
+        {"actionsType", int(ProtectionState::ActionNone)}, {"taskName", ""},        {"available", true},
+    };
 }
 
 template <typename T>
@@ -40,54 +46,24 @@ AppInfo::~AppInfo() { Forget(appInfos, this); }
 int AppInfo::Count() { return static_cast<int>(appInfos.size()); }
 AppInfo* AppInfo::Last() { return appInfos.empty() ? nullptr : appInfos.back(); }
 
-TaskList::TaskList() { taskLists.push_back(this); }
+TaskList::TaskList() : StandinRows(TaskDefaults()) { taskLists.push_back(this); }
 TaskList::~TaskList() { Forget(taskLists, this); }
 int TaskList::Count() { return static_cast<int>(taskLists.size()); }
 TaskList* TaskList::Last() { return taskLists.empty() ? nullptr : taskLists.back(); }
-
-int TaskList::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : m_rows.size(); }
-
-QHash<int, QByteArray> TaskList::roleNames() const {
-    QHash<int, QByteArray> names;
-    int role = FirstRole;
-    for (auto it = Defaults().begin(); it != Defaults().end(); ++it)
-        names[role++] = it.key().toUtf8();
-    return names;
-}
-
-QVariant TaskList::data(const QModelIndex& index, int role) const {
-    const QString name = QString::fromUtf8(roleNames().value(role));
-    return m_rows.at(index.row()).value(name, Defaults().value(name));
-}
-
-void TaskList::setRows(const QVariantList& rows) {
-    beginResetModel();
-    m_rows.clear();
-    for (const QVariant& row : rows)
-        m_rows.append(row.toMap());
-    endResetModel();
-}
-
-void TaskList::changeRow(int row, const QVariantMap& values) {
-    for (auto it = values.begin(); it != values.end(); ++it)
-        m_rows[row][it.key()] = it.value();
-    Q_EMIT dataChanged(index(row), index(row));
-}
 
 void TaskList::SetScanTasksMode(bool mode) {
     m_scanTasksMode = mode;
     Q_EMIT scanTasksModeChanged();
 }
 
-void TaskList::rollbackUpdate() {
-    m_calls.append("rollbackUpdate");
-    Q_EMIT callsChanged();
+ProtectionState::ProtectionState() : StandinRows(IssueDefaults()) {
+    protectionStates.push_back(this);
+    setRows(firstIssues);
 }
-
-void TaskList::Note(const char* call, qulonglong id) {
-    m_calls.append(QString("%1 %2").arg(call).arg(id));
-    Q_EMIT callsChanged();
-}
+ProtectionState::~ProtectionState() { Forget(protectionStates, this); }
+int ProtectionState::Count() { return static_cast<int>(protectionStates.size()); }
+ProtectionState* ProtectionState::Last() { return protectionStates.empty() ? nullptr : protectionStates.back(); }
+void ProtectionState::SetFirstRows(const QVariantList& rows) { firstIssues = rows; }
 
 QPoint MousePosition::cursorPos() const { return QCursor::pos(); }
 
@@ -95,6 +71,7 @@ void RegisterStandins() {
     gui::InitQmlResources();
     qmlRegisterSingletonType(QUrl("qrc:/Fonts.qml"), "tl.customFonts", 1, 0, "RobotoFonts");
     qmlRegisterType<TaskList>("tl.qt.application.taskList", 1, 0, "TaskListModel");
+    qmlRegisterType<ProtectionState>("tl.qt.application.protectionStateInfo", 1, 0, "ProtectionStateModel");
     qmlRegisterType<AppInfo>("tl.qt.application.appInfo", 1, 0, "AppInfoModel");
 }
 

@@ -3,10 +3,9 @@
 // service. Everything is writable from a test. GUI thread only; owned by the page or by the test's setup.
 #pragma once
 
-#include <QtCore/QAbstractListModel>
+#include <tests/qml/standin_rows.h>
+
 #include <QtCore/QPoint>
-#include <QtCore/QStringList>
-#include <QtCore/QVariant>
 
 namespace tfs::tests {
 
@@ -64,7 +63,7 @@ private:
     DangerLevel m_dangerLevel = Critical;
 };
 
-class TaskList : public QAbstractListModel {
+class TaskList : public StandinRows {
     Q_OBJECT
     STANDIN_PROPERTY(QString, pageHeader, "Tasks")
     STANDIN_PROPERTY(QString, runTaskButtonName, "Start")
@@ -74,7 +73,6 @@ class TaskList : public QAbstractListModel {
     STANDIN_PROPERTY(QString, runRollbackText, "Rollback update")
     STANDIN_PROPERTY(bool, reportsAllowed, true)
     STANDIN_PROPERTY(bool, isRollbackAvailable, false)
-    STANDIN_PROPERTY(QStringList, calls, QStringList())
     Q_PROPERTY(bool scanTasksMode READ ScanTasksMode WRITE SetScanTasksMode NOTIFY scanTasksModeChanged)
 
 public:
@@ -96,32 +94,57 @@ public:
     static int Count();
     static TaskList* Last();
 
-    int rowCount(const QModelIndex& parent = {}) const override;
-    QVariant data(const QModelIndex& index, int role) const override;
-    QHash<int, QByteArray> roleNames() const override;
-
-    // The rows, as maps from role name to value; roles left out have a quiet default.
-    Q_INVOKABLE void setRows(const QVariantList& rows);
-    // Changes some roles of one row and announces the change without naming roles.
-    Q_INVOKABLE void changeRow(int row, const QVariantMap& values);
-
     bool ScanTasksMode() const { return m_scanTasksMode; }
     void SetScanTasksMode(bool mode);
 
 public Q_SLOTS:
-    void startTask(qulonglong id) { Note("startTask", id); }
-    void stopTask(qulonglong id) { Note("stopTask", id); }
-    void deleteTask(qulonglong id) { Note("deleteTask", id); }
-    void rollbackUpdate();
+    void startTask(qulonglong id) { Note(QString("startTask %1").arg(id)); }
+    void stopTask(qulonglong id) { Note(QString("stopTask %1").arg(id)); }
+    void deleteTask(qulonglong id) { Note(QString("deleteTask %1").arg(id)); }
+    void rollbackUpdate() { Note("rollbackUpdate"); }
 
 Q_SIGNALS:
     void scanTasksModeChanged();
 
 private:
-    void Note(const char* call, qulonglong id);
-
     bool m_scanTasksMode = false;
-    QList<QVariantMap> m_rows;
+};
+
+class ProtectionState : public StandinRows {
+    Q_OBJECT
+    STANDIN_PROPERTY(QString, pageHeader, "Protection center")
+    STANDIN_PROPERTY(QString, emptyIssuesTitle, "There are no issues")
+    STANDIN_PROPERTY(QString, runTaskButtonName, "Start")
+    STANDIN_PROPERTY(QString, stopTaskButtonName, "Stop")
+    STANDIN_PROPERTY(QString, fixLicenseLinkName, "go to Licensing")
+    STANDIN_PROPERTY(QString, manageBackupLinkName, "go to Storage")
+    STANDIN_PROPERTY(QString, enableComponentButtonName, "Enable")
+    STANDIN_PROPERTY(QString, startInProgress, "starting...")
+
+public:
+    enum IssuesActionsType {
+        ActionUnknown,
+        ActionStartUpdate,
+        ActionStopUpdate,
+        ActionEnableComponent,
+        ActionStartScan,
+        ActionLicenseLink,
+        ActionStorageLink,
+        ActionNone
+    };
+    Q_ENUM(IssuesActionsType)
+
+    ProtectionState();
+    ~ProtectionState() override;
+
+    static int Count();
+    static ProtectionState* Last();
+    /// With these rows the next ones begin.
+    static void SetFirstRows(const QVariantList& rows);
+
+public Q_SLOTS:
+    void startTask(const QString& taskName) { Note("startTask " + taskName); }
+    void stopTask(const QString& taskName) { Note("stopTask " + taskName); }
 };
 
 class Connection : public QObject {
@@ -155,14 +178,20 @@ class Models : public QObject {
     Q_OBJECT
     Q_PROPERTY(QObject* appInfo READ AppInfoObject)
     Q_PROPERTY(QObject* taskList READ TaskListObject)
+    Q_PROPERTY(QObject* protectionState READ ProtectionStateObject)
     Q_PROPERTY(int appInfoCount READ AppInfoCount)
     Q_PROPERTY(int taskListCount READ TaskListCount)
+    Q_PROPERTY(int protectionStateCount READ ProtectionStateCount)
 
 public:
     QObject* AppInfoObject() const { return AppInfo::Last(); }
     QObject* TaskListObject() const { return TaskList::Last(); }
+    QObject* ProtectionStateObject() const { return ProtectionState::Last(); }
     int AppInfoCount() const { return AppInfo::Count(); }
     int TaskListCount() const { return TaskList::Count(); }
+    int ProtectionStateCount() const { return ProtectionState::Count(); }
+
+    Q_INVOKABLE void setFirstIssues(const QVariantList& rows) { ProtectionState::SetFirstRows(rows); }
 };
 
 // Registers the types, to be done once before the first QML file is loaded.

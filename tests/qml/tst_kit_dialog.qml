@@ -4,6 +4,7 @@ import QtQuick.Window 2.15
 import QtTest 1.15
 
 import "qrc:/kit"
+import "qrc:/CommonFunctions.js" as CommonFunctions
 import "Finder.js" as Finder
 
 Item {
@@ -21,6 +22,16 @@ Item {
         }
     }
 
+    Component {
+        id: mainComponent
+        Window {
+            visible: true
+            width: 735
+            height: 540
+            TLButton { objectName: "opener" }
+        }
+    }
+
     SignalSpy { id: yes; signalName: "yesClicked" }
     SignalSpy { id: no; signalName: "noClicked" }
 
@@ -29,6 +40,7 @@ Item {
         when: windowShown
 
         property var dialog: null
+        property var opener: null
 
         function init() {
             dialog = createTemporaryObject(dialogComponent, root);
@@ -36,6 +48,10 @@ Item {
             yes.clear();
             no.clear();
             show();
+        }
+
+        function cleanup() {
+            CommonFunctions.setAppWindow(null);
         }
 
         function show() {
@@ -83,6 +99,51 @@ Item {
             data.close();
             verify(!dialog.visible);
             compare([yes.count, no.count], [0, 0]);
+        }
+
+        // Whoever opened it by mouse sees no mark of the keyboard's place until using the keyboard.
+        function test_ringFollowsTheOneThatWasThere_data() {
+            return [{ tag: "opened by keyboard", open: () => { opener.forceActiveFocus(Qt.TabFocusReason);
+                                                               keyClick(Qt.Key_Space); }, ring: true },
+                    { tag: "opened by mouse", open: () => mouseClick(opener), ring: false }];
+        }
+
+        function test_ringFollowsTheOneThatWasThere(data) {
+            const main = createTemporaryObject(mainComponent, root);
+            CommonFunctions.setAppWindow(main);
+            opener = Finder.find(main.contentItem, "opener");
+            opener.clicked.connect(() => dialog.show());
+            dialog.close();
+            main.requestActivate();
+            tryCompare(main, "active", true);
+            data.open();
+            verify(dialog.visible);
+            dialog.requestActivate();
+            tryCompare(dialog, "active", true);
+            verify(button("rightButton").activeFocus);
+            compare(CommonFunctions.showsFocus(button("rightButton")), data.ring);
+            // The main window counts as active, too, until the keyboard has come over.
+            tryVerify(() => {
+                keyClick(Qt.Key_Tab);
+                return CommonFunctions.showsFocus(dialog.activeFocusItem);
+            });
+        }
+
+        function test_opensWholeOnTheScreen_data() {
+            return [{ tag: "left", x: -600, y: 100 }, { tag: "right", x: 2000, y: 100 }, { tag: "above", x: 10, y: -500 },
+                    { tag: "below", x: 10, y: 3000 }];
+        }
+
+        function test_opensWholeOnTheScreen(data) {
+            const main = createTemporaryObject(mainComponent, root);
+            CommonFunctions.setAppWindow(main);
+            dialog.close();
+            main.x = data.x;
+            main.y = data.y;
+            show();
+            const screen = dialog.Screen;
+            verify(dialog.x >= screen.virtualX && dialog.x + dialog.width <= screen.virtualX + screen.width, dialog.x);
+            verify(dialog.y >= screen.virtualY && dialog.y + dialog.height <= screen.virtualY + screen.height, dialog.y);
         }
 
         function test_tabGoesFromLeftToRight() {

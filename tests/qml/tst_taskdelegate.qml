@@ -323,6 +323,23 @@ Item {
             tryCompare(item, "height", closedHeight);
         }
 
+        function test_keyboardOpensTheDetailsOfARunningTask() {
+            const item = row({ "currentState": TaskListModel.TaskStateStarted, "progressInfo": ["objects scanned: 3"] });
+            const name = part(item, "nameButton");
+            verify(!part(item, "expander").visible);
+            verify(name.activeFocusOnTab);
+            name.forceActiveFocus(Qt.TabFocusReason);
+            verify(part(name, "focusRing").visible);
+            keyClick(Qt.Key_Space);
+            verify(part(item, "details").visible);
+            keyClick(Qt.Key_Return);
+            verify(!part(item, "details").visible);
+            assistive.listen();
+            compare(assistive.look(name).name, "Task");
+            verify(assistive.act(name, "Press"));
+            verify(item.showFullInfo);
+        }
+
         function test_nameOfARowWithoutDetailsDoesNothing() {
             const item = row({});
             mouseClick(part(item, "nameArea"), 5, 5);

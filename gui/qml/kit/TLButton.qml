@@ -35,10 +35,18 @@ Rectangle {
 
     // The width at which nothing of the text is cut.
     readonly property real wantedWidth: label.implicitWidth + textReserve
-    readonly property real textReserve: 2 * CommonProperties.TLButtonTextSideMargin
-                                        + (icon.visible ? icon.width + content.spacing : 0)
+    // A picture brings half of its side's margin with it.
+    readonly property real textReserve: icon.visible
+        ? CommonProperties.TLButtonTextSideMargin + icon.width + content.spacing
+        : 2 * CommonProperties.TLButtonTextSideMargin
 
     signal clicked(var event, var self)
+
+    // Has the keyboard from now on; with or without the ring that shows it.
+    function takeFocus(shown) {
+        area.focusedByMouse = !shown;
+        forceActiveFocus(Qt.PopupFocusReason);
+    }
 
     width: CommonProperties.TLButtonWidth
     height: CommonProperties.TLButtonHeight
@@ -76,6 +84,9 @@ Rectangle {
             textFormat: Text.PlainText
             visible: text.length > 0
             width: Math.min(implicitWidth, root.width - root.textReserve)
+            // A text with too little room is set smaller before it is cut.
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: CommonProperties.pixelSizeSmall
             elide: Text.ElideRight
             topPadding: CommonProperties.TLButtonTextMargin
             renderType: Text.NativeRendering

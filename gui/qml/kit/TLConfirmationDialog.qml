@@ -53,10 +53,15 @@ T.ApplicationWindow {
             return;
         const main = CommonFunctions.getAppWindow();
         if (main) {
-            x = main.x + (main.width - width) / 2;
-            y = main.y + (main.height - height) / 2;
+            // The main window may stand half off its screen; a dialog opens whole on it.
+            const screen = main.Screen;
+            x = CommonFunctions.clamp(main.x + (main.width - width) / 2, screen.virtualX,
+                                      screen.virtualX + screen.width - width);
+            y = CommonFunctions.clamp(main.y + (main.height - height) / 2, screen.virtualY,
+                                      screen.virtualY + screen.height - height);
         }
-        rightButton.forceActiveFocus(Qt.PopupFocusReason);
+        // Whoever asked by mouse isn't shown the keyboard's place before using it.
+        rightButton.takeFocus(main === null || CommonFunctions.showsFocus(main.activeFocusItem));
     }
 
     TLRepaintTimer {

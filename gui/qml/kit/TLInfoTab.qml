@@ -18,7 +18,7 @@ Rectangle {
     signal clicked
     signal loaded
 
-    // The card has room for four lines: other scripts, whose lines are higher by nature, get the same.
+    // The card has room for its title and four lines: other scripts, whose lines are higher by nature, get the same.
     function lineOf(font) {
         return Math.round(font.pixelSize * CommonProperties.TLInfoTabLineHeight);
     }
@@ -87,34 +87,39 @@ Rectangle {
             textValue: root.infoText
             visible: text.length > 0
             wrapMode: Text.Wrap
-            maximumLineCount: !errorLabel.visible ? 3 : errorLabel.lineCount > 1 ? 1 : 2
+            maximumLineCount: CommonProperties.TLInfoTabLines - (error.item ? error.item.lineCount : 0)
             elide: Text.ElideRight
             color: CommonProperties.colorLightGray
             font.pixelSize: CommonProperties.pixelSizeSmall
             Accessible.ignored: true
         }
-        TLLabel {
-            id: errorLabel
-            objectName: "error"
-            lineHeightMode: Text.FixedHeight
-            lineHeight: root.lineOf(font)
+        // Even an empty text has its typeface opened, in each size.
+        Loader {
+            id: error
             width: parent.width
-            textValue: root.errorText
-            visible: text.length > 0
-            wrapMode: Text.Wrap
-            maximumLineCount: 2
-            elide: Text.ElideRight
-            color: CommonProperties.colorAppInfoTaskError
-            font.family: RobotoFonts.robotoMedium
-            font.weight: Font.Medium
-            font.pixelSize: CommonProperties.pixelSizeSmall
-            Accessible.ignored: true
+            active: root.errorText.length > 0
+            visible: active
+
+            sourceComponent: TLLabel {
+                objectName: "error"
+                lineHeightMode: Text.FixedHeight
+                lineHeight: root.lineOf(font)
+                textValue: root.errorText
+                wrapMode: Text.Wrap
+                maximumLineCount: 2
+                elide: Text.ElideRight
+                color: CommonProperties.colorAppInfoTaskError
+                font.family: RobotoFonts.robotoMedium
+                font.weight: Font.Medium
+                font.pixelSize: CommonProperties.pixelSizeSmall
+                Accessible.ignored: true
+            }
         }
     }
 
     TLPressArea {
         id: area
-        toolTip: [titleLabel, infoLabel, errorLabel].filter(label => label.truncated)
+        toolTip: [titleLabel, infoLabel, error.item].filter(label => label && label.truncated)
                                                     .map(label => label.text).join("\n")
         onActivated: root.clicked()
     }

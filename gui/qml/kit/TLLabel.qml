@@ -60,19 +60,19 @@ Text {
                 if (root.link)
                     root.linkActivated(root.linkValue);
             }
-        }
-    }
 
-    // Only a link offers a press to assistive programs.
-    Loader {
-        active: root.link
-        sourceComponent: QtObject {
-            function press() {
-                if (root.enabled)
-                    root.linkActivated(root.linkValue);
+            // Only a link offers a press to assistive programs.
+            Loader {
+                active: root.link
+                sourceComponent: QtObject {
+                    function press() {
+                        if (root.enabled)
+                            root.linkActivated(root.linkValue);
+                    }
+                    Component.onCompleted: root.Accessible.pressAction.connect(press)
+                    Component.onDestruction: root.Accessible.pressAction.disconnect(press)
+                }
             }
-            Component.onCompleted: root.Accessible.pressAction.connect(press)
-            Component.onDestruction: root.Accessible.pressAction.disconnect(press)
         }
     }
 }

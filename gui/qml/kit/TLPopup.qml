@@ -125,6 +125,7 @@ Window {
         }
 
         TLLabel {
+            objectName: "message"
             anchors.left: iconColumn.right
             anchors.right: parent.right
             anchors.rightMargin: CommonProperties.contentMargin

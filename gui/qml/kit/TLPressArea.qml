@@ -15,6 +15,7 @@ MouseArea {
     readonly property bool hovered: control.enabled && containsMouse
     // The ring is for those who come by keyboard; a click takes the focus without it.
     property bool focusedByMouse: false
+    readonly property bool controlHasFocus: control.focus
 
     signal activated(var event)
 
@@ -32,6 +33,12 @@ MouseArea {
         control.forceActiveFocus(Qt.MouseFocusReason);
     }
     onClicked: activate(mouse)
+    onContainsMouseChanged: cues.active = true
+    onShowsFocusChanged: cues.active = true
+    onControlHasFocusChanged: {
+        if (!controlHasFocus)
+            focusedByMouse = false;
+    }
 
     Keys.onPressed: {
         if (event.key !== Qt.Key_Space && event.key !== Qt.Key_Return && event.key !== Qt.Key_Enter)
@@ -42,21 +49,22 @@ MouseArea {
             activate(event);
     }
 
-    Connections {
-        target: area.control
-        function onFocusChanged() {
-            if (!area.control.focus)
-                area.focusedByMouse = false;
+    // Made when hand or keyboard first come here: a page of controls that nobody has reached yet needs none of it.
+    Loader {
+        id: cues
+        anchors.fill: parent
+        active: false
+
+        sourceComponent: Item {
+            TLFocusRing {
+                offset: area.ringOffset
+                visible: area.showsFocus
+            }
+
+            TLToolTip {
+                text: area.toolTip
+                wanted: area.containsMouse && !area.pressed
+            }
         }
-    }
-
-    TLFocusRing {
-        offset: area.ringOffset
-        visible: area.showsFocus
-    }
-
-    TLToolTip {
-        text: area.toolTip
-        wanted: area.containsMouse && !area.pressed
     }
 }

@@ -47,6 +47,10 @@ ListView {
 
     clip: true
     boundsBehavior: Flickable.StopAtBounds
+    // A current row would take the keyboard from the controls in it whenever rows come or go.
+    currentIndex: -1
+    // While it has the keyboard for itself, Tab leads to its first row and not to the beginning of the window.
+    activeFocusOnTab: Window.activeFocusItem === root
     Accessible.role: Accessible.List
 
     T.ScrollBar.vertical: TLScrollBar {}

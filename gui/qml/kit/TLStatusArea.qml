@@ -49,8 +49,9 @@ Item {
         TLLabel {
             id: verdict
 
-            // A sentence too long for the large size takes up to two lines of the small one.
-            readonly property bool large: metrics.advanceWidth <= width
+            // A sentence too long for the large size takes up to two lines of the small one. Before there is a width
+            // nothing is too long: a typeface isn't opened in a size that is given up at once.
+            readonly property bool large: width <= 0 || metrics.advanceWidth <= width
 
             width: parent.width
             lineHeightMode: Text.FixedHeight
@@ -71,18 +72,26 @@ Item {
                 font.pixelSize: CommonProperties.pixelSizeEmptyStatusLarge
             }
         }
-        TLLabel {
+        // Even an empty text has its typeface opened, in each size.
+        Loader {
             id: count
+
+            readonly property string text: root.lines.slice(1).join(" ")
+
             width: parent.width
-            lineHeightMode: Text.FixedHeight
-            lineHeight: root.lineOf(font)
-            horizontalAlignment: Text.AlignHCenter
-            textValue: root.lines.slice(1).join(" ")
-            visible: text.length > 0
-            elide: Text.ElideRight
-            color: CommonProperties.colorLightGray
-            font.pixelSize: CommonProperties.pixelSizeEmptyStatusSmall
-            Accessible.ignored: true
+            active: text.length > 0
+            visible: active
+
+            sourceComponent: TLLabel {
+                lineHeightMode: Text.FixedHeight
+                lineHeight: root.lineOf(font)
+                horizontalAlignment: Text.AlignHCenter
+                textValue: count.text
+                elide: Text.ElideRight
+                color: CommonProperties.colorLightGray
+                font.pixelSize: CommonProperties.pixelSizeEmptyStatusSmall
+                Accessible.ignored: true
+            }
         }
     }
 
@@ -91,7 +100,7 @@ Item {
         enabled: root.clickable
         ringOffset: -2 * CommonProperties.focusRingWidth
         cursorShape: root.clickable ? Qt.PointingHandCursor : Qt.ArrowCursor
-        toolTip: verdict.truncated || count.truncated ? root.text : ""
+        toolTip: verdict.truncated || (count.item && count.item.truncated) ? root.text : ""
         onActivated: root.clicked()
     }
 

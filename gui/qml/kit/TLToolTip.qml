@@ -29,6 +29,7 @@ Loader {
 
             contentItem: Text {
                 id: label
+                objectName: "toolTip"
                 text: root.text
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap

@@ -46,6 +46,7 @@ class WindowCase(ProductCase):
 
     has_tray = True
     has_manager = True
+    screen = (1280, 800)
 
     @classmethod
     def setUpClass(cls):
@@ -55,7 +56,7 @@ class WindowCase(ProductCase):
 
     @classmethod
     def make_desktop(cls, logs):
-        return Desktop(logs, cls.has_tray, cls.has_manager)
+        return Desktop(logs, cls.has_tray, cls.has_manager, cls.screen)
 
     def setUp(self):
         super().setUp()

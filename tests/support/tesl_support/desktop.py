@@ -15,11 +15,12 @@ A11Y_LAUNCHERS = ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-
 class Desktop:
     """One for each test program: the accessibility library keeps its first connection. Use as a context."""
 
-    def __init__(self, logs, tray=True, manager=True):
+    def __init__(self, logs, tray=True, manager=True, screen=(1280, 800)):
         os.makedirs(logs, exist_ok=True)
         self.logs = logs
         self._tray = tray
         self._manager = manager
+        self._screen = screen
         self._home = tempfile.mkdtemp(prefix="tesl-desktop-")
         self._processes = []
         self.environment = {}
@@ -43,10 +44,10 @@ class Desktop:
 
     def _start(self):
         env = dict(os.environ)
-        for name in ("WAYLAND_DISPLAY", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "AT_SPI_BUS_ADDRESS"):
+        for name in ("WAYLAND_DISPLAY", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "AT_SPI_BUS_ADDRESS",
+                     "QT_QUICK_BACKEND"):
             env.pop(name, None)
-        env.update(HOME=self._home, XDG_RUNTIME_DIR=self._home, QT_QUICK_BACKEND="software",
-                   QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", LANG="C.UTF-8")
+        env.update(HOME=self._home, XDG_RUNTIME_DIR=self._home, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", LANG="C.UTF-8")
         os.chmod(self._home, 0o700)
         self._start_display(env)
         env["DBUS_SESSION_BUS_ADDRESS"] = self._start_told("bus", env, lambda fd: [
@@ -64,8 +65,9 @@ class Desktop:
         os.environ.update({name: env[name] for name in ("DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")})
 
     def _start_display(self, env):
+        width, height = self._screen
         number = self._start_told("xvfb", env, lambda fd: [
-            "Xvfb", "-displayfd", str(fd), "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"])
+            "Xvfb", "-displayfd", str(fd), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset"])
         env["DISPLAY"] = os.environ["DISPLAY"] = f":{number}"
         wait_until(lambda: self._ask(env, "xprop", "-root", "_NET_SUPPORTED") is not None, 20, "a display")
 

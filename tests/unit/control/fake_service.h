@@ -80,7 +80,9 @@ public:
         commands.push_back(string16_t(u"delete ") + taskName);
         return ulk::sOk;
     }
-    result_t DeleteStatistic(const OxsStatistic&) override { return ulk::eNotSupported; }
+    result_t DeleteStatistic(const OxsStatistic& statistic) override {
+        return std::erase(statistics, statistic) > 0 ? ulk::sOk : ulk::eNotFound;
+    }
     result_t GetSchedule(const string16_t&, TaskSchedule& out) override {
         out = schedule;
         return ulk::sOk;
@@ -123,6 +125,16 @@ public:
         asked.push_back({u"schedule", changes, toDefault});
         told = messages;
         return setResult;
+    }
+};
+
+class FakeAppInfo : public ulk::SimpleObjectBase<ulk::NoServiceStrategy, IAppInfoProvider> {
+public:
+    AppInfo appInfo;
+    result_t result = ulk::sOk;
+    result_t GetAppInfo(AppInfo& out) override {
+        out = appInfo;
+        return result;
     }
 };
 
@@ -171,6 +183,7 @@ public:
     ulk::Ptr<FakeTasks> tasks = ulk::Ptr<FakeTasks>::Adopt(new FakeTasks);
     ulk::Ptr<FakeSubscriber> subscriber = ulk::Ptr<FakeSubscriber>::Adopt(new FakeSubscriber);
     ulk::Ptr<FakeSettings> settings = ulk::Ptr<FakeSettings>::Adopt(new FakeSettings);
+    ulk::Ptr<FakeAppInfo> appInfo; ///< not offered unless a test makes it
     ulk::Ptr<FakeStorer> storer = ulk::Ptr<FakeStorer>::Adopt(new FakeStorer);
 
     result_t GetInterface(ulk::iid_t iid, std::uint32_t, void** out) noexcept override {
@@ -180,6 +193,8 @@ public:
         if (ULK_SUCCEEDED(settings->QueryInterface(iid, out)))
             return ulk::sOk;
         if (ULK_SUCCEEDED(storer->QueryInterface(iid, out)))
+            return ulk::sOk;
+        if (appInfo && ULK_SUCCEEDED(appInfo->QueryInterface(iid, out)))
             return ulk::sOk;
         return subscriber->QueryInterface(iid, out);
     }

@@ -139,6 +139,10 @@ TEST_F(TaskSettingsCommands, StatisticsOutliveTheirTask) {
     EXPECT_EQ(Json().at("statistics"), json::array({all[1]}));
     EXPECT_EQ(Run({"--get-statistics", "2", "Nothing"}), 66);
     EXPECT_EQ(m_out.str(), "");
+    ASSERT_EQ(Run({"--delete-statistics", "100", "--json"}), 0);
+    EXPECT_EQ(Json().at("deletedStatistics"), all[1]);
+    EXPECT_EQ(Tasks().statistics, std::vector{full});
+    EXPECT_EQ(Run({"--delete-statistics", "Scan_File_100"}), 66);
 }
 
 TEST_F(TaskSettingsCommands, ACustomScanIsMadeAndDeleted) {

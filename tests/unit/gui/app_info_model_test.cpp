@@ -1,47 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "gui_fixture.h"
-
-#include <foundation/datetime.h>
-#include <gui/app_info/app_info_model.h>
+#include "app_info_fixture.h"
+#include "fake_backup.h"
 
 #include <QtTest/QSignalSpy>
-#include <ctime>
 
 namespace tfs::gui {
 namespace {
 
+using test::AppInfoModelTest;
 using test::MakeStatistic;
 using test::MakeTask;
 using test::WaitUntil;
-using types::AdditionalName;
-using types::EventName;
-using types::TaskState;
-
-class AppInfoModelTest : public test::GuiTest {
-protected:
-    AppInfoModelTest() {
-        m_app.tasks->SetTask(MakeTask(1, task_name::FileMonitoring, task_type::OAS, TaskState::Started));
-        m_app.tasks->SetTask(MakeTask(2, task_name::FullScan, task_type::ODS));
-        m_app.tasks->SetTask(MakeTask(6, task_name::Update, task_type::Update));
-        AppInfo& info = m_app.appInfo->appInfo;
-        info.avBasesLoaded = true;
-        info.avBasesDate = ulk::datetime::NowTicks();
-        info.lastMyCompScanTime = std::time(nullptr) - 5 * 60;
-    }
-
-    static Event TaskEvent(EventName::Type type, std::uint64_t id, TaskState::Type state) {
-        Event event;
-        event.type = type;
-        event.Add(AdditionalName::TaskId, id);
-        event.Add(AdditionalName::TaskState, static_cast<std::int32_t>(state));
-        return event;
-    }
-    static core::TaskInfo CustomScan() {
-        core::TaskInfo task = MakeTask(100, u"Temporary_100", task_type::ODS);
-        task.isTemporary = true;
-        return task;
-    }
-};
 
 TEST_F(AppInfoModelTest, aHealthyDeviceIsProtectedWell) {
     m_app.tasks->SetStatistic(MakeStatistic(MakeTask(2, task_name::FullScan, task_type::ODS), 10, 0));
@@ -118,6 +87,91 @@ TEST_F(AppInfoModelTest, aFailedRefreshShowsDangerAndKeepsTheTexts) {
     EXPECT_EQ(m_app.tracer->Count(300, "Cannot get application info"), 1u);
 }
 
+TEST_F(AppInfoModelTest, databasesAgeByWholeDays) {
+    using ulk::datetime::kTicksPerDay;
+    using ulk::datetime::kTicksPerSecond;
+    const struct {
+        std::int64_t age;
+        const char* state;
+        AppInfoModel::DangerLevel level;
+    } cases[] = {
+        {3 * kTicksPerDay - 3600 * kTicksPerSecond, "Databases are up to date.", AppInfoModel::OK},
+        {3 * kTicksPerDay, "Databases are out of date.", AppInfoModel::Warning},
+        {8 * kTicksPerDay - 3600 * kTicksPerSecond, "Databases are out of date.", AppInfoModel::Warning},
+        {8 * kTicksPerDay, "Databases are totally out of date.", AppInfoModel::Critical},
+        {-kTicksPerDay, "Databases are up to date.", AppInfoModel::OK}, // the clock was put back
+    };
+    for (const auto& [age, state, level] : cases) {
+        m_app.appInfo->appInfo.avBasesDate = ulk::datetime::NowTicks() - age;
+        const AppInfoModel model;
+        EXPECT_EQ(model.infoDatabasesState().toStdString(), state);
+        EXPECT_EQ(model.infoDatabasesIsError(), level != AppInfoModel::OK) << state;
+        EXPECT_EQ(model.dangerLevel(), level) << state;
+        if (age < 0) {
+            EXPECT_EQ(model.infoLastUpdateTime().toStdString(), "Last update: less than a minute ago");
+        }
+    }
+    m_app.appInfo->appInfo.avBasesLoaded = false;
+    const AppInfoModel model;
+    EXPECT_EQ(model.infoDatabasesState().toStdString(), "Anti-virus databases are not loaded");
+    EXPECT_EQ(model.dangerLevel(), AppInfoModel::Critical);
+}
+
+TEST_F(AppInfoModelTest, updateStatesTwoToFiveRecommend) {
+    for (int state = 0; state <= 6; ++state) {
+        m_app.appInfo->appInfo.applicationUpdateState = static_cast<ApplicationUpdateState>(state);
+        const AppInfoModel model;
+        EXPECT_EQ(model.issuesInfo().toStdString(), state >= 2 && state <= 5
+                                                        ? "Your device is protected well\n1 recommendation"
+                                                        : "Your device is protected well")
+            << state;
+    }
+}
+
+TEST_F(AppInfoModelTest, whatEarlierStepsFoundStaysWhenALaterOneFails) {
+    AppInfoModel model;
+    model.UpdateAppInfo();
+    QSignalSpy databases(&model, &AppInfoModel::infoDatabasesStateChanged);
+    QSignalSpy issues(&model, &AppInfoModel::issuesInfoChanged);
+    QSignalSpy danger(&model, &AppInfoModel::dangerLevelChanged);
+    m_app.appInfo->appInfo.avBasesLoaded = false;
+    m_app.settings->failure = ulk::eTimeout; // asked last
+    PushAndRefresh(model, EventName::AVBasesCorrupted);
+    EXPECT_EQ(databases.count(), 1);
+    EXPECT_EQ(issues.count(), 1);
+    EXPECT_EQ(model.dangerLevel(), AppInfoModel::Critical);
+    PushAndRefresh(model, EventName::AVBasesCorrupted);
+    EXPECT_EQ(danger.count(), 1) << "it was critical already";
+    m_app.appInfo->appInfo.avBasesLoaded = true;
+    m_app.settings->failure = ulk::sOk;
+    PushAndRefresh(model, EventName::AVBasesApplied);
+    EXPECT_EQ(model.dangerLevel(), AppInfoModel::OK);
+}
+
+TEST_F(AppInfoModelTest, statisticsThatCanNotBeHadLeaveTheResult) {
+    m_app.tasks->SetStatistic(MakeStatistic(MakeTask(2, task_name::FullScan, task_type::ODS), 10, 3));
+    AppInfoModel model;
+    ASSERT_TRUE(model.infoScanResultIsError());
+    m_app.tasks->RemoveStatistic(task_name::FullScan);
+    PushAndRefresh(model, EventName::TaskCreated);
+    EXPECT_TRUE(model.infoScanResultIsError());
+    EXPECT_EQ(model.infoLastScanResult().toStdString(), "Threat detected");
+    EXPECT_GE(m_app.tracer->Count(300, "Error while taking task statistics for Scan_My_Computer"), 1u);
+    m_app.appInfo->appInfo.lastMyCompScanTime = 0; // never run: the result stays as it was
+    PushAndRefresh(model, EventName::TaskCreated);
+    EXPECT_EQ(model.infoLastScanTime().toStdString(), "Never run");
+    EXPECT_TRUE(model.infoScanResultIsError());
+}
+
+TEST_F(AppInfoModelTest, listsThatCanNotBeReadHideNoButton) {
+    AppInfoModel model;
+    model.UpdateAppInfo();
+    m_app.tasks->failure = ulk::eTimeout;
+    PushAndRefresh(model, EventName::TaskDeleted);
+    EXPECT_TRUE(model.scanInfoAvailable());
+    EXPECT_TRUE(model.updateInfoAvailable());
+}
+
 TEST_F(AppInfoModelTest, withoutAServiceItIsReadyAndInDanger) {
     m_app.connected = false;
     const AppInfoModel model;
@@ -166,68 +220,6 @@ TEST_F(AppInfoModelTest, customScanAloneDoesNotMakeScansAvailable) {
     EXPECT_FALSE(model.updateInfoAvailable());
 }
 
-TEST_F(AppInfoModelTest, popupsOfACustomScan) {
-    AppInfoModel model;
-    model.UpdateAppInfo();
-    QSignalSpy started(&model, &AppInfoModel::customScanStarted);
-    QSignalSpy stopped(&model, &AppInfoModel::customScanStopped);
-    QSignalSpy refreshed(&model, &AppInfoModel::issuesInfoChanged);
-    m_app.tasks->SetTask(CustomScan());
-    for (const auto state : {TaskState::Starting, TaskState::Started, TaskState::Stopping, TaskState::Stopped})
-        PushAndWait(TaskEvent(EventName::TaskStateChanged, 100, state));
-    ASSERT_TRUE(WaitUntil([&] { return stopped.count() == 1; }));
-    EXPECT_EQ(started.count(), 1);
-    EXPECT_EQ(started.first().at(0).toUInt(), 100u);
-    EXPECT_EQ(stopped.first().at(1).toString().toStdString(), "Custom scan completed. No active threats found.");
-    // Gone by now, with statistics that outlived it.
-    m_app.tasks->RemoveTask(100);
-    m_app.tasks->SetStatistic(MakeStatistic(CustomScan(), 9, 2));
-    PushAndWait(TaskEvent(EventName::TaskStateChanged, 100, TaskState::Stopped));
-    ASSERT_TRUE(WaitUntil([&] { return stopped.count() == 2; }));
-    EXPECT_EQ(stopped.last().at(1).toString().toStdString(),
-              "Custom scan completed. <font color='#d84342'>2 threats found.</font>");
-    EXPECT_EQ(refreshed.count(), 0);
-}
-
-TEST_F(AppInfoModelTest, onlyMonitoringTasksRaiseAFailurePopup) {
-    AppInfoModel model;
-    QSignalSpy failed(&model, &AppInfoModel::taskStartFailed);
-    const auto notStarted = [](const char16_t* name, std::int32_t reason) {
-        Event event;
-        event.type = EventName::TaskNotStarted;
-        event.Add(AdditionalName::TaskName, test::String(name));
-        event.Add(AdditionalName::TaskNotStartedReason, reason);
-        return event;
-    };
-    PushAndWait(notStarted(task_name::FullScan, 0));
-    PushAndWait(notStarted(u"No_Such_Task", 0));
-    PushAndWait(notStarted(task_name::FileMonitoring, 3));
-    ASSERT_TRUE(WaitUntil([&] { return failed.count() == 1; }));
-    EXPECT_EQ(failed.first().at(0).toUInt(), 4u);
-    EXPECT_EQ(failed.first().at(1).toString().toStdString(),
-              "Task File Threat Protection was not started due to network interceptor driver error");
-}
-
-TEST_F(AppInfoModelTest, anEventWithoutItsFieldsDoesNotStopLaterOnes) {
-    AppInfoModel model;
-    model.UpdateAppInfo();
-    Event bare;
-    for (const auto type : {EventName::TaskStateChanged, EventName::TaskNotStarted, EventName::UpdateError}) {
-        bare.type = type;
-        PushAndWait(bare);
-    }
-    EXPECT_EQ(m_app.tracer->Count(300, "There is no taskId field in task event!"), 2u);
-    EXPECT_EQ(m_app.tracer->Count(300, "map::at"), 1u);
-    QSignalSpy changed(&model, &AppInfoModel::infoDatabasesIsErrorChanged);
-    m_app.appInfo->appInfo.avBasesLoaded = false;
-    model.UpdateAppInfo();
-    EXPECT_EQ(changed.count(), 0) << "nothing has been noted";
-    bare.type = EventName::AVBasesApplied;
-    PushAndWait(bare);
-    model.UpdateAppInfo();
-    EXPECT_EQ(changed.count(), 1);
-}
-
 TEST_F(AppInfoModelTest, storageCountsFromEightyOnePercent) {
     for (const auto& [percentage, result, level] :
          {std::tuple{80u, ulk::sOk, Danger::OK}, std::tuple{81u, ulk::sOk, Danger::Warning},
@@ -241,6 +233,40 @@ TEST_F(AppInfoModelTest, storageCountsFromEightyOnePercent) {
         reader.Read(m_app.remote.Get(), values, danger);
         EXPECT_EQ(danger.Level(), level) << percentage;
     }
+}
+
+class AppInfoModelStorageTest : public AppInfoModelTest {
+protected:
+    static constexpr std::uint64_t MiB = 1024 * 1024;
+
+    AppInfoModelStorageTest() {
+        m_app.remote->Put<ITfstBackupManager>(m_backup.Get());
+        m_app.remote->Put<ITfsBackupConfigurator>(m_backup.Get());
+        m_backup->SetSettings(30, 100);
+    }
+    ulk::Ptr<test::FakeBackup> m_backup = test::FakeApplication::Make<test::FakeBackup>();
+};
+
+TEST_F(AppInfoModelStorageTest, aFullStorageIsAWarningUntilThereIsRoom) {
+    m_backup->Add(1, u"/a", 80 * MiB);
+    m_backup->Add(2, u"/b", MiB);
+    AppInfoModel model;
+    ASSERT_TRUE(WaitUntil([&] { return model.dangerLevel() == AppInfoModel::Warning; }));
+    EXPECT_EQ(model.issuesInfo().toStdString(), "Protection of your device is reduced\n1 warning");
+    EXPECT_GE(m_app.tracer->Count(ulk::level::Detail, "Storage limit is reached"), 1u);
+    m_backup->Add(2, u"/b", MiB - 1);
+    PushAndRefresh(model, EventName::ObjectRemovedFromBackup);
+    ASSERT_TRUE(WaitUntil([&] { return model.dangerLevel() == AppInfoModel::OK; }));
+}
+
+TEST_F(AppInfoModelStorageTest, aRefreshDoesNotWaitForStorage) {
+    m_backup->Add(1, u"/a", 90 * MiB);
+    m_backup->Shut(true);
+    AppInfoModel model;
+    EXPECT_TRUE(model.infoIsReady());
+    EXPECT_EQ(model.dangerLevel(), AppInfoModel::OK);
+    m_backup->Shut(false);
+    EXPECT_TRUE(WaitUntil([&] { return model.dangerLevel() == AppInfoModel::Warning; }));
 }
 
 } // namespace

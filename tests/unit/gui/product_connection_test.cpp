@@ -234,6 +234,18 @@ TEST_F(ProductConnectionTest, aWorkerDoesNotWaitForAServiceThatCouldNotBeReached
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
+TEST_F(ProductConnectionTest, aFailureHoldsForWhoAsksRightAfterItButNotForThePoll) {
+    m_peer.alive = false;
+    constexpr std::size_t Questions = 50;
+    for (std::size_t question = 0; question < Questions; ++question)
+        EXPECT_EQ(m_connection->GetRemoteServiceLocator(), nullptr);
+    // One unless the machine holds this thread up.
+    EXPECT_LT(Traced(300, "Cannot create remote rpc"), Questions / 2);
+    m_peer.alive = true;
+    m_connection->onTimer();
+    EXPECT_TRUE(m_connection->isConnectedToProduct());
+}
+
 TEST_F(ProductConnectionTest, workersMayAskWhileTheTimerPolls) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> workers;

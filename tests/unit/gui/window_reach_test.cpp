@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Where a window is brought back to that its header alone can move.
+#include "process_test.h"
+
 #include <gui/tools/window_reach.h>
 
+#include <QtCore/QDeadlineTimer>
+#include <QtGui/QGuiApplication>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQuick/QQuickWindow>
+#include <QtQuick/QSGRendererInterface>
 #include <gtest/gtest.h>
 #include <ostream>
 
@@ -50,6 +57,65 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"screen smaller than the window", {400, 100}, {QRect(0, 0, 320, 240)}, {160, 100}},
                       Row{"screen lower than the header", {0, 50}, {QRect(0, 0, 800, 20)}, {0, 0}},
                       Row{"no screen", {-9000, 9000}, {}, {-9000, 9000}}));
+
+constexpr char Windows[] = R"(
+import QtQuick 2.15
+import QtQuick.Window 2.15
+import QtQuick.Templates 2.15 as T
+T.ApplicationWindow {
+    visible: true
+    width: 735; height: 540
+    header: Item { implicitHeight: 32 }
+    property Window dialog: T.ApplicationWindow {
+        width: 500; height: 234
+        header: Item { implicitHeight: 32 }
+    }
+    property Window popup: Window { width: 350; height: 162 }
+}
+)";
+
+bool IsInReach(const QWindow& window) {
+    return ReachablePlace(window.geometry(), Header, {QRect(0, 0, 800, 800)}) == window.position();
+}
+
+bool ComesBack(const QWindow& window) {
+    const QDeadlineTimer deadline(std::chrono::seconds(20));
+    while (!IsInReach(window) && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    return IsInReach(window);
+}
+
+class WindowsReachTest : public gui::test::ProcessTest {
+protected:
+    void LeadAway() {
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        Begin();
+        QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
+        QGuiApplication app(m_argc, m_argv);
+        QQmlApplicationEngine engine;
+        engine.loadData(Windows);
+        CHECK(engine.rootObjects().size() == 1);
+        auto* const main = qobject_cast<QWindow*>(engine.rootObjects().constFirst());
+        const WindowsReach reach(main);
+        main->setPosition(-5000, 100);
+        Check(ComesBack(*main), "the main window comes back");
+        for (const char* const name : {"dialog", "popup"}) {
+            auto* const window = main->property(name).value<QWindow*>();
+            window->show();
+            window->requestActivate();
+            while (QGuiApplication::focusWindow() != window)
+                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            window->setPosition(300, 5000);
+        }
+        Check(ComesBack(*main->property("dialog").value<QWindow*>()), "so does a dialog");
+        Check(!IsInReach(*main->property("popup").value<QWindow*>()), "what has no header stays where it was put");
+        std::exit(Passed);
+    }
+};
+
+TEST_P(WindowsReachTest, ofAllWindowsWithAHeader) { EXPECT_EXIT(LeadAway(), ::testing::ExitedWithCode(Passed), ""); }
+
+INSTANTIATE_TEST_SUITE_P(Dispatchers, WindowsReachTest, ::testing::Values("unix"));
 
 } // namespace
 } // namespace tfs::tools

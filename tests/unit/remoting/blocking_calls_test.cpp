@@ -6,6 +6,7 @@
 #include <service/rpc/rpc_server.h>
 #include <tests/unit/remoting/fake_feed.h>
 #include <tests/unit/remoting/fake_service.h>
+#include <tests/unit/remoting/gate.h>
 #include <tests/unit/remoting/test_client.h>
 
 #include <gtest/gtest.h>
@@ -14,40 +15,6 @@
 namespace tfs::test {
 
 using namespace std::chrono_literals;
-
-/// Holds up whoever passes until it is opened.
-class Gate {
-public:
-    ~Gate() { Open(); }
-    void Pass() {
-        std::unique_lock lock(m_mutex);
-        ++m_waiting;
-        m_most = std::max(m_most, m_waiting);
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_open; });
-        --m_waiting;
-    }
-    void Open() {
-        const std::lock_guard lock(m_mutex);
-        m_open = true;
-        m_changed.notify_all();
-    }
-    bool WaitFor(int passers) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, 20s, [&] { return m_waiting >= passers; });
-    }
-    int Most() const {
-        const std::lock_guard lock(m_mutex);
-        return m_most;
-    }
-
-private:
-    mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_open = false;
-    int m_waiting = 0;
-    int m_most = 0;
-};
 
 class BlockingCallsTest : public ::testing::Test {
 protected:

@@ -48,7 +48,9 @@ TEST_F(CallsTest, StateReadsBringAllFields) {
                            .useTsn = types::TsnUsage::Extended,
                            .uiReportsForRootOnly = true,
                            .limitNumberOfScanFileTasks = 7,
-                           .useSyslog = true};
+                           .useSyslog = true,
+                           .daysToLive = 8,
+                           .backupSizeLimit = 9};
     service.policy.name = u"Head office";
     service.localTasks = false;
     service.groupTasks = true;
@@ -71,6 +73,9 @@ TEST_F(CallsTest, StateReadsBringAllFields) {
     EXPECT_EQ(info.applicationVersion, full.applicationVersion);
     EXPECT_EQ(info.engineVersion, full.engineVersion);
     EXPECT_EQ(info.scannerWorkers, full.scannerWorkers);
+    EXPECT_EQ(info.applicationUpdateVersion, full.applicationUpdateVersion);
+    EXPECT_EQ(info.systemName, full.systemName);
+    EXPECT_EQ(info.systemVersion, full.systemVersion);
 
     ulk::types::any_struct_t holder;
     ASSERT_EQ(client.Get<IAppSettingsHandler>()->GetAppSettings(holder), ulk::sOk);

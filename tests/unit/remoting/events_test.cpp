@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace tfs::test {
@@ -73,6 +74,41 @@ TEST_F(EventsTest, AnEventThatCanNotBeSentCostsOnlyItself) {
     EXPECT_EQ(NumberOf(receiver->Events().front()), 1);
     EXPECT_EQ(NumberOf(receiver->Events().back()), 3);
     EXPECT_TRUE(client->IsAlive());
+}
+
+TEST_F(EventsTest, WhoMayNotReadReportsIsToldOfOthersOnlyWhatAWindowNeeds) {
+    service.reportsAllowed = false;
+    Start(1); // the second half comes from the store
+    const auto receiver = MakeReceiver();
+    ASSERT_EQ(subscriber->Subscribe(receiver.Get(), {}), ulk::sOk);
+    Event event;
+    event.type = types::EventName::ThreatDetected;
+    event.initiator = types::EventInitiator::User;
+    event.initiatorUser = EventUser{::geteuid() + 1, u"another"};
+    event.Add(types::AdditionalName::FileName, std::string("/home/another/letter"));
+    event.Add(types::AdditionalName::TaskId, std::uint64_t{7});
+    event.Add(types::AdditionalName::DetectName, std::string("Threat"));
+    Event own = event;
+    own.initiatorUser->uid = ::geteuid();
+    for (int i = 0; i < 50; ++i) {
+        feed->Publish(event);
+        feed->Publish(own);
+    }
+    ASSERT_TRUE(WaitFor([&] { return receiver->Count() == 100; }));
+    for (const Event& told : receiver->Events()) {
+        if (told.initiatorUser) {
+            EXPECT_EQ(told.initiatorUser, own.initiatorUser);
+            EXPECT_EQ(told.additional, own.additional);
+            continue;
+        }
+        ASSERT_EQ(told.additional.size(), 1u);
+        EXPECT_EQ(told.additional[0].name, types::AdditionalName::TaskId);
+        EXPECT_EQ(told.type, types::EventName::ThreatDetected);
+    }
+    service.reportsAllowed = true;
+    feed->Publish(event);
+    ASSERT_TRUE(WaitFor([&] { return receiver->Count() == 101; }));
+    EXPECT_EQ(receiver->Events().back().additional, event.additional);
 }
 
 TEST_F(EventsTest, ArriveWholeAndInOrderFromTheSubscriptionOn) {

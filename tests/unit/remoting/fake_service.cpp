@@ -256,6 +256,9 @@ AppInfo FullAppInfo() {
     info.applicationVersion = u"10.1.4.78";
     info.engineVersion = u"1.4";
     info.scannerWorkers = 3;
+    info.applicationUpdateVersion = u"10.1.5";
+    info.systemName = u"Linux";
+    info.systemVersion = u"12 (\u0416)";
     return info;
 }
 

@@ -26,6 +26,7 @@ public:
     ScanStatistic scanStatistic;
     TaskSchedule schedule;
     TaskProgress progress;
+    std::atomic<bool> reportsAllowed{true};
     settings::SettingsChangeList taskSettings;
     std::atomic<result_t> code{ulk::sOk};
     /// Called inside each call, on the loop's thread.
@@ -56,6 +57,7 @@ public:
 
     result_t GetAppInfo(AppInfo& out) noexcept override;
     result_t GetAppSettings(settings::AppSettings& out) noexcept override;
+    bool AreReportsAllowed(const service::rpc::Caller&) noexcept override { return reportsAllowed; }
     result_t GetPolicy(PolicyState& out) noexcept override;
     result_t IsUserManageTasksAllowed(bool& local, bool& group) noexcept override;
     result_t CanBeStarted(const service::rpc::Caller& caller, const std::u16string& name,

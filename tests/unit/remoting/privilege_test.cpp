@@ -33,9 +33,10 @@ std::map<std::uint64_t, capnp::InterfaceSchema> Schemas() {
 }
 
 TEST(MethodTables, HoldEveryMethodOfTheSchemaUnderItsOwnName) {
-    const auto schemas = Schemas<schema::Locator, schema::AppInfoProvider, schema::AppSettingsHandler,
-                                 schema::PolicyProvider, schema::PolicyManager, schema::TaskManager,
-                                 schema::EventStorer, schema::EventSubscriber, schema::EventSubscription>();
+    const auto schemas =
+        Schemas<schema::Locator, schema::AppInfoProvider, schema::AppSettingsHandler, schema::PolicyProvider,
+                schema::PolicyManager, schema::TaskManager, schema::EventStorer, schema::EventSubscriber,
+                schema::EventSubscription, schema::BackupManager, schema::BackupConfigurator>();
     std::set<std::pair<std::uint64_t, std::uint16_t>> seen;
     for (const auto table : service::rpc::AllMethodTables())
         for (const Method& method : table) {
@@ -54,7 +55,8 @@ TEST(MethodTables, HoldEveryMethodOfTheSchemaUnderItsOwnName) {
 
 TEST(MethodTables, DeclareTheAgreedPrivileges) {
     const std::set<std::string> owners = {"startTask",  "stopTask",        "pauseTask",       "resumeTask",
-                                          "deleteTask", "deleteStatistic", "setTaskSettings", "setSchedule"};
+                                          "deleteTask", "deleteStatistic", "setTaskSettings", "setSchedule",
+                                          "remove",     "restore"};
     const std::set<std::string> administrators = {"setAppSettings"};
     for (const auto table : service::rpc::AllMethodTables())
         for (const Method& method : table)

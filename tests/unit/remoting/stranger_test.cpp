@@ -4,9 +4,11 @@
 #include <service/rpc/method.h>
 #include <tests/unit/remoting/library_client.h>
 #include <tests/unit/service/service_fixture.h>
+#include <wire/event_records.h>
 #include <wire/task_records.h>
 
 #include <capnp/dynamic.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -44,6 +46,8 @@ std::map<std::uint64_t, RemoteInterface> Interfaces() {
          {IPolicyProvider::Iid, capnp::Schema::from<schema::PolicyProvider>()}},
         {capnp::typeId<schema::PolicyManager>(), {IPolicyManager::Iid, capnp::Schema::from<schema::PolicyManager>()}},
         {capnp::typeId<schema::TaskManager>(), {ITfsTaskManager::Iid, capnp::Schema::from<schema::TaskManager>()}},
+        {capnp::typeId<schema::BackupManager>(),
+         {ITfstBackupManager::Iid, capnp::Schema::from<schema::BackupManager>()}},
         {capnp::typeId<schema::EventStorer>(), {IEventStorer::Iid, capnp::Schema::from<schema::EventStorer>()}},
         {capnp::typeId<schema::EventSubscriber>(),
          {IEventSubscriber::Iid, capnp::Schema::from<schema::EventSubscriber>()}}};
@@ -54,8 +58,12 @@ struct Belongings {
     core::TaskInfo task;
     OxsStatistic statistic; ///< of another task, which has run
 
-    Belongings(rpc::IServiceApi& api, uid_t uid) {
+    BackupId object = 0; ///< in Storage
+
+    Belongings(ServiceApp& service, uid_t uid, const TempFolder& folder) {
+        rpc::IServiceApi& api = service.Api();
         const rpc::Caller owner{uid, false, 0};
+        Store(service.Keeper(), uid, folder.Write("found", "a threat"));
         core::TaskInfo ran;
         EXPECT_EQ(api.CreateScanTask(owner, ScanSettings{{"/"}}, ran), ulk::sOk);
         EXPECT_EQ(api.StartTask(owner, std::u16string(std::u16string_view(ran.taskName))), ulk::sOk);
@@ -66,12 +74,31 @@ struct Belongings {
         EXPECT_EQ(api.CreateScanTask(owner, ScanSettings{{"/"}}, task), ulk::sOk);
     }
 
-    /// Puts them into whatever names a task or a statistic.
+    /// Only root can make a file another user's; elsewhere the object is the caller's own.
+    void Store(storage::IObjectKeeper& keeper, uid_t uid, const std::string& path) {
+        if (::geteuid() == 0) {
+            EXPECT_EQ(::chown(path.c_str(), uid, uid), 0);
+        }
+        const scanner::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        std::string why;
+        storage::FoundObject found;
+        found.file = file.Get();
+        found.path = path;
+        EXPECT_EQ(keeper.Take(found, object, why), ulk::sOk) << why;
+    }
+
+    /// Puts them into whatever names a task, a statistic or an object.
     void FillIn(capnp::DynamicStruct::Builder params) const {
         for (const auto field : params.getSchema().getFields()) {
             const kj::StringPtr name = field.getProto().getName();
             if (name == "task" || name == "taskName")
                 params.set(field, wire::AsData(std::u16string_view(task.taskName)));
+            else if (name == "id")
+                params.set(field, object);
+            else if (name == "filter")
+                wire::WriteList(
+                    {{u"ObjectId", u"==", object}},
+                    params.init(field, 1).as<capnp::DynamicList>().as<capnp::List<schema::EventQuery::Clause>>());
             else if (name == "statistic")
                 wire::Write(statistic, params.init(field).as<capnp::DynamicStruct>().as<schema::OxsStatistic>());
         }
@@ -111,7 +138,7 @@ protected:
     uid_t Caller() const { return ::geteuid() == 0 ? Nobody : ::geteuid(); }
     /// On a thread, because the effective user is changed for the calling thread alone.
     std::map<std::string, result_t> CallOnBelongingsOf(uid_t owner) {
-        const Belongings belongings(service.Api(), owner);
+        const Belongings belongings(service, owner, folder);
         std::map<std::string, result_t> answers;
         std::thread([&] {
             if (::geteuid() == 0) {

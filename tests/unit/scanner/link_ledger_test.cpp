@@ -7,6 +7,7 @@ namespace tfs::service::scan {
 namespace {
 
 using Answer = LinkLedger::Answer;
+using Names = std::vector<LinkLedger::Name>;
 
 struct stat File(long seconds = 5) {
     struct stat file {};
@@ -20,29 +21,29 @@ struct stat File(long seconds = 5) {
 
 TEST(LinkLedger, NamesWaitForTheFirstOnesVerdict) {
     LinkLedger ledger;
-    EXPECT_EQ(ledger.Ask(File(), "/a"), Answer::Scan);
-    EXPECT_EQ(ledger.Ask(File(), "/b"), Answer::Wait);
-    EXPECT_EQ(ledger.Settle(File(), {VerdictCode::Infected, "Name", {}, {}}), std::vector<std::string>{"/b"});
-    EXPECT_EQ(ledger.Ask(File(), "/c"), Answer::Known);
+    EXPECT_EQ(ledger.Ask(File(), {"/a", 1}), Answer::Scan);
+    EXPECT_EQ(ledger.Ask(File(), {"/b", 2}), Answer::Wait);
+    EXPECT_EQ(ledger.Settle(File(), {VerdictCode::Infected, "Name", {}, {}}), (Names{{"/b", 2}}));
+    EXPECT_EQ(ledger.Ask(File(), {"/c", 3}), Answer::Known);
     EXPECT_EQ(ledger.Verdict(File()).threat, "Name");
     EXPECT_TRUE(ledger.Settle(File(), {}).empty());
 }
 
 TEST(LinkLedger, AFileThatChangedBetweenTwoNamesIsScannedAgain) {
     LinkLedger ledger;
-    ledger.Ask(File(), "/a");
+    ledger.Ask(File(), {"/a", 1});
     ledger.Settle(File(), {});
-    EXPECT_EQ(ledger.Ask(File(6), "/b"), Answer::Scan) << "clean was said of its earlier content";
-    EXPECT_EQ(ledger.Ask(File(6), "/c"), Answer::Wait);
-    EXPECT_EQ(ledger.Settle(File(6), {VerdictCode::Infected, "Name", {}, {}}), std::vector<std::string>{"/c"});
-    EXPECT_EQ(ledger.Ask(File(6), "/d"), Answer::Known);
+    EXPECT_EQ(ledger.Ask(File(6), {"/b", 2}), Answer::Scan) << "clean was said of its earlier content";
+    EXPECT_EQ(ledger.Ask(File(6), {"/c", 3}), Answer::Wait);
+    EXPECT_EQ(ledger.Settle(File(6), {VerdictCode::Infected, "Name", {}, {}}), (Names{{"/c", 3}}));
+    EXPECT_EQ(ledger.Ask(File(6), {"/d", 4}), Answer::Known);
 }
 
 TEST(LinkLedger, ANameThatLedNowhereDoesNotSpeakForTheOthers) {
     LinkLedger ledger;
-    EXPECT_EQ(ledger.Ask(File(), "/gone"), Answer::Scan);
+    EXPECT_EQ(ledger.Ask(File(), {"/gone", 1}), Answer::Scan);
     ledger.Withdraw(File());
-    EXPECT_EQ(ledger.Ask(File(), "/there"), Answer::Scan);
+    EXPECT_EQ(ledger.Ask(File(), {"/there", 2}), Answer::Scan);
 }
 
 } // namespace

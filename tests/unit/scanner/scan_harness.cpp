@@ -37,6 +37,7 @@ void RecordingObserver::OnThreat(const ThreatFound& threat) {
     const Call call(*this);
     const std::lock_guard lock(m_lock);
     m_threats.push_back(threat);
+    m_threats.back().file.reset(); // a record of many runs would use up the descriptors
 }
 
 void RecordingObserver::OnNotProcessed(const NotProcessed& object) {
@@ -83,6 +84,18 @@ std::string RecordingObserver::ReasonOf(const std::string& path) const {
         if (object.path == path)
             return ReasonText(object.reason);
     return {};
+}
+
+void FillSecondSet(const TemporaryFolder& bases) {
+    for (const char* name : {"tolvander.hdb", "tolvander.ndb"})
+        std::filesystem::copy(TESL_TEST_BASES + std::string("/") + name, bases / name);
+    std::string pattern = "Test.Second:0:*:";
+    for (const char* c = NewMarker; *c != '\0'; ++c) {
+        constexpr char Digits[] = "0123456789abcdef";
+        pattern += Digits[*c >> 4];
+        pattern += Digits[*c & 15];
+    }
+    bases.Write("second.ndb", pattern + "\n");
 }
 
 ScannerConfig TestConfig() {

@@ -5,6 +5,7 @@
 #include <service/scan/dispatcher.h>
 #include <service/scan/scan_run.h>
 #include <service/scan/scanner_service.h>
+#include <tests/unit/scanner/scan_files.h>
 
 #include <algorithm>
 #include <atomic>
@@ -47,6 +48,10 @@ private:
     std::vector<ScanProgress> m_progress;
     std::chrono::steady_clock::time_point m_lastProgress;
 };
+
+inline constexpr char NewMarker[] = "a text that only the second set knows";
+/// A set that knows what the first one knows, and NewMarker.
+void FillSecondSet(const TemporaryFolder& bases);
 
 /// Configuration with the built scanner and our own signatures.
 ScannerConfig TestConfig();

@@ -133,8 +133,10 @@ TEST(WalkOrder, AFolderOfManyNamesIsReadInBatches) {
     }
 }
 
-TEST(CheckpointTrail, IsNeverAheadOfAFileInWork) {
+TEST(CheckpointTrail, IsNeverAheadOfAFileInWorkAndCountsNothingAheadOfIt) {
     std::mt19937 random(11);
+    ScanProgress one;
+    one.scannedObjects = 1;
     CheckpointTrail trail;
     std::vector<std::uint64_t> inWork;
     std::uint64_t next = 1;
@@ -142,7 +144,7 @@ TEST(CheckpointTrail, IsNeverAheadOfAFileInWork) {
     while (next < 3000) {
         if (inWork.size() < 8 && random() % 3 != 0) {
             if (random() % 2 != 0) {
-                trail.Pass(path(next));
+                trail.Pass(path(next), one);
             } else {
                 trail.Begin(next, path(next));
                 inWork.push_back(next);
@@ -150,14 +152,18 @@ TEST(CheckpointTrail, IsNeverAheadOfAFileInWork) {
             ++next;
         } else if (!inWork.empty()) {
             const auto at = inWork.begin() + static_cast<std::ptrdiff_t>(random() % inWork.size());
-            trail.Settle(*at);
+            trail.Settle(*at, one);
             inWork.erase(at);
         }
         const std::uint64_t first = inWork.empty() ? next : *std::min_element(inWork.begin(), inWork.end());
         EXPECT_EQ(trail.Reached(), first == 1 ? std::string() : path(first - 1));
+        EXPECT_EQ(trail.Counts().scannedObjects, first - 1);
     }
-    trail.Pass(path(1)); // told late of a folder that the walk had begun long ago
-    EXPECT_NE(trail.Reached(), path(1));
+    for (const std::uint64_t token : inWork)
+        trail.Settle(token, one);
+    trail.Pass(path(1), one); // told late of a folder that the walk had begun long ago
+    EXPECT_EQ(trail.Reached(), path(next - 1));
+    EXPECT_EQ(trail.Counts().scannedObjects, next);
 }
 
 } // namespace

@@ -39,7 +39,9 @@ protected:
         progress.percent = 40;
         progress.secondsLeft = 12;
         run.SetResult({scan::ScanEnd::Completed, progress, {}});
-        run.Observer().OnProgress(progress);
+        scan::ScanProgress ahead = progress;
+        ahead.scannedObjects += 3;
+        run.Observer().OnProgress(ahead); // these come again
         run.Observer().OnCheckpoint(upTo, progress);
     }
     ScanStatistic CountersOf(std::u16string_view task) {

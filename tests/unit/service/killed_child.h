@@ -18,6 +18,9 @@ inline bool ChangesDisk(const __ptrace_syscall_info& call) {
     case SYS_openat:
         return (call.entry.args[2] & O_CREAT) != 0;
     case SYS_write:
+    case SYS_pwrite64:
+    case SYS_ftruncate:
+    case SYS_fsetxattr:
     case SYS_renameat:
     case SYS_renameat2:
     case SYS_unlinkat:

@@ -129,7 +129,7 @@ TEST(ServiceApp, AnswersAtOnceAndSaysWhatItCanNotDo) {
     EXPECT_TRUE(local && group);
     // Without a scanner a scan isn't pretended.
     ASSERT_EQ(service.Api().StartTask({::geteuid(), true, 0}, u"2"), ulk::sOk);
-    EXPECT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::TaskNotStarted) == 1; }));
+    EXPECT_TRUE(Eventually([&] { return CountOf(service.Events(), EventName::TaskNotStarted) >= 1; }));
 
     ServiceApp second(paths, {});
     EXPECT_EQ(second.Start(problem), ulk::eLocked);

@@ -21,6 +21,7 @@ inline ServicePaths PathsIn(const tests::TempFolder& folder) {
     paths.libraryFolder = folder.File("lib/");
     paths.userTraceFolder = folder.File("var/traces-user/");
     paths.userDumpFolder = folder.File("var/dumps-user/");
+    paths.serviceProgram = folder.File("no-service");
     paths.scannerProgram = folder.File("no-scanner");
     paths.seedBasesFolder = folder.File("seeds/");
     paths.basesFolder = folder.File("var/bases/");

@@ -111,6 +111,8 @@ TEST_F(SettingsEffectsTest, ReportsAreKeptFromOrdinaryUsersWhenTheSettingSaysSo)
     EXPECT_EQ(service->BlockingApi().GetOldestEvent({4321, false, 0}, event), ulk::eAccessDenied);
     EXPECT_EQ(service->BlockingApi().GetEvent({4321, false, 0}, 1, event), ulk::eAccessDenied);
     EXPECT_NE(service->BlockingApi().GetEventCount({0, true, 0}, count), ulk::eAccessDenied);
+    EXPECT_FALSE(service->Api().AreReportsAllowed({4321, true, 0}));
+    EXPECT_TRUE(service->Api().AreReportsAllowed({0, false, 0}));
 }
 
 TEST_F(SettingsEffectsTest, CustomScansAreLimitedAtOnce) {

@@ -92,7 +92,6 @@ TEST_F(TaskSettingsTest, ABadListChangesNothingAndSaysWhy) {
         {{{"ExcludePaths.item_0000", "relative"}}, "IncorrectSettingsPathShouldBeAbsolute2"},
         {{{"ExcludeMasks.item_0000", "a[b"}}, "InvalidValue1Settings2"},
         {{{"ExcludeMasks.item_0000", "a/b"}}, "InvalidValue1Settings2"},
-        {{{"TimeLimit", "5"}, {"FirstAction", "Remove"}}, "InvalidValue1Settings2"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Set(u"2", row.items), sInvalidSettings) << row.textKey;

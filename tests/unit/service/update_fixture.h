@@ -51,7 +51,7 @@ public:
     void OnRunProgress(const TaskIdentity&, const tasks::RunProgress& told) override {
         percents.push_back(told.percent);
     }
-    void OnRunCheckpoint(const TaskIdentity&, const std::string&) override {}
+    void OnRunCheckpoint(const TaskIdentity&, const std::string&, const ScanStatistic&, std::uint64_t) override {}
     void OnRunEnded(const TaskIdentity&, const tasks::RunOutcome& ended) override {
         EXPECT_EQ(ended.begun, m_begun.load());
         outcome = ended;

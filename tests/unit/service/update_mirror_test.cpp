@@ -90,8 +90,11 @@ TEST_F(UpdateMirrors, NextSourceIsTakenWhereOneFails) {
     m_folder.Write("source/new.ndb", NewSignature);
     const std::string bad = m_mirror.Url("/rubbish/bad.ndb");
     ASSERT_EQ(Update(From({bad, Source()})), tasks::RunEnd::Completed) << m_host->outcome.error;
-    EXPECT_EQ(m_host->Types(), (std::vector{EventName::UpdateSourceSelected, EventName::UpdateSourceSelected,
-                                            EventName::ModuleDownloaded}));
+    EXPECT_EQ(m_host->Types(),
+              (std::vector{EventName::UpdateSourceSelected, EventName::FileUpdateStarted,
+                           EventName::UpdateSourceSelected, EventName::FileUpdateStarted, EventName::ModuleDownloaded,
+                           EventName::FileUpdateFinished, EventName::AVBasesAttached}));
+    EXPECT_EQ(m_host->Text(EventName::FileUpdateFinished, AdditionalName::FileName), "new.ndb");
     EXPECT_EQ(Content(Current("new.ndb")), NewSignature);
     EXPECT_EQ(Content(Current("bad.ndb")), "");
 }

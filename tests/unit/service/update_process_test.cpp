@@ -50,7 +50,7 @@ protected:
 };
 
 TEST_F(UpdaterProcess, HasNoRightsAndOnlyWhatItIsHanded) {
-    m_job.proxy = ProxyAddress{"http://proxy", 80, "ann", "secret"};
+    m_job.source.proxy = ProxyAddress{"http://proxy", 80, "ann", "secret"};
     const scanner::Descriptor stray(::open("/dev/null", O_RDONLY)); // not close-on-exec, as inherited ones are
     ASSERT_GE(::fcntl(stray.Get(), F_DUPFD, 200), 200);
     ASSERT_EQ(Run("cat /proc/self/status > /proc/self/fd/5/status\nls /proc/$$/fd > /proc/self/fd/5/open\n"

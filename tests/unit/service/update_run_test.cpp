@@ -25,9 +25,13 @@ TEST_F(UpdateRuns, FolderMakesANewSetAndRollbackTakesItBack) {
     EXPECT_FALSE(rollbacks.IsAvailable());
 
     ASSERT_EQ(Update(From({Source()})), tasks::RunEnd::Completed) << m_host->outcome.error;
-    EXPECT_EQ(m_host->Types(), (std::vector{EventName::UpdateSourceSelected, EventName::ModuleDownloaded}));
+    EXPECT_EQ(m_host->Types(),
+              (std::vector{EventName::UpdateSourceSelected, EventName::FileUpdateStarted, EventName::ModuleDownloaded,
+                           EventName::FileUpdateFinished, EventName::AVBasesAttached}));
     EXPECT_EQ(m_host->Text(EventName::UpdateSourceSelected, AdditionalName::UpdateSource), m_folder.File("source"));
+    EXPECT_EQ(m_host->Text(EventName::FileUpdateStarted, AdditionalName::FileName), "new.ndb");
     EXPECT_EQ(m_host->Text(EventName::ModuleDownloaded, AdditionalName::ModuleName), "new.ndb");
+    EXPECT_EQ(m_host->Text(EventName::FileUpdateFinished, AdditionalName::FileName), "new.ndb");
     for (const Event& event : m_host->events) {
         std::string text;
         for (const auto& pair : event.additional)

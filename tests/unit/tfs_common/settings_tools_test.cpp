@@ -81,9 +81,9 @@ TEST(UpdateSettings, WhatIsListedIsTaken) {
     settings.limitNumberOfScanFileTasks = 0;
     settings.sambaConfigPath = "/a b/\xFF";
     const auto items = ListSettings(nullptr, Holder(settings));
-    ASSERT_EQ(items.size(), 14u);
+    ASSERT_EQ(items.size(), 16u);
     EXPECT_EQ(items.front(), (ChangeItem{"SambaConfigPath", "/a b/\xFF"}));
-    EXPECT_EQ(items.back(), (ChangeItem{"UseSyslog", "no"}));
+    EXPECT_EQ(items.back(), (ChangeItem{"BackupSizeLimit", "0"}));
     Messages messages;
     EXPECT_EQ(*UpdateSettings(nullptr, Holder(), Changes(items), messages).Get<AppSettings>(), settings);
     EXPECT_TRUE(ListSettings(nullptr, {}).empty());
