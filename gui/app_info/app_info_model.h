@@ -103,7 +103,7 @@ public:
     Q_SIGNAL void popupOpenLinkTextChanged(const QString& popupOpenLinkText);
     Q_SIGNAL void popupTaskFailureHeadChanged(const QString& popupTaskFailureHead);
     Q_SIGNAL void popupTaskFailureLinkChanged(const QString& popupTaskFailureLink);
-    Q_SIGNAL void dangerLevelChanged(DangerLevel dangerLevel);
+    Q_SIGNAL void dangerLevelChanged(tfs::gui::AppInfoModel::DangerLevel dangerLevel);
     Q_SIGNAL void issuesInfoChanged(const QString& issuesInfo);
 
     Q_SIGNAL void customScanStarted(uint taskId);

@@ -42,10 +42,13 @@ void AppInfoReader::UpdateLicenseInfo(AppInfoValues& values) {
 
 TaskInfo AppInfoReader::GetTask(ulk::IServiceLocator* remoteSl, FixedTaskId id) {
     TaskInfo task;
-    if (!ULK_SUCCEEDED(ProtectionStateInfoProvider().GetTaskState(remoteSl, id, task))) {
+    const result_t result = ProtectionStateInfoProvider().GetTaskState(remoteSl, id, task);
+    if (result == ulk::eNotFound) { // a service that can't do its work doesn't list it
         task = TaskInfo();
         task.core.state = TaskState::Unknown;
+        return task;
     }
+    ULK_CHECK_THROW(result, "Error while taking task info");
     return task;
 }
 

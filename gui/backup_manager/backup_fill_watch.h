@@ -6,6 +6,7 @@
 #include <foundation/result.h>
 #include <foundation/sync.h>
 
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <future>
@@ -24,8 +25,10 @@ public:
     BackupFillWatch(const BackupFillWatch&) = delete;
     BackupFillWatch& operator=(const BackupFillWatch&) = delete;
 
-    /// Result and percentage of the last measurement, at once; eNotReady before the first has ended. Begins the next
-    /// unless one is under way, in which case another follows it: what has happened up to now is measured in any case.
+    /// Result and percentage of the last measurement, at once. Only the first question waits a moment for its answer,
+    /// so that a model doesn't begin with a Storage that seems to have room; eNotReady where that wasn't enough. Begins
+    /// the next unless one is under way, in which case another follows it: what has happened up to now is measured in
+    /// any case.
     result_t GetBackupFillPercentage(ulk::IServiceLocator* remoteSl, uint32_t& percentage);
 
 private:
@@ -34,11 +37,15 @@ private:
         std::uint32_t percentage = 0;
     };
 
+    Measured WaitAMoment();
     void Measure(ulk::IServiceLocator* remoteSl) noexcept;
 
     const std::function<void()> m_changed;
     ulk::Mutex m_mutex;
+    std::condition_variable_any m_measured;
     Measured m_last ULK_GUARDED_BY(m_mutex);
+    bool m_hasAsked ULK_GUARDED_BY(m_mutex) = false;
+    bool m_hasMeasured ULK_GUARDED_BY(m_mutex) = false;
     bool m_running ULK_GUARDED_BY(m_mutex) = false;
     bool m_again ULK_GUARDED_BY(m_mutex) = false;
     bool m_closed ULK_GUARDED_BY(m_mutex) = false;

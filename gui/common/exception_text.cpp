@@ -25,7 +25,9 @@ void TraceCurrentException(const char* where) noexcept {
             ULK_TRACE(application::GetTracer(), ulk::level::Failure)
                 << where << ": " << e.File() << ':' << e.Line() << ": " << ExceptionText(e);
         } catch (const std::exception& e) {
-            ULK_TRACE(application::GetTracer(), ulk::level::Failure) << where << ": " << ExceptionText(e);
+            const std::string text = ExceptionText(e);
+            ULK_TRACE(application::GetTracer(), ulk::level::Failure)
+                << where << ": " << (text.empty() ? "unspecified error" : text);
         } catch (...) {
             ULK_TRACE(application::GetTracer(), ulk::level::Failure) << where << ": unspecified error";
         }

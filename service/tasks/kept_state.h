@@ -22,8 +22,8 @@ struct KeptStatistic {
 struct KeptState {
     std::uint64_t nextTaskId = FirstTemporaryTaskId;
     std::uint64_t nextRunId = 1;
-    std::int64_t lastFullScan = 0; ///< when the full scan was last completed; seconds since the Unix epoch
-    std::int64_t lastUpdate = 0;   ///< the same of the update
+    std::int64_t lastFullScan = 0; ///< when the full scan last ended, unless it failed; seconds since the Unix epoch
+    std::int64_t lastUpdate = 0;   ///< when the update was last completed
     ScanStatistic odsTotal;        ///< of all finished on-demand scans
     std::vector<KeptStatistic> statistics;
     std::vector<KeptTask> tasks; ///< those that always exist, and temporary ones whose run goes on

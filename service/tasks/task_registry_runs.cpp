@@ -86,7 +86,7 @@ void TaskRegistry::OnRunEnded(const TaskIdentity& identity, const RunOutcome& ou
     } else {
         if (outcome.end == RunEnd::Completed)
             task.progress.percent = 100;
-        if (outcome.end == RunEnd::Completed && identity.taskId == FullScanId)
+        if (outcome.begun && outcome.end != RunEnd::Failed && identity.taskId == FullScanId)
             m_statistics.NoteFullScan(std::time(nullptr));
         if (outcome.end == RunEnd::Completed && identity.taskId == UpdateId)
             m_statistics.NoteUpdate(std::time(nullptr));

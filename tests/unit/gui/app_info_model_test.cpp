@@ -163,13 +163,16 @@ TEST_F(AppInfoModelTest, statisticsThatCanNotBeHadLeaveTheResult) {
     EXPECT_TRUE(model.infoScanResultIsError());
 }
 
-TEST_F(AppInfoModelTest, listsThatCanNotBeReadHideNoButton) {
+TEST_F(AppInfoModelTest, tasksThatCanNotBeReadAreDangerAndHideNoButton) {
     AppInfoModel model;
     model.UpdateAppInfo();
+    const QString said = model.issuesInfo();
     m_app.tasks->failure = ulk::eTimeout;
     PushAndRefresh(model, EventName::TaskDeleted);
     EXPECT_TRUE(model.scanInfoAvailable());
     EXPECT_TRUE(model.updateInfoAvailable());
+    EXPECT_EQ(model.dangerLevel(), AppInfoModel::Critical);
+    EXPECT_EQ(model.issuesInfo(), said);
 }
 
 TEST_F(AppInfoModelTest, withoutAServiceItIsReadyAndInDanger) {

@@ -176,6 +176,16 @@ TEST_F(TaskRegistryTest, AStopBeforeTheScannerIsReadyEndsTheTask) {
     m_registry->Shutdown();
     EXPECT_EQ(Transitions(), (std::vector<std::pair<int, int>>{{6, 0}, {0, 5}, {5, 6}}));
     EXPECT_FALSE(m_recorder.Has(EventName::TaskNotStarted));
+    EXPECT_EQ(m_registry->LastFullScan(), 0);
+}
+
+TEST_F(TaskRegistryTest, AStoppedScanOfTheComputerHasRunAllTheSame) {
+    Make();
+    ASSERT_EQ(Do(TaskCommand::Start), ulk::sOk);
+    ASSERT_TRUE(Reaches(u"2", TaskState::Started));
+    ASSERT_EQ(Do(TaskCommand::Stop), ulk::sOk);
+    ASSERT_TRUE(Reaches(u"2", TaskState::Stopped));
+    EXPECT_NE(m_registry->LastFullScan(), 0);
 }
 
 TEST_F(TaskRegistryTest, AScannerThatCanNotBeHadIsToldAndTheTaskCanBeStartedAgain) {
