@@ -72,10 +72,12 @@ void AccessGate::Read() noexcept {
 }
 
 void AccessGate::TakeEvents(std::vector<AccessEvent>& events) {
-    bool ignored = false;
+    bool overflow = false;
     events.clear();
-    if (m_group->Read(events, ignored) != 0)
+    if (m_group->Read(events, overflow) != 0)
         return;
+    if (overflow && m_options.onOverflow)
+        m_options.onOverflow();
     for (AccessEvent& event : events) {
         try {
             Decide(event);
@@ -88,14 +90,16 @@ void AccessGate::TakeEvents(std::vector<AccessEvent>& events) {
 /// Answers in the reader's place. It reads no names and asks nobody, so that nothing can hold it up.
 std::size_t AccessGate::Rescue() noexcept {
     std::vector<AccessEvent> events;
-    bool ignored = false;
+    bool overflow = false;
     std::size_t count = 0;
-    while (m_group->Read(events, ignored) == 0) {
+    while (m_group->Read(events, overflow) == 0) {
         for (const AccessEvent& event : events)
             m_group->Answer(event.file.Get(), true);
         count += events.size();
         events.clear();
     }
+    if (overflow && m_options.onOverflow)
+        m_options.onOverflow();
     return count;
 }
 

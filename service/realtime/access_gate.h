@@ -42,6 +42,8 @@ public:
         std::uint64_t basesVersion = 0;
         /// Called without a lock when a file has waited its time and the scanner gave no sign of life all the while.
         std::function<void()> onSilence;
+        /// Called without a lock when events were lost, and those whom they were about let through by the kernel.
+        std::function<void()> onOverflow;
     };
 
     AccessGate(std::shared_ptr<scan::ScannerService::Impl> scanner, std::shared_ptr<FanotifyGroup> group,

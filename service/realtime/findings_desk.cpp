@@ -13,6 +13,10 @@ using namespace std::chrono_literals;
 /// A program that tries again and again makes one event in so long, and no more than so many files are remembered.
 constexpr auto RepeatInterval = 10s;
 constexpr std::size_t MostRecent = 256;
+/// Threats that wait to be treated: who can wait does so from the first number on, beyond the second one they are told
+/// only.
+constexpr std::size_t ManyHeld = 64;
+constexpr std::size_t MostHeld = 192;
 /// Events of files let through: so many at once, then one in so long.
 constexpr std::uint32_t MostLetThroughAtOnce = 20;
 constexpr auto LetThroughInterval = 1s;
@@ -65,21 +69,49 @@ bool FindingsDesk::IsRepeated(const struct stat& status) {
 }
 
 void FindingsDesk::Threat(scan::ThreatFound threat, const struct stat& status) {
+    bool isOneTooMany = false;
     {
         const ulk::LockGuard lock(m_lock);
-        if (IsRepeated(status))
+        isOneTooMany = m_held >= MostHeld; // and isn't known then when it comes again
+        if (!isOneTooMany && IsRepeated(status))
             return;
         ++m_counters.threatsFound;
         ++m_counters.infectedObjects;
+        m_held += isOneTooMany ? 0 : 1;
     }
-    Post([this, threat = std::move(threat)] { Treat(threat); });
+    if (!isOneTooMany)
+        return Post([this, threat = std::move(threat)] { Treat(threat); });
+    threat.file.reset();
+    Post([this, threat = std::move(threat)] {
+        (void)TellThreat(threat);
+        Count(&ScanStatistic::notCuredObjects);
+    });
+    if (m_options.onMissed)
+        m_options.onMissed(status.st_ctim.tv_sec);
 }
 
-void FindingsDesk::Treat(const scan::ThreatFound& threat) {
+void FindingsDesk::WaitForRoom() {
+    ulk::LockGuard lock(m_lock);
+    while (!m_finished && m_held >= ManyHeld)
+        m_room.wait(lock);
+}
+
+types::EventSeverity::Type FindingsDesk::TellThreat(const scan::ThreatFound& threat) {
     Event event =
         tasks::MakeThreatDetected(m_options.task, m_options.initiator, threat, m_names.Resolve(threat.ownerUid));
     const types::EventSeverity::Type dangerLevel = event.severity;
     m_host.PublishFinding(std::move(event));
+    return dangerLevel;
+}
+
+void FindingsDesk::Treat(const scan::ThreatFound& threat) {
+    TakeOrLeave(threat, TellThreat(threat));
+    const ulk::LockGuard lock(m_lock);
+    --m_held;
+    m_room.notify_all();
+}
+
+void FindingsDesk::TakeOrLeave(const scan::ThreatFound& threat, types::EventSeverity::Type dangerLevel) {
     const tasks::TreatmentOrder order{m_options.task, m_options.initiator, {}, [this] { return m_finished.load(); }};
     if (!m_options.takesThreats || !tasks::MoveToStorage(m_keeper, m_host, order, threat, dangerLevel))
         return Count(&ScanStatistic::notCuredObjects);
@@ -128,8 +160,14 @@ void FindingsDesk::TellCounters() {
     m_host.OnRunCounters(m_options.task, counters.first, counters.second);
 }
 
-void FindingsDesk::Finish() {
+void FindingsDesk::GiveUp() {
+    const ulk::LockGuard lock(m_lock);
     m_finished = true;
+    m_room.notify_all();
+}
+
+void FindingsDesk::Finish() {
+    GiveUp();
     m_jobs.Flush();
     TellCounters();
 }

@@ -39,6 +39,7 @@ void MissedFiles::Stop() noexcept {
 }
 
 void MissedFiles::OnThreat(const scan::ThreatFound& threat) {
+    m_desk->WaitForRoom();
     struct stat status {};
     if (threat.file)
         (void)::fstat(threat.file->Get(), &status);

@@ -154,7 +154,9 @@ void RealtimeRun::MakeParts(std::vector<std::string> areas, std::vector<std::str
     const types::ThreatAction::Type action = m_settings.actionOnThreat;
     const bool denies = action != types::ThreatAction::Skip;
     m_desk = std::make_shared<FindingsDesk>(
-        FindingsDesk::Options{m_order.task, m_order.initiator, tasks::TakesThreats(action)}, m_host, m_setup.keeper);
+        FindingsDesk::Options{m_order.task, m_order.initiator, tasks::TakesThreats(action),
+                              [signals = m_signals](std::time_t changed) { signals->Missed(changed); }},
+        m_host, m_setup.keeper);
     m_basesVersion = m_scanner->Inner()->BasesVersion();
     AccessGate::Options gate;
     gate.deadline = std::chrono::seconds(m_settings.deadlineSeconds);
@@ -162,6 +164,9 @@ void RealtimeRun::MakeParts(std::vector<std::string> areas, std::vector<std::str
     gate.mostWaiting = RaiseDescriptorLimit();
     gate.basesVersion = m_basesVersion;
     gate.onSilence = [signals = m_signals] { signals->Silent(); };
+    gate.onOverflow = [signals = m_signals, deadline = m_settings.deadlineSeconds] {
+        signals->Missed(std::time(nullptr) - static_cast<std::time_t>(deadline));
+    };
     m_gate = std::make_shared<AccessGate>(m_scanner->Inner(), m_deciding, m_screen, m_desk, std::move(gate));
     WrittenFiles::Options written;
     written.scan = m_settings.mode != types::FileScanMode::Open;
@@ -185,6 +190,8 @@ void RealtimeRun::TakeDown() noexcept {
         m_areas->DropAll();
     if (m_gate)
         m_gate->Stop();
+    if (m_desk)
+        m_desk->GiveUp();
     if (m_written)
         m_written->Stop();
     if (m_missed)

@@ -8,6 +8,11 @@
 #include <poll.h>
 
 namespace tfs::service::realtime {
+namespace {
+
+constexpr int RetryMs = 100;
+
+} // namespace
 
 WrittenFiles::WrittenFiles(std::shared_ptr<scan::ScannerService::Impl> scanner, std::shared_ptr<FanotifyGroup> group,
                            std::shared_ptr<FanotifyGroup> gate, std::shared_ptr<FileScreen> screen,
@@ -52,10 +57,17 @@ void WrittenFiles::Read() noexcept {
 void WrittenFiles::TakeEvents(std::vector<AccessEvent>& events) {
     bool overflow = false;
     events.clear();
-    if (m_group->Read(events, overflow) == EAGAIN) {
+    const int error = m_group->Read(events, overflow);
+    if (error == EAGAIN) {
         m_upToDate = std::time(nullptr);
         pollfd sources[] = {{m_group->Descriptor(), POLLIN, 0}, {m_wake.Descriptor(), POLLIN, 0}};
         (void)::poll(sources, 2, -1);
+        return;
+    }
+    if (error != 0) { // the event is gone: no descriptor could be made for it
+        Missed(m_upToDate);
+        pollfd wake{m_wake.Descriptor(), POLLIN, 0};
+        (void)::poll(&wake, 1, RetryMs);
         return;
     }
     for (AccessEvent& event : events) {
@@ -93,6 +105,7 @@ void WrittenFiles::Look(const std::string& path) {
 }
 
 void WrittenFiles::WaitForRoom() {
+    m_desk->WaitForRoom();
     ulk::LockGuard lock(m_lock);
     while (!m_stopping && !HasRoom())
         m_room.wait(lock);

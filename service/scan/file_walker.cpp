@@ -51,6 +51,15 @@ Descriptor OpenParent(const std::string& path, std::string& name) {
     return folder;
 }
 
+/// False where it can't be told.
+bool IsOnSameMount(int folder, const char* name) noexcept {
+    struct statx ours {};
+    struct statx file {};
+    return ::statx(folder, "", AT_EMPTY_PATH, STATX_MNT_ID, &ours) == 0 && (ours.stx_mask & STATX_MNT_ID) != 0 &&
+           ::statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_MNT_ID, &file) == 0 &&
+           ours.stx_mnt_id == file.stx_mnt_id;
+}
+
 } // namespace
 
 FileWalker::FileWalker(Exclusions exclusions, bool crossFileSystems, IWalkVisitor& visitor)
@@ -186,8 +195,9 @@ void FileWalker::Look(const Level& level, const char* name) {
             Unreadable(errno);
         return;
     }
+    // The files of an overlay have other devices than its folders, where its layers have.
     const bool elsewhere = status.st_dev != level.device;
-    if (elsewhere && !m_crossFileSystems)
+    if (elsewhere && !m_crossFileSystems && !IsOnSameMount(level.folder.Get(), name))
         return;
     if (S_ISDIR(status.st_mode)) {
         Enter(level.folder.Get(), name, false);

@@ -62,6 +62,7 @@ class RealTime(ProductCase):
         wait_until(lambda: not os.path.exists(path), 30, "the threat is gone")
         wait_until(lambda: self.events("ObjectDeleted"), 30, "its removal is told")
         self.assertEqual([fields["FileName"] for fields in self.events("ObjectDeleted")], [path])
+        self.assertEqual([fields["FileName"] for fields in self.events("ObjectSavedToBackup")], [path])
         wait_until(lambda: self.product.control_json("--get-task-state", TASK)[1]["lastRun"]["threatsFound"] >= 1, 10,
                    "it is counted")
 

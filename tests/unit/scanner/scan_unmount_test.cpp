@@ -45,6 +45,29 @@ void FillMounted(const TemporaryFolder& folder) {
     folder.Write("mounted/d10/large", Noise(150u << 20) + MarkerThreat());
 }
 
+TEST(ScanOverlay, FilesOfLayersOnOtherFileSystemsAreThoseOfTheFolder) {
+    InOwnMounts([] {
+        const TemporaryFolder folder;
+        for (const char* const name : {"below", "above", "merged"})
+            std::filesystem::create_directory(folder / name);
+        ASSERT_EQ(::mount("none", (folder / "below").c_str(), "tmpfs", 0, nullptr), 0);
+        ASSERT_EQ(::mount("none", (folder / "above").c_str(), "tmpfs", 0, nullptr), 0);
+        folder.Write("below/layer/inner/first", TestThreat());
+        folder.Write("above/layer/second", TestThreat());
+        std::filesystem::create_directory(folder / "above/work");
+        const std::string options = "lowerdir=" + folder / "below/layer" + ",upperdir=" + folder / "above/layer" +
+                                    ",workdir=" + folder / "above/work";
+        if (::mount("overlay", (folder / "merged").c_str(), "overlay", 0, options.c_str()) != 0)
+            ::_exit(NotPermitted);
+        ASSERT_EQ(::mount((folder / "below/layer/inner/first").c_str(), folder.Write("merged/other", "").c_str(),
+                          nullptr, MS_BIND, nullptr),
+                  0);
+        Scanner scanner;
+        RunningScan scan(scanner.Service(), Area(folder / "merged"));
+        EXPECT_EQ(scan.Result().counters.threats, 2u) << "and not the file that is mounted there";
+    });
+}
+
 TEST(ScanUnmount, WhatIsGoneIsNeverCalledCleanAndTheRestIsScanned) {
     InOwnMounts([] {
         const TemporaryFolder folder;

@@ -141,6 +141,7 @@ bool RecordingHost::Tells(types::EventName::Type type, types::AdditionalName::Ty
 }
 
 result_t RecordingKeeper::Take(const service::storage::FoundObject& object, BackupId& id, std::string&) noexcept {
+    Eventually([this] { return !shut; });
     struct stat status {};
     char content[256];
     const ssize_t size = ::pread(object.file, content, sizeof content, 0);

@@ -96,6 +96,8 @@ public:
     };
     result_t Take(const service::storage::FoundObject& object, BackupId& id, std::string& why) noexcept override;
     std::vector<Taken> Objects() const;
+    /// Takes nothing, and has whoever brings something wait, until it is opened again.
+    std::atomic<bool> shut{false};
 
 private:
     mutable std::mutex m_lock;

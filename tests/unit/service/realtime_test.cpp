@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <set>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -163,6 +164,29 @@ TEST_F(RealtimeTest, AnOverlayAndTheFileSystemBelowItDontHang) {
     EXPECT_EQ(OpenInChild(*m_files / "lower/threat"), EPERM);
     protection.Stop();
     ::umount2(merged.c_str(), MNT_DETACH);
+}
+
+TEST_F(RealtimeTest, HoldsNoMoreThreatsThanItCanAndTreatsAllInTheEnd) {
+    constexpr std::size_t Threats = 600;
+    constexpr std::size_t Room = 400; // threats that wait, files in work, and what the scanner needs
+    Scanner scanner;
+    FileMonitoringSettings settings = Settings(FileScanMode::SmartCheck);
+    settings.actionOnThreat = types::ThreatAction::Recommended;
+    Protection protection(scanner, settings);
+    ASSERT_TRUE(protection.Begins());
+    protection.keeper.shut = true;
+    const std::size_t before = OpenDescriptors();
+    for (std::size_t i = 0; i < Threats; ++i) {
+        m_files->Write("threat" + std::to_string(i), TestThreat());
+        EXPECT_LT(OpenDescriptors(), before + Room);
+    }
+    protection.keeper.shut = false;
+    EXPECT_TRUE(Eventually([&] {
+        std::set<std::string> paths;
+        for (const auto& object : protection.keeper.Objects())
+            paths.insert(object.path);
+        return paths.size() == Threats;
+    }));
 }
 
 TEST_F(RealtimeTest, SaysWhyItDoesNotBegin) {
