@@ -16,6 +16,7 @@ WELL = "Your device is protected well"
 DANGER = "Your device is in danger"
 NEVER_SCANNED = "Full scan was never started"
 DISABLED = "Protection is disabled"
+NOT_LOADED = "Databases are not loaded"
 OUT_OF_DATE = "Databases are out of date"
 TOTALLY_OUT_OF_DATE = "Databases are totally out of date"
 STORAGE_FULL = "Storage size limit almost reached."
@@ -87,12 +88,16 @@ class ProtectionPage(WindowCase):
                 self.product.start_service()
                 window = self.open_page()
                 TaskRow(window, NEVER_SCANNED).wait_text("Start")  # the list is there
-                found = [text for text in (OUT_OF_DATE, TOTALLY_OUT_OF_DATE) if TaskRow(window, text).nodes()]
-                self.assertEqual(found, [title] if title else [])
+                expected = [title] if title else []
+                # A page that was opened before the databases were loaded says so first.
+                wait_until(lambda: self.database_rows(window) == expected, 20, f"the rows of databases are {expected}")
                 if title:
                     self.assertIn(description, TaskRow(window, title).text())
                 self.assertEqual(window.close(), 0)
                 self.product.stop_service()
+
+    def database_rows(self, window):
+        return [text for text in (NOT_LOADED, OUT_OF_DATE, TOTALLY_OUT_OF_DATE) if TaskRow(window, text).nodes()]
 
     def marker(self):
         """Bytes that make a file of any size a threat by the installed signatures."""
@@ -104,6 +109,7 @@ class ProtectionPage(WindowCase):
         if os.geteuid() == 0:
             wait_until(lambda: self.task_state(1) == "Started", 30, "protection runs")
             self.product.control("--stop-task", "1")  # it would be there before the scan
+            wait_until(lambda: self.task_state(1) == "Stopped", 30, "protection has stopped")
         self.product.control("--set-app-settings", "BackupSizeLimit=1")
         threat = samples.write(os.path.join(self.scope, "threat.bin"), self.marker() + bytes(900_000))
         window = self.open_page()
