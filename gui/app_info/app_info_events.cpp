@@ -70,23 +70,13 @@ const EventHandlers<AppInfoModel>& AppInfoModel::Handlers() {
 }
 
 void AppInfoModel::Subscribe() {
-    const result_t created =
-        ULK_CHECK_TRACE(Tracer(), ulk::CreateInstance(application::GetLocalServiceLocator(), m_eventsProcessor.Ref()),
-                        "Subscribe: Cannot create EventsProcessor instance");
-    if (!ULK_SUCCEEDED(created))
-        return;
     const auto remote = application::AcquireRemoteServiceLocator();
     const EventFilter filter = Handlers().Filter({EventName::UpdateProgressChanged, EventName::ODSProgressChanged,
                                                   EventName::ObjectProcessingStarted, EventName::TashellUpdateDone});
-    m_eventsProcessor->Subscribe(remote.Get(), u"AppInfoModel", filter,
-                                 [this](const Event& event) { return OnEvent(event); });
+    m_subscription.Open(remote.Get(), u"AppInfoModel", filter, [this](const Event& event) { return OnEvent(event); });
 }
 
-void AppInfoModel::Unsubscribe() {
-    if (m_eventsProcessor)
-        m_eventsProcessor->Unsubscribe();
-    m_eventsProcessor.Reset();
-}
+void AppInfoModel::Unsubscribe() { m_subscription.Close(); }
 
 result_t AppInfoModel::OnEvent(const Event& event) { return Handlers().Call(*this, event); }
 

@@ -5,7 +5,7 @@
 #include <gui/app_info/app_info_reader.h>
 #include <gui/backup_manager/backup_fill_watch.h>
 #include <gui/common/event_handlers.h>
-#include <gui/common/events_processor.h>
+#include <gui/common/model_subscription.h>
 
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
@@ -165,7 +165,7 @@ private:
     bool m_allowUserManageGroupTasks = false;
     /// Guards a refresh.
     QMutex m_mutex;
-    ulk::Ptr<EventsProcessor> m_eventsProcessor;
+    ModelSubscription m_subscription;
     QTimer m_timer;
 };
 

@@ -19,11 +19,7 @@ using tfs::types::TaskState;
 
 ulk::ITracer* Tracer() noexcept { return application::GetTracer(); }
 
-bool IsStarted(const TaskInfo& task) { return task.core.state == TaskState::Started; }
-
-bool RecommendsRestart(ApplicationUpdateState state) {
-    return state >= ApplicationUpdateState::UpdateDownloaded && state <= ApplicationUpdateState::ModuleUpdateInstalled;
-}
+bool IsStarted(const TaskInfo& task) { return overview::IsStarted(task.core); }
 
 } // namespace
 
@@ -67,7 +63,7 @@ void AppInfoReader::UpdateTasksInfo(ulk::IServiceLocator* remoteSl, AppInfoValue
     UpdateScanLine(remoteSl, appInfo, values, danger);
     UpdateUpdateLine(remoteSl, appInfo, values);
     UpdateDatabases(appInfo, values, danger);
-    if (RecommendsRestart(appInfo.applicationUpdateState))
+    if (overview::RecommendsRestart(appInfo.applicationUpdateState))
         danger.Add(Danger::OK);
 }
 

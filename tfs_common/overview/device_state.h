@@ -27,6 +27,11 @@ struct DeviceState {
 /// From this percentage on Storage counts as almost full.
 inline constexpr std::uint32_t AlmostFullStorage = 81;
 
+/// An update of the application waits for its user.
+inline bool RecommendsRestart(ApplicationUpdateState state) noexcept {
+    return state >= ApplicationUpdateState::UpdateDownloaded && state <= ApplicationUpdateState::ModuleUpdateInstalled;
+}
+
 inline bool IsStarted(const core::TaskInfo& task) noexcept { return task.state == types::TaskState::Started; }
 
 } // namespace tfs::overview

@@ -68,10 +68,6 @@ void DescribeDatabases(const DeviceState& device, Overview& overview, DangerSum&
     }
 }
 
-bool RecommendsRestart(ApplicationUpdateState state) {
-    return state >= ApplicationUpdateState::UpdateDownloaded && state <= ApplicationUpdateState::ModuleUpdateInstalled;
-}
-
 } // namespace
 
 Overview Describe(const DeviceState& device) {
